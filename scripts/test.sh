@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Installs, builds and runs the whole test suite.
+#   scripts/test.sh                 the suite, then the concurrency tests under ThreadSanitizer
+#   scripts/test.sh --sanitize thread|address
+#                                   the whole suite in that sanitizer build only
+#   scripts/test.sh --plain         the suite without any sanitizer run
+set -euo pipefail
+ROOT="$(cd "$(dirname "$0")/.." && pwd)"
+MODE=default
+case "${1:-}" in
+  --sanitize) MODE="${2:?thread or address}" ;;
+  --plain) MODE=plain ;;
+  "") ;;
+  *) echo "usage: $0 [--plain | --sanitize thread|address]" >&2; exit 2 ;;
+esac
+"$ROOT/scripts/install-deps.sh"
+JOBS=$(nproc)
+# Test names that exercise several threads; naming a suite or test with one of
+# these words puts it in the ThreadSanitizer pass.
+CONCURRENCY_TESTS="Concurren|Stress|Thread|Observer|EventMgr|Worker"
+
+run_suite() {  # kind, extra ctest args...
+  local kind="$1"; shift
+  "$ROOT/scripts/build.sh" "$kind"
+  (cd "$ROOT/build/$kind" && ctest --output-on-failure -j "$JOBS" "$@")
+}
+
+case "$MODE" in
+  default)
+    run_suite release
+    # The concurrent parts (observers, the event bus, path queries, the worker
+    # thread) again under ThreadSanitizer: every test whose suite or name says
+    # it is about threads.
+    TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" run_suite thread -R "$CONCURRENCY_TESTS"
+    ;;
+  plain) run_suite release ;;
+  thread) TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" run_suite thread ;;
+  address) ASAN_OPTIONS="detect_leaks=1" UBSAN_OPTIONS="print_stacktrace=1" run_suite address ;;
+  *) echo "unknown sanitizer: $MODE" >&2; exit 2 ;;
+esac

@@ -1,0 +1,32 @@
+#pragma once
+// File name helpers.
+#include "fl/ustring.hpp"
+
+namespace fl::filesystem {
+
+namespace upath::constant {
+inline constexpr char16_t GENERIC_PATHNAME_SEPARATOR = u'/';
+}
+
+// The installation folder of the environment, as a native path; empty until
+// set. Kept in the process scope of the state store.
+ustring get_install_path();
+void set_install_path(const ustring& path);
+
+namespace detail {
+// The native form of a name or path. Mode 1 is the form of a single name
+// read from the storage system, which on this platform is the name itself;
+// mode 0 also turns "\\" into "/" and removes a trailing separator.
+ustring make_native_form(const ustring& name, int mode);
+// Whether a path is absolute once "~" at its start is expanded.
+bool is_absolute_path_when_expanded(const ustring& path);
+} // namespace detail
+
+// What follows the last dot of a name, without the dot; empty when there is
+// no dot or the name ends in one. A leading dot of a name (".profile") counts
+// as a dot like any other.
+ustring extract_extension(const ustring& name);
+// The name before its last dot; the whole name when it has none.
+ustring extract_stem(const ustring& name);
+
+} // namespace fl::filesystem

@@ -1,0 +1,45 @@
+#include "fl/ustring.hpp"
+
+#include <boost/locale/utf.hpp>
+
+namespace fl::i18n {
+
+namespace utf = boost::locale::utf;
+
+ustring utf8_to_ustring(std::string_view utf8) {
+    ustring out;
+    out.reserve(utf8.size());
+    const char* it = utf8.data();
+    const char* const end = it + utf8.size();
+    while (it != end) {
+        const char* const start = it;
+        utf::code_point cp = utf::utf_traits<char>::decode(it, end);
+        if (cp == utf::illegal || cp == utf::incomplete) {
+            // Skip exactly one byte of the bad sequence, so that a valid
+            // sequence right after it is still decoded.
+            it = start + 1;
+            cp = 0xFFFD;
+        }
+        utf::utf_traits<char16_t>::encode(cp, std::back_inserter(out));
+    }
+    return out;
+}
+
+std::string ustring_to_utf8(ustring_view text) {
+    std::string out;
+    out.reserve(text.size());
+    const char16_t* it = text.data();
+    const char16_t* const end = it + text.size();
+    while (it != end) {
+        const char16_t* const start = it;
+        utf::code_point cp = utf::utf_traits<char16_t>::decode(it, end);
+        if (cp == utf::illegal || cp == utf::incomplete) {
+            it = start + 1;  // a lone surrogate
+            cp = 0xFFFD;
+        }
+        utf::utf_traits<char>::encode(cp, std::back_inserter(out));
+    }
+    return out;
+}
+
+} // namespace fl::i18n

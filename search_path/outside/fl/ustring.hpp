@@ -1,0 +1,29 @@
+#pragma once
+// The string of every interface of the environment: 16-bit code units.
+#include <string>
+#include <string_view>
+
+using ustring = std::u16string;
+using ustring_view = std::u16string_view;
+
+namespace fl::i18n {
+
+// UTF-8 <-> UTF-16 conversions. Bytes that are not valid UTF-8 are replaced by
+// U+FFFD rather than dropped, so that a name read from disk always converts.
+ustring utf8_to_ustring(std::string_view utf8);
+std::string ustring_to_utf8(ustring_view text);
+
+} // namespace fl::i18n
+
+namespace fl::filesystem {
+// The host's narrow strings are UTF-8.
+inline ustring codecvt_narrow_string_to_ustring(std::string_view narrow) {
+    return fl::i18n::utf8_to_ustring(narrow);
+}
+} // namespace fl::filesystem
+
+// Literal helper for tests and tools: u"..." is already a ustring literal, this
+// converts narrow text at run time.
+inline ustring operator""_u(const char* text, std::size_t size) {
+    return fl::i18n::utf8_to_ustring(std::string_view(text, size));
+}

@@ -1,0 +1,68 @@
+#pragma once
+// Folders and files of the storage system, read from the real POSIX file
+// system.
+//
+// A Folder made from a CanonicalAbsoluteIRI knows its canonical location and
+// never asks the disk for it again; one made from a plain AbsoluteIRI resolves
+// it (symbolic links and "..") on the first getCanonicalLocation().
+//
+// listFiles() and listFolders() share one reading of the folder: the first of
+// them reads the directory once (taking entry types from the directory itself
+// where the file system gives them, so there is no stat per file), and copies
+// of the Folder made afterwards share that listing. A Folder is therefore a
+// snapshot: make a new one to read the folder again.
+#include "foundation/storage/vfs/AbsoluteIRI.hpp"
+#include "foundation/storage/vfs/PathComparator.hpp"
+#include "foundation/storage/vfs/StorageException.hpp"
+#include "foundation/storage/vfs/StorageSystem.hpp"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace foundation::storage::vfs {
+
+class File {
+public:
+    explicit File(ustring name) : name_(std::move(name)) {}
+    // The name within its folder. Bytes that are not UTF-8 come as U+FFFD.
+    const ustring& getName() const { return name_; }
+
+private:
+    ustring name_;
+};
+
+class Folder {
+public:
+    Folder(const AbsoluteIRI& iri, StorageSystemReference storage);
+    Folder(const CanonicalAbsoluteIRI& iri, StorageSystemReference storage);
+
+    ustring getName() const { return iri_.getName(); }
+    const AbsoluteIRI& getIRI() const { return iri_; }
+    // Resolves links and "..". Throws Exception: 4 when the location doesn't
+    // exist or isn't a folder, 2 when permission is denied, 1 when it is not a
+    // valid location, 9 for other failures.
+    CanonicalAbsoluteIRI getCanonicalLocation() const;
+    const PathComparator& getPathComparator() const;
+    bool hasParent() const { return iri_.hasParent(); }
+    Folder getParent() const;
+    const StorageSystemReference& getStorageSystem() const { return storage_; }
+
+    // The files and the subfolders, in the order the directory gives them.
+    // The argument filters by name; an empty string lists all. A symbolic link
+    // counts as what it points to; a broken link is a file. Throws Exception
+    // as getCanonicalLocation does.
+    std::vector<File> listFiles(const ustring& filter) const;
+    std::vector<Folder> listFolders(const ustring& filter) const;
+
+private:
+    struct Listing;
+    struct State;
+    const Listing& listing() const;
+
+    AbsoluteIRI iri_;
+    StorageSystemReference storage_;
+    std::shared_ptr<State> state_;
+};
+
+} // namespace foundation::storage::vfs

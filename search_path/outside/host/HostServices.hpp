@@ -1,0 +1,24 @@
+#pragma once
+// Services of the host that the system calls.
+#include "fl/ustring.hpp"
+#include "foundation/core/except/Notification.hpp"
+#include "resource_core/BaseMsgID.hpp"
+
+#include <functional>
+#include <vector>
+
+// Whether `name` is a valid identifier of the host language: a letter first,
+// then letters, digits and underscores, at most 63 characters (ASCII only).
+bool qvIsValidOrvName(const ustring& name);
+
+// Raises a warning in the host. The stand-in keeps the warnings of the
+// current engine instance (or of the process, on a thread without one) and
+// passes each to the warning handler, if one is set.
+void qvWarningMsgId(const resource_core::BaseMsgID& message);
+
+namespace host {
+// The warnings raised so far in this engine instance, oldest first.
+std::vector<resource_core::BaseMsgID> takeWarnings();
+// A handler that sees each warning as it is raised (the tool prints them).
+void setWarningHandler(std::function<void(const resource_core::BaseMsgID&)> handler);
+} // namespace host
