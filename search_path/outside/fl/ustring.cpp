@@ -12,6 +12,11 @@ ustring utf8_to_ustring(std::string_view utf8) {
     const char* it = utf8.data();
     const char* const end = it + utf8.size();
     while (it != end) {
+        // Names are mostly ASCII: copy those bytes without decoding.
+        if (static_cast<unsigned char>(*it) < 0x80) {
+            out += static_cast<char16_t>(*it++);
+            continue;
+        }
         const char* const start = it;
         utf::code_point cp = utf::utf_traits<char>::decode(it, end);
         if (cp == utf::illegal || cp == utf::incomplete) {
@@ -31,6 +36,10 @@ std::string ustring_to_utf8(ustring_view text) {
     const char16_t* it = text.data();
     const char16_t* const end = it + text.size();
     while (it != end) {
+        if (*it < 0x80) {
+            out += static_cast<char>(*it++);
+            continue;
+        }
         const char16_t* const start = it;
         utf::code_point cp = utf::utf_traits<char16_t>::decode(it, end);
         if (cp == utf::illegal || cp == utf::incomplete) {

@@ -18,6 +18,8 @@ public:
     // Throws std::invalid_argument for text that isn't numbers separated by dots.
     explicit ComponentVersion(const std::string& text);
     std::string toString() const;
+    // Equal versions hash alike.
+    std::size_t hash() const;
     friend bool operator==(const ComponentVersion& a, const ComponentVersion& b);
     friend bool operator<(const ComponentVersion& a, const ComponentVersion& b);
     friend bool operator!=(const ComponentVersion& a, const ComponentVersion& b) { return !(a == b); }

@@ -149,6 +149,7 @@ private:
 // The registrar of an engine instance. Starts with an empty registry.
 class PackageRegistrar : public IPackageRegistrar {
 public:
+    PackageRegistrar();
     using EntryProvider = std::function<EntryPointer(const CanonicalAbsoluteIRI&)>;
     std::shared_ptr<const IPackageRegistry> GetRegistry() const override;
     // Swaps in `registry`, then publishes the change events.

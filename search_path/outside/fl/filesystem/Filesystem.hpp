@@ -24,9 +24,10 @@ bool is_absolute_path_when_expanded(const ustring& path);
 
 // What follows the last dot of a name, without the dot; empty when there is
 // no dot or the name ends in one. A leading dot of a name (".profile") counts
-// as a dot like any other.
+// as a dot like any other. Given a path, only dots of its last name count.
 ustring extract_extension(const ustring& name);
-// The name before its last dot; the whole name when it has none.
+// The name before its last dot; the whole name when it has none (dots of
+// the folders of a path don't count).
 ustring extract_stem(const ustring& name);
 
 } // namespace fl::filesystem

@@ -6,7 +6,9 @@
 
 namespace foundation::storage::vfs {
 
-// Error codes that callers tell apart.
+// Error codes. Callers tell apart 1, 2, 4 and 9, so the failures of system
+// calls all map onto those (see fromErrno); the other values are never made
+// by this storage system, and a caller passes them on as unknown failures.
 enum class ErrorCode : int {
     None = 0,
     InvalidLocation = 1,   // not a valid name of a file or folder
@@ -28,7 +30,10 @@ public:
     const ustring& getLocation() const noexcept { return location_; }
     const char* what() const noexcept override { return message_.c_str(); }
 
-    // Builds the exception for an errno of a failed system call.
+    // Builds the exception for an errno of a failed system call: ENOENT and
+    // ENOTDIR give 4, EACCES and EPERM give 2, ELOOP, ENAMETOOLONG, EINVAL and
+    // EILSEQ give 1, anything else 9. The message names the operation, the
+    // location and the system's text for the errno.
     static Exception fromErrno(int errnoValue, const ustring& location, const char* operation);
 
 private:

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# The main job: tfpath on the example tree. Usage: run-example.sh PATH_TO_TFPATH
+set -euo pipefail
+TFPATH="${1:?path to the tfpath binary}"
+HERE="$(cd "$(dirname "$0")" && pwd)"
+TREE="$HERE/tree"
+run() { echo; echo "\$ tfpath $*"; "$TFPATH" "$@"; }
+
+run ls "$TREE/toolbox/core"
+run entry "$TREE/toolbox/core"
+run entry --json "$TREE/project"
+run which hello "$TREE/project" "$TREE/toolbox/core" "$TREE/toolbox/extra"
+run which --all hello "$TREE/toolbox/extra" "$TREE/toolbox/core"
+run which --policy fold GREETING "$TREE/toolbox/core"
+run which --policy exact --all greeting "$TREE/toolbox/core"
+run which --ext .csv data "$TREE/toolbox/core"
+run which --ext .txt, README "$TREE/toolbox/core"
+run which --ext . notes "$TREE/toolbox/core"
+echo
+echo "\$ tfpath which nosuchname ...   (exits with status 1)"
+if "$TFPATH" which nosuchname "$TREE/toolbox/core"; then exit 1; fi

@@ -1,0 +1,1 @@
+function circle(r) end

@@ -1,0 +1,1 @@
+function area(shape) end

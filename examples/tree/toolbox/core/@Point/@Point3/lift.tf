@@ -1,0 +1,1 @@
+function lift(p) end

@@ -1,0 +1,1 @@
+function norm(p) end

@@ -1,0 +1,1 @@
+function normHelper(p) end

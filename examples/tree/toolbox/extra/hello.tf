@@ -1,0 +1,1 @@
+function hello() print("hello from extra") end

@@ -1,0 +1,161 @@
+#include "PathEntry.hpp"
+
+#include "foundation/core/diag/Diagnostics.hpp"
+#include "foundation/storage/vfs/StorageException.hpp"
+#include "tfsearch_path/IPathEntryFactory.hpp"
+#include "tfsearch_path/PathEvents.hpp"
+
+#include <algorithm>
+#include <boost/make_shared.hpp>
+
+namespace Thornfell::PathManagement {
+
+namespace {
+
+using foundation::storage::vfs::CaseModifier;
+using foundation::storage::vfs::PathComparator;
+
+// A matcher holds a pointer to the entry's comparator, so it is valid while
+// the entry lives. A storage failure inside a comparison counts as no match.
+FilenameMatcher MakeFilenameMatcher(const PathComparator& comparator, CaseModifier modifier) {
+    const PathComparator* rule = &comparator;
+    return std::make_shared<const FilenameMatcherFunction>([rule, modifier](const ustring& a, const ustring& b) {
+        try {
+            return (*rule)(a, b, modifier);
+        } catch (const foundation::storage::vfs::Exception&) {
+            return false;
+        }
+    });
+}
+
+PathEntryList Share(PathEntryVector&& entries) { return std::make_shared<const PathEntryVector>(std::move(entries)); }
+
+std::shared_ptr<const PathItemVector> Sorted(PathItemVector&& items) {
+    std::sort(items.begin(), items.end(), PathItemLess);
+    return std::make_shared<const PathItemVector>(std::move(items));
+}
+
+struct NormalizedStemLess {
+    bool operator()(const PathItemPointer& item, const ustring& key) const { return item->normalizedStem < key; }
+    bool operator()(const ustring& key, const PathItemPointer& item) const { return key < item->normalizedStem; }
+};
+
+} // namespace
+
+bool PathItemLess(const PathItemPointer& a, const PathItemPointer& b) {
+    if (int c = a->normalizedStem.compare(b->normalizedStem)) return c < 0;
+    if (int c = a->stem.compare(b->stem)) return c < 0;
+    if (int c = a->extension.compare(b->extension)) return c < 0;
+    return a->folderIRI < b->folderIRI;
+}
+
+PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustring descriptorIn, PathEntryType type,
+                     PathEntryVector packages, PathEntryVector methods, PathEntryVector uddClasses,
+                     PathEntryPointer privateChild, PathEntryPointer resourcesChild, PathItemVector items,
+                     PathComparator comparator,
+                     std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> observer,
+                     boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> events)
+    : iri(std::move(iriIn)),
+      descriptor(std::move(descriptorIn)),
+      entryType(type),
+      packageEntries(Share(std::move(packages))),
+      methodEntries(Share(std::move(methods))),
+      uddClassEntries(Share(std::move(uddClasses))),
+      privateEntry(std::move(privateChild)),
+      resourcesEntry(std::move(resourcesChild)),
+      pathItems(Sorted(std::move(items))),
+      pathComparator(std::move(comparator)),
+      matcherForPolicy0(MakeFilenameMatcher(pathComparator, CaseModifier::Exact)),
+      matcherForPolicy1(MakeFilenameMatcher(pathComparator, CaseModifier::Folded)),
+      matcherForPolicy2(MakeFilenameMatcher(pathComparator, CaseModifier::StorageSystemRule)),
+      folderObserver(std::move(observer)),
+      observesChildFoldersToo(folderObserver && folderObserver->observesChildFoldersToo()),
+      eventManager(std::move(events)) {}
+
+PathEntry::~PathEntry() {
+    if (!eventManager) return;
+    try {
+        eventManager->publish(boost::make_shared<PathEntryWillBeDestroyedEvent>(*this, iri), 0);
+    } catch (...) {
+        // A subscriber's failure must not escape a destructor; the factory's
+        // weak cache then keeps an expired key until the next build.
+    }
+}
+
+const FilenameMatcher& PathEntry::GetFilenameMatcher(FilenameMatchingPolicy policy) const {
+    switch (policy) {
+    case CaseRuleOne: return matcherForPolicy0;
+    case CaseRuleTwo: return matcherForPolicy1;
+    case StorageSystemRule: return matcherForPolicy2;
+    }
+    FL_DIAG_TERMINATE("Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
+}
+
+boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
+    const ustring& name, const FilenameMatcherFunction& matcher) const {
+    const ustring key = PathItem::Normalize(ustring(name));
+    auto [first, last] = std::equal_range(pathItems->begin(), pathItems->end(), key, NormalizedStemLess{});
+    boost::container::small_vector<const PathItemPointer*, 4> kept;
+    for (auto it = first; it != last; ++it)
+        if (matcher((*it)->stem, name)) kept.push_back(&*it);
+    return kept;
+}
+
+PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
+    // Select the matcher first, so that a bad policy is caught even when the
+    // folder has nothing by that name.
+    const FilenameMatcherFunction& matcher = *GetFilenameMatcher(policy);
+    const auto kept = MatchingStems(target.name(), matcher);
+    if (kept.empty()) return nullptr;
+    // The order of the extensions outranks the order of the items.
+    for (const ustring& extension : target.extensions())
+        for (const PathItemPointer* item : kept)
+            if (matcher((*item)->extension, extension)) return *item;
+    return nullptr;
+}
+
+PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
+    const FilenameMatcherFunction& matcher = *GetFilenameMatcher(policy);
+    const auto kept = MatchingStems(target.name(), matcher);
+    PathItemVector found;
+    if (kept.empty()) return found;
+    for (const ustring& extension : target.extensions())
+        for (const PathItemPointer* item : kept)
+            if (matcher((*item)->extension, extension)) found.push_back(*item);
+    return found;
+}
+
+bool PathEntry::ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
+    if (scope.contains(GetPathEntryType()) && visitor(shared_from_this())) return true;
+    for (const auto* children : {&packageEntries, &methodEntries, &uddClassEntries})
+        for (const PathEntryPointer& child : **children)
+            if (child->ForEachEntry(scope, visitor)) return true;
+    if (privateEntry && privateEntry->ForEachEntry(scope, visitor)) return true;
+    if (resourcesEntry && resourcesEntry->ForEachEntry(scope, visitor)) return true;
+    return false;
+}
+
+bool PathEntry::ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
+    return ForEachEntry(scope, visitor);
+}
+
+FilenameMatcher PathEntry::CreateFilenameMatcher(FilenameMatchingPolicy policy) const {
+    return GetFilenameMatcher(policy);
+}
+
+bool PathEntry::IsOutOfDate() const {
+    if (folderObserver && folderObserver->hasChanged()) return true;
+    if (observesChildFoldersToo) return false;
+    for (const auto* children : {&packageEntries, &methodEntries, &uddClassEntries})
+        for (const PathEntryPointer& child : **children)
+            if (child->IsOutOfDate()) return true;
+    if (privateEntry && privateEntry->IsOutOfDate()) return true;
+    if (resourcesEntry && resourcesEntry->IsOutOfDate()) return true;
+    return false;
+}
+
+PathEntryPointer PathEntry::GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const {
+    return factory.CreateUpdatedPathEntry(GetIRI(), monitor);
+}
+
+} // namespace Thornfell::PathManagement

@@ -1,0 +1,71 @@
+#pragma once
+// The entry of a folder that was read: an immutable snapshot of its files
+// (sorted), its child entries by kind, three name matchers and the observer
+// that tells whether the folder has changed since.
+#include "tfsearch_path/IPathEntry.hpp"
+#include "foundation/msg_svc/eventmgr/EventMgr.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
+
+#include <boost/container/small_vector.hpp>
+#include <boost/shared_ptr.hpp>
+
+namespace Thornfell::PathManagement {
+
+class PathEntry final : public IPathEntry, public std::enable_shared_from_this<PathEntry> {
+public:
+    PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor, PathEntryType entryType,
+              PathEntryVector packageEntries, PathEntryVector methodEntries, PathEntryVector uddClassEntries,
+              PathEntryPointer privateEntry, PathEntryPointer resourcesEntry, PathItemVector items,
+              foundation::storage::vfs::PathComparator pathComparator,
+              std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver,
+              boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager);
+    // Publishes PathEntryWillBeDestroyedEvent, then releases the fields.
+    ~PathEntry() override;
+
+    PathEntryType GetPathEntryType() const override { return entryType; }
+    std::shared_ptr<const PathItemVector> GetPathItems() const override { return pathItems; }
+    foundation::storage::vfs::CanonicalAbsoluteIRI GetIRI() const override { return iri; }
+    ustring GetDescriptor() const override { return descriptor; }
+    PathEntryPointer GetPrivateEntry() const override { return privateEntry; }
+    PathEntryPointer GetResourcesEntry() const override { return resourcesEntry; }
+    PathEntryList GetPackageEntries() const override { return packageEntries; }
+    PathEntryList GetMethodEntries() const override { return methodEntries; }
+    PathEntryList GetUDDClassEntries() const override { return uddClassEntries; }
+    PathItemPointer FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override;
+    PathItemVector FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override;
+    bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
+    bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
+    FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override;
+    bool IsOutOfDate() const override;
+    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const override;
+    const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
+
+private:
+    const FilenameMatcher& GetFilenameMatcher(FilenameMatchingPolicy policy) const;
+    // The items of the equal range of the target's normalized stem whose stem
+    // the matcher accepts, in item order.
+    boost::container::small_vector<const PathItemPointer*, 4> MatchingStems(const ustring& name,
+                                                                            const FilenameMatcherFunction& matcher) const;
+
+    const foundation::storage::vfs::CanonicalAbsoluteIRI iri;
+    const ustring descriptor;
+    const PathEntryType entryType;
+    const PathEntryList packageEntries;
+    const PathEntryList methodEntries;
+    const PathEntryList uddClassEntries;
+    const PathEntryPointer privateEntry;
+    const PathEntryPointer resourcesEntry;
+    const std::shared_ptr<const PathItemVector> pathItems;
+    const foundation::storage::vfs::PathComparator pathComparator;
+    const FilenameMatcher matcherForPolicy0;
+    const FilenameMatcher matcherForPolicy1;
+    const FilenameMatcher matcherForPolicy2;
+    const std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver;
+    const bool observesChildFoldersToo;
+    const boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager;
+};
+
+// The order of a folder's items: (normalizedStem, stem, extension, folderIRI).
+bool PathItemLess(const PathItemPointer& a, const PathItemPointer& b);
+
+} // namespace Thornfell::PathManagement

@@ -1,0 +1,339 @@
+#include "PathEntryFactory.hpp"
+
+#include "PathEntry.hpp"
+#include "foundation/core/diag/Diagnostics.hpp"
+#include "foundation/usm/StateStore.hpp"
+#include "fl/filesystem/Filesystem.hpp"
+#include "host/HostServices.hpp"
+#include "ovutil/LocalEventMgr.hpp"
+#include "tfsearch_path/IFolderMonitor.hpp"
+#include "tfsearch_path/PathEvents.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
+
+#include <mutex>
+#include <stdexcept>
+#include <typeinfo>
+
+namespace Thornfell::PathManagement {
+
+using foundation::storage::vfs::AbsoluteIRI;
+using foundation::storage::vfs::CanonicalAbsoluteIRI;
+using foundation::storage::vfs::Folder;
+
+namespace {
+
+// Splits a file name at its last dot. A name that ends in a dot keeps that
+// dot as its extension, so that it can still be asked for.
+PathItemPointer MakeItem(const ustring& rawName, const CanonicalAbsoluteIRI& folder) {
+    const ustring name = rawName.empty() ? rawName : fl::filesystem::detail::make_native_form(rawName, 1);
+    const ustring afterDot = fl::filesystem::extract_extension(name);
+    ustring stem;
+    ustring extension;
+    if (!afterDot.empty()) {
+        stem = fl::filesystem::extract_stem(name);
+        extension.reserve(afterDot.size() + 1);
+        extension.push_back(u'.');
+        extension.append(afterDot);
+    } else if (!name.empty() && name.back() == u'.') {
+        stem = name.substr(0, name.size() - 1);
+        extension = u".";
+    } else {
+        stem = name;
+    }
+    return std::make_shared<const PathItem>(std::move(stem), std::move(extension), CanonicalAbsoluteIRI(folder));
+}
+
+using WeakEntryMap = tbb::concurrent_hash_map<CanonicalAbsoluteIRI, std::weak_ptr<const IPathEntry>, IRIHashCompare>;
+
+PathEntryPointer LockFrom(const WeakEntryMap& cache, const AbsoluteIRI& key) {
+    std::weak_ptr<const IPathEntry> weak;
+    {
+        // Copy the weak pointer out and let go of the accessor before
+        // locking: a share dropped while the accessor is held could destroy
+        // an entry, whose event then needs the same key.
+        WeakEntryMap::const_accessor accessor;
+        if (!cache.find(accessor, CanonicalAbsoluteIRI(key, ustring()))) return nullptr;
+        weak = accessor->second;
+    }
+    return weak.lock();
+}
+
+} // namespace
+
+void PushChildEntryToCurrentPathEntry(PathEntryFactory::PathEntryChildren& children, const PathEntryPointer& child) {
+    switch (child->GetPathEntryType()) {
+    case Package: children.packages.push_back(child); return;
+    case Method: children.methods.push_back(child); return;
+    case UDDClass: children.uddClasses.push_back(child); return;
+    case Private: children.privateEntry = child; return;
+    case Resources: children.resourcesEntry = child; return;
+    default: FL_DIAG_TERMINATE("Unexpected PathEntry Type.");
+    }
+}
+
+const std::vector<PathEntryType>& GetValidChildEntryTypesForEntryType(PathEntryType type) {
+    static const std::vector<PathEntryType> forMainOrPackage{Package, Method, UDDClass, Private, Resources};
+    static const std::vector<PathEntryType> forMethod{UDDClass, Private, Resources};
+    static const std::vector<PathEntryType> forUDDClass{Private};
+    static const std::vector<PathEntryType> none;
+    switch (type) {
+    case Main:
+    case Package: return forMainOrPackage;
+    case Method: return forMethod;
+    case UDDClass: return forUDDClass;
+    case Private:
+    case Resources: return none;
+    }
+    FL_DIAG_TERMINATE("Received unexpected PathEntry Type");
+}
+
+PathEntryType GetFolderEntryType(const Folder& folder) {
+    const PathEntryType type = GetPathEntryTypeFromBaseName(folder.getName());
+    if (type == Method && folder.hasParent() && GetPathEntryTypeFromBaseName(folder.getIRI().getParent().getName()) == Method)
+        return UDDClass;
+    return type;
+}
+
+PathEntryFactory::PathEntryFactory(std::optional<CanonicalAbsoluteIRI> root,
+                                   foundation::storage::vfs::StorageSystemReference storage,
+                                   storage::filefolderobserver::IFileFolderObserverFactory& observers,
+                                   boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> events)
+    : installRoot(std::move(root)), storageSystem(std::move(storage)), observerFactory(observers),
+      eventManager(std::move(events)) {
+    entryDestroyedConnection = eventManager->subscribe(
+        PathEntryWillBeDestroyedEvent::TypeName(),
+        [this](const foundation::msg_svc::eventmgr::BaseEvent& event) { OnEntryDestroyed(event); });
+}
+
+PathEntryFactory::~PathEntryFactory() { entryDestroyedConnection.disconnect(); }
+
+void PathEntryFactory::OnEntryDestroyed(const foundation::msg_svc::eventmgr::BaseEvent& event) {
+    if (!event.isKindOf(PathEntryWillBeDestroyedEvent::TypeName())) throw std::bad_cast();
+    const auto& iri = static_cast<const PathEntryWillBeDestroyedEvent&>(event).GetCanonicalAbsoluteIRI();
+    // Erase only an expired key: a live entry of the same folder may have
+    // been stored meanwhile.
+    for (WeakEntryMap* cache : {&monitoredEntries, &frozenEntries}) {
+        WeakEntryMap::accessor accessor;
+        if (cache->find(accessor, iri) && accessor->second.expired()) cache->erase(accessor);
+    }
+}
+
+bool PathEntryFactory::IsUnderInstallRoot(const AbsoluteIRI& iri) const {
+    return installRoot && installRoot->isAncestorOf(iri);
+}
+
+PathEntryFactory::WeakEntryMap& PathEntryFactory::CacheFor(FolderMonitoringState state) const {
+    return state == Frozen ? frozenEntries : monitoredEntries;
+}
+
+PathEntryPointer PathEntryFactory::GetPathEntry(const CanonicalAbsoluteIRI& folder) const {
+    return GetByCanonicalRoad(folder, IsUnderInstallRoot(folder) ? Frozen : Monitored);
+}
+
+PathEntryPointer PathEntryFactory::GetPathEntry(const AbsoluteIRI& folder) const {
+    return GetByPlainRoad(folder, IsUnderInstallRoot(folder) ? Frozen : Monitored);
+}
+
+PathEntryPointer PathEntryFactory::GetFrozenPathEntry(const CanonicalAbsoluteIRI& folder) const {
+    return GetByCanonicalRoad(folder, Frozen);
+}
+
+PathEntryPointer PathEntryFactory::GetFrozenPathEntry(const AbsoluteIRI& folder) const {
+    return GetByPlainRoad(folder, Frozen);
+}
+
+PathEntryPointer PathEntryFactory::CreateUpdatedPathEntry(const CanonicalAbsoluteIRI& folder,
+                                                          const IFolderMonitor& monitor) const {
+    if (monitor.GetFolderMonitoringState(folder) == Frozen) return GetFrozenPathEntry(folder);
+    return GetPathEntry(folder);
+}
+
+PathEntryPointer PathEntryFactory::GetMonitoredPathEntry(const AbsoluteIRI& folder, const IFolderMonitor& monitor) const {
+    PathEntryPointer known = LockFrom(monitoredEntries, folder);
+    if (!known) known = LockFrom(frozenEntries, folder);
+    const CanonicalAbsoluteIRI canonical =
+        known ? known->GetIRI() : Folder(folder, storageSystem).getCanonicalLocation();
+    return CreateUpdatedPathEntry(canonical, monitor);
+}
+
+PathEntryPointer PathEntryFactory::GetByCanonicalRoad(const CanonicalAbsoluteIRI& folder,
+                                                      FolderMonitoringState state) const {
+    if (PathEntryPointer cached = LockFrom(CacheFor(state), folder); cached && !cached->IsOutOfDate()) return cached;
+    return BuildEntry(Folder(folder, storageSystem), state);
+}
+
+PathEntryPointer PathEntryFactory::GetByPlainRoad(const AbsoluteIRI& folder, FolderMonitoringState state) const {
+    WeakEntryMap& cache = CacheFor(state);
+    if (PathEntryPointer cached = LockFrom(cache, folder)) {
+        if (!cached->IsOutOfDate()) return cached;
+        return BuildEntry(Folder(cached->GetIRI(), storageSystem), state);
+    }
+    const CanonicalAbsoluteIRI canonical = Folder(folder, storageSystem).getCanonicalLocation();
+    if (PathEntryPointer cached = LockFrom(cache, canonical); cached && !cached->IsOutOfDate()) return cached;
+    return BuildEntry(Folder(canonical, storageSystem), state);
+}
+
+std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> PathEntryFactory::MakeObserver(
+    const Folder& folder, FolderMonitoringState state) const {
+    if (state == Frozen) return observerFactory.CreateFrozenObserver(folder);
+    foundation::core::except::Notification warnings;
+    auto observer = observerFactory.CreateObserver(folder, warnings);
+    for (const auto& warning : warnings) qvWarningMsgId(warning);
+    return observer;
+}
+
+PathEntryFactory::PathEntryChildren PathEntryFactory::ListChildren(const Folder& folder,
+                                                                   const CanonicalAbsoluteIRI& canonical,
+                                                                   PathEntryType type,
+                                                                   FolderMonitoringState state) const {
+    PathEntryChildren children;
+    const std::vector<PathEntryType>& valid = GetValidChildEntryTypesForEntryType(type);
+    if (valid.empty()) return children;  // such a folder's subfolders aren't read at all
+    for (const Folder& sub : folder.listFolders(ustring())) {
+        const PathEntryType childType = GetFolderEntryType(sub);
+        if (std::find(valid.begin(), valid.end(), childType) == valid.end()) continue;
+        try {
+            const CanonicalAbsoluteIRI childIRI(canonical, sub.getName());
+            PathEntryPointer child = state == Frozen ? GetFrozenPathEntry(childIRI) : GetPathEntry(childIRI);
+            if (child->GetPathEntryType() != childType) continue;
+            if (childType == Package || childType == Method || childType == UDDClass) {
+                const ustring name = child->GetIRI().getName();
+                if (name.empty() || !qvIsValidOrvName(name.substr(1))) continue;
+            }
+            PushChildEntryToCurrentPathEntry(children, child);
+        } catch (const foundation::storage::vfs::Exception&) {
+            // An unreadable subfolder is left out; the parent stands without it.
+        }
+    }
+    return children;
+}
+
+PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonitoringState state) const {
+    const CanonicalAbsoluteIRI canonical = folder.getCanonicalLocation();
+    PathItemVector items;
+    {
+        std::vector<foundation::storage::vfs::File> files = folder.listFiles(ustring());
+        items.reserve(files.size());
+        for (const auto& file : files) items.push_back(MakeItem(file.getName(), canonical));
+    }
+    const PathEntryType type = GetFolderEntryType(folder);
+    PathEntryChildren children = ListChildren(folder, canonical, type, state);
+    auto observer = MakeObserver(folder, state);
+
+    auto entry = std::make_shared<const PathEntry>(
+        canonical, canonical.toString(), type, std::move(children.packages), std::move(children.methods),
+        std::move(children.uddClasses), std::move(children.privateEntry), std::move(children.resourcesEntry),
+        std::move(items), folder.getPathComparator(), std::move(observer), eventManager);
+
+    {
+        WeakEntryMap::accessor accessor;
+        CacheFor(state).insert(accessor, canonical);
+        accessor->second = entry;
+    }
+    if (type == Main && IsUnderInstallRoot(canonical)) {
+        std::shared_lock lock(toolboxEntriesLock);
+        StrongEntryMap::accessor accessor;
+        toolboxEntries.insert(accessor, canonical);
+        // The entry it replaces, if any, is released after the accessor.
+        PathEntryPointer previous = std::exchange(accessor->second, entry);
+        accessor.release();
+    }
+    return entry;
+}
+
+PathEntryPointer PathEntryFactory::GetFrozenEntryFor(const PathEntryPointer& entry) const {
+    const CanonicalAbsoluteIRI iri = entry->GetIRI();
+    if (PathEntryPointer frozen = LockFrom(frozenEntries, iri); frozen == entry) return entry;
+
+    const Folder folder(iri, storageSystem);
+    auto observer = observerFactory.CreateFrozenObserver(folder);
+    PathEntryChildren children;
+    if (auto resources = entry->GetResourcesEntry()) children.resourcesEntry = GetFrozenEntryFor(resources);
+    if (auto privateChild = entry->GetPrivateEntry()) children.privateEntry = GetFrozenEntryFor(privateChild);
+    for (const auto& child : *entry->GetUDDClassEntries()) children.uddClasses.push_back(GetFrozenEntryFor(child));
+    for (const auto& child : *entry->GetMethodEntries()) children.methods.push_back(GetFrozenEntryFor(child));
+    for (const auto& child : *entry->GetPackageEntries()) children.packages.push_back(GetFrozenEntryFor(child));
+    // The items themselves are shared with the given entry; nothing is listed.
+    PathItemVector items = *entry->GetPathItems();
+    return std::make_shared<const PathEntry>(
+        iri, iri.toString(), entry->GetPathEntryType(), std::move(children.packages), std::move(children.methods),
+        std::move(children.uddClasses), std::move(children.privateEntry), std::move(children.resourcesEntry),
+        std::move(items), entry->GetPathComparator(), std::move(observer), eventManager);
+}
+
+void PathEntryFactory::LoadToolboxCache(std::istream&, const AbsoluteIRI&) {
+    throw std::logic_error("the toolbox cache can't be read by this build");
+}
+
+void PathEntryFactory::WriteToolboxCache(std::ostream&, const AbsoluteIRI&) const {
+    throw std::logic_error("the toolbox cache can't be written by this build");
+}
+
+std::shared_ptr<const PathEntryVector> PathEntryFactory::GetToolboxEntries() const {
+    if (toolboxEntries.empty()) return std::make_shared<const PathEntryVector>();
+    // Exclusive: iterating the map must not meet a concurrent insert.
+    std::unique_lock lock(toolboxEntriesLock);
+    auto entries = std::make_shared<PathEntryVector>();
+    entries->reserve(toolboxEntries.size());
+    for (const auto& [iri, entry] : toolboxEntries) entries->push_back(entry);
+    return entries;
+}
+
+CanonicalAbsoluteIRI PathEntryFactory::GetCanonicalFolderIRI(const AbsoluteIRI& folder) const {
+    PathEntryPointer known = LockFrom(monitoredEntries, folder);
+    if (!known) known = LockFrom(frozenEntries, folder);
+    if (known) return known->GetIRI();
+
+    // Only the main folder is resolved by the storage system; the names of
+    // special folders below it pass as they are.
+    std::vector<ustring> names;
+    AbsoluteIRI main = folder;
+    while (GetPathEntryTypeFromBaseName(main.getName()) != Main && main.hasParent()) {
+        names.push_back(main.getName());
+        main = main.getParent();
+    }
+    const CanonicalAbsoluteIRI canonicalMain = Folder(main, storageSystem).getCanonicalLocation();
+    if (names.empty()) return canonicalMain;
+    ustring relative;
+    for (auto it = names.rbegin(); it != names.rend(); ++it) {
+        if (!relative.empty()) relative += fl::filesystem::upath::constant::GENERIC_PATHNAME_SEPARATOR;
+        relative += *it;
+    }
+    return CanonicalAbsoluteIRI(canonicalMain, relative);
+}
+
+CanonicalAbsoluteIRI PathEntryFactory::GetCanonicalFileIRI(const AbsoluteIRI& file) const {
+    return CanonicalAbsoluteIRI(GetCanonicalFolderIRI(file.getParent()), file.getName());
+}
+
+namespace {
+
+// The factory of the process: made once, on first use, in the process scope
+// of the state store.
+struct PathEntryFactoryState {
+    std::once_flag once;
+    std::unique_ptr<IPathEntryFactory> factory;
+};
+
+} // namespace
+
+IPathEntryFactory& GetPathEntryFactory() {
+    using Store = foundation::usm::Detail<foundation::usm::scope::Process>;
+    static const foundation::usm::SlotID id = Store::getNextID(typeid(PathEntryFactoryState));
+    auto& state = Store::findOrInsert<PathEntryFactoryState>(id, [] { return std::make_unique<PathEntryFactoryState>(); });
+    std::call_once(state.once, [&state] {
+        std::optional<CanonicalAbsoluteIRI> root;
+        ustring installPath = fl::filesystem::get_install_path();
+        if (!installPath.empty()) {
+            installPath = fl::filesystem::detail::make_native_form(installPath, 0);
+            root.emplace(foundation::storage::vfs::toAbsoluteIRI(u"file", installPath), ustring());
+        }
+        auto storage = OrvianStorageSystem::GetStorageSystemReference();
+        auto events = ovutil::eventmgr::createLocalEventMgr(boost::none);
+        auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
+        state.factory = std::make_unique<PathEntryFactory>(std::move(root), storage, observers, std::move(events));
+    });
+    return *state.factory;
+}
+
+} // namespace Thornfell::PathManagement

@@ -1,0 +1,102 @@
+#pragma once
+// Turns folders into entries, and shares the entries it made while they are
+// alive and up to date.
+#include "tfsearch_path/IPathEntryFactory.hpp"
+#include "foundation/msg_svc/eventmgr/EventMgr.hpp"
+#include "foundation/storage/vfs/Folder.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
+
+#include <boost/shared_ptr.hpp>
+#include <oneapi/tbb/concurrent_hash_map.h>
+
+#include <optional>
+#include <shared_mutex>
+
+namespace Thornfell::PathManagement {
+
+// Keys of the entry caches: hashed once, inside the IRI.
+struct IRIHashCompare {
+    static std::size_t hash(const foundation::storage::vfs::AbsoluteIRI& iri) { return iri.hashValue(); }
+    static bool equal(const foundation::storage::vfs::AbsoluteIRI& a, const foundation::storage::vfs::AbsoluteIRI& b) {
+        return a == b;
+    }
+};
+
+class PathEntryFactory final : public IPathEntryFactory {
+public:
+    // Folders strictly below `installRoot` are frozen; an empty optional means
+    // there is no installation, so nothing is frozen by place.
+    PathEntryFactory(std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> installRoot,
+                     foundation::storage::vfs::StorageSystemReference storageSystem,
+                     storage::filefolderobserver::IFileFolderObserverFactory& observerFactory,
+                     boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager);
+    ~PathEntryFactory() override;
+
+    PathEntryPointer GetPathEntry(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const override;
+    PathEntryPointer GetPathEntry(const foundation::storage::vfs::AbsoluteIRI& folder) const override;
+    PathEntryPointer GetFrozenPathEntry(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const override;
+    PathEntryPointer GetFrozenPathEntry(const foundation::storage::vfs::AbsoluteIRI& folder) const override;
+    PathEntryPointer CreateUpdatedPathEntry(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+                                            const IFolderMonitor& monitor) const override;
+    PathEntryPointer GetMonitoredPathEntry(const foundation::storage::vfs::AbsoluteIRI& folder,
+                                           const IFolderMonitor& monitor) const override;
+    PathEntryPointer GetFrozenEntryFor(const PathEntryPointer& entry) const override;
+    void LoadToolboxCache(std::istream& in, const foundation::storage::vfs::AbsoluteIRI& root) override;
+    void WriteToolboxCache(std::ostream& out, const foundation::storage::vfs::AbsoluteIRI& root) const override;
+    std::shared_ptr<const PathEntryVector> GetToolboxEntries() const override;
+    foundation::storage::vfs::CanonicalAbsoluteIRI GetCanonicalFolderIRI(
+        const foundation::storage::vfs::AbsoluteIRI& folder) const override;
+    foundation::storage::vfs::CanonicalAbsoluteIRI GetCanonicalFileIRI(
+        const foundation::storage::vfs::AbsoluteIRI& file) const override;
+
+    // The children of the entry under construction, filed by kind.
+    struct PathEntryChildren {
+        PathEntryVector packages;
+        PathEntryVector methods;
+        PathEntryVector uddClasses;
+        PathEntryPointer privateEntry;
+        PathEntryPointer resourcesEntry;
+    };
+
+private:
+    using WeakEntryMap = tbb::concurrent_hash_map<foundation::storage::vfs::CanonicalAbsoluteIRI,
+                                                  std::weak_ptr<const IPathEntry>, IRIHashCompare>;
+    using StrongEntryMap = tbb::concurrent_hash_map<foundation::storage::vfs::CanonicalAbsoluteIRI,
+                                                    std::shared_ptr<const IPathEntry>, IRIHashCompare>;
+
+    bool IsUnderInstallRoot(const foundation::storage::vfs::AbsoluteIRI& iri) const;
+    WeakEntryMap& CacheFor(FolderMonitoringState state) const;
+    PathEntryPointer GetByCanonicalRoad(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+                                        FolderMonitoringState state) const;
+    PathEntryPointer GetByPlainRoad(const foundation::storage::vfs::AbsoluteIRI& folder,
+                                    FolderMonitoringState state) const;
+    PathEntryPointer BuildEntry(const foundation::storage::vfs::Folder& folder, FolderMonitoringState state) const;
+    PathEntryChildren ListChildren(const foundation::storage::vfs::Folder& folder,
+                                   const foundation::storage::vfs::CanonicalAbsoluteIRI& canonical,
+                                   PathEntryType type, FolderMonitoringState state) const;
+    std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> MakeObserver(
+        const foundation::storage::vfs::Folder& folder, FolderMonitoringState state) const;
+    void OnEntryDestroyed(const foundation::msg_svc::eventmgr::BaseEvent& event);
+
+    const std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> installRoot;
+    const foundation::storage::vfs::StorageSystemReference storageSystem;
+    storage::filefolderobserver::IFileFolderObserverFactory& observerFactory;
+    const boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager;
+    mutable WeakEntryMap monitoredEntries;
+    mutable WeakEntryMap frozenEntries;
+    mutable StrongEntryMap toolboxEntries;
+    mutable std::shared_mutex toolboxEntriesLock;
+    foundation::msg_svc::eventmgr::ScopedConnection entryDestroyedConnection;
+};
+
+// Files a child by its own type; any other type is fatal.
+void PushChildEntryToCurrentPathEntry(PathEntryFactory::PathEntryChildren& children, const PathEntryPointer& child);
+
+// The kinds of child folder that a folder of `type` may hold, in order.
+const std::vector<PathEntryType>& GetValidChildEntryTypesForEntryType(PathEntryType type);
+
+// The type of a folder: its base name's type, except that an "@" folder in
+// an "@" folder is a UDD class.
+PathEntryType GetFolderEntryType(const foundation::storage::vfs::Folder& folder);
+
+} // namespace Thornfell::PathManagement

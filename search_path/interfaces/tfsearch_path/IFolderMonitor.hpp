@@ -1,0 +1,20 @@
+#pragma once
+// Decides, folder by folder, whether a folder is to be watched.
+#include "tfsearch_path/IPath.hpp"
+
+#include <memory>
+
+namespace Thornfell::PathManagement {
+
+class IFolderMonitor {
+public:
+    virtual ~IFolderMonitor() = default;
+    virtual FolderMonitoringState GetFolderMonitoringState(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const = 0;
+    virtual FolderMonitoringState GetParentFolderMonitoringState(
+        const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const = 0;
+    virtual void FreezeFolder(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) = 0;
+    virtual void UnfreezeFolder(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) = 0;
+    virtual void SetPath(std::shared_ptr<const IPath> path) = 0;
+};
+
+} // namespace Thornfell::PathManagement

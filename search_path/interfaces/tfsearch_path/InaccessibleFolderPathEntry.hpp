@@ -1,0 +1,42 @@
+#pragma once
+// The entry of a folder that can't be read: it keeps the folder's place on a
+// path, with no files and no child folders.
+#include "tfsearch_path/IPathEntry.hpp"
+
+namespace Thornfell::PathManagement {
+
+class InaccessibleFolderPathEntry final : public IPathEntry,
+                                          public std::enable_shared_from_this<InaccessibleFolderPathEntry> {
+public:
+    InaccessibleFolderPathEntry(PathEntryType type, foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor);
+
+    PathEntryType GetPathEntryType() const override { return type_; }
+    std::shared_ptr<const PathItemVector> GetPathItems() const override;
+    foundation::storage::vfs::CanonicalAbsoluteIRI GetIRI() const override { return iri_; }
+    ustring GetDescriptor() const override { return descriptor_; }
+    PathEntryPointer GetPrivateEntry() const override { return nullptr; }
+    PathEntryPointer GetResourcesEntry() const override { return nullptr; }
+    PathEntryList GetPackageEntries() const override;
+    PathEntryList GetMethodEntries() const override;
+    PathEntryList GetUDDClassEntries() const override;
+    PathItemPointer FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override;
+    PathItemVector FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override;
+    bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
+    bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
+    FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override;
+    // The folder couldn't be read when the entry was made: it counts as out
+    // of date, so that a refresh tries it again.
+    bool IsOutOfDate() const override { return true; }
+    // Tries the folder again; if it still can't be read, the storage
+    // exception reaches the caller, who keeps this entry.
+    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const override;
+    const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return comparator_; }
+
+private:
+    PathEntryType type_;
+    foundation::storage::vfs::CanonicalAbsoluteIRI iri_;
+    ustring descriptor_;
+    foundation::storage::vfs::PathComparator comparator_;
+};
+
+} // namespace Thornfell::PathManagement

@@ -1,0 +1,35 @@
+#pragma once
+// Small functions on names, IRIs and entries.
+#include "tfsearch_path/IPath.hpp"
+
+#include <boost/container/small_vector.hpp>
+#include <boost/range/any_range.hpp>
+
+namespace Thornfell::PathManagement {
+
+// Package for a leading "+", Method for a leading "@", Private and Resources
+// for "private" and "resources", else Main. Never UDDClass: only a caller
+// that knows the parent can tell.
+PathEntryType GetPathEntryTypeFromBaseName(const ustring& baseName);
+
+// The IRI of a folder or file given as an absolute path, or as the text of a
+// "file://" IRI. Throws the storage Exception for a relative path.
+foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text);
+// A text fit to show a user and to join with ";": the plain path.
+ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri);
+
+using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
+using PartialPathnamePartsRange =
+    boost::any_range<const ustring, boost::forward_traversal_tag, const ustring&, std::ptrdiff_t>;
+
+// The folder names of a partial pathname, the innermost last; empty parts
+// (doubled separators) are dropped. May be empty.
+PartialPathnameParts SplitPartialPathname(const ustring& partialPathname);
+
+// True if the location of `entry` ends in `parts` (compared with the entry's
+// matcher under `policy`). Parts of package and class folders are written
+// with their "+" or "@". Safe on pool threads.
+bool DoesPartialPathnameMatchPathEntryIRI(const IPath& path, const PartialPathnamePartsRange& parts,
+                                          const PathEntryPointer& entry, const FilenameMatchingPolicy& policy);
+
+} // namespace Thornfell::PathManagement

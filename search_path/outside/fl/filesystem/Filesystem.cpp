@@ -1,0 +1,93 @@
+#include "fl/filesystem/Filesystem.hpp"
+
+#include "foundation/usm/StateStore.hpp"
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+
+namespace fl::filesystem {
+
+namespace {
+
+using upath::constant::GENERIC_PATHNAME_SEPARATOR;
+
+struct InstallPathState {
+    std::mutex mutex;
+    ustring path;  // guarded by mutex
+};
+
+InstallPathState& installPathState() {
+    using Store = foundation::usm::Detail<foundation::usm::scope::Process>;
+    static const foundation::usm::SlotID slot = Store::getNextID(typeid(InstallPathState));
+    return Store::findOrInsert<InstallPathState>(slot, [] { return std::make_unique<InstallPathState>(); });
+}
+
+// Where the last name of a path starts: dots of the folders above don't
+// count for its extension.
+std::size_t baseNameStart(const ustring& name) {
+    const std::size_t slash = name.rfind(GENERIC_PATHNAME_SEPARATOR);
+    return slash == ustring::npos ? 0 : slash + 1;
+}
+
+std::size_t lastDotOfBaseName(const ustring& name) {
+    const std::size_t dot = name.rfind(u'.');
+    if (dot == ustring::npos || dot < baseNameStart(name)) return ustring::npos;
+    return dot;
+}
+
+} // namespace
+
+ustring get_install_path() {
+    InstallPathState& state = installPathState();
+    std::lock_guard lock(state.mutex);
+    return state.path;
+}
+
+void set_install_path(const ustring& path) {
+    InstallPathState& state = installPathState();
+    std::lock_guard lock(state.mutex);
+    state.path = path;
+}
+
+namespace detail {
+
+ustring make_native_form(const ustring& name, int mode) {
+    switch (mode) {
+    case 1:
+        // A name read from the storage system is already in native form.
+        return name;
+    case 0: {
+        ustring native = name;
+        std::replace(native.begin(), native.end(), u'\\', GENERIC_PATHNAME_SEPARATOR);
+        // The root keeps its only separator.
+        while (native.size() > 1 && native.back() == GENERIC_PATHNAME_SEPARATOR) native.pop_back();
+        return native;
+    }
+    default:
+        throw std::invalid_argument("make_native_form: unknown mode " + std::to_string(mode));
+    }
+}
+
+bool is_absolute_path_when_expanded(const ustring& path) {
+    // "~" and "~user" expand to a home folder, which is absolute; whether
+    // that user exists is the expansion's business, not this test's.
+    return !path.empty() && (path.front() == GENERIC_PATHNAME_SEPARATOR || path.front() == u'~');
+}
+
+} // namespace detail
+
+ustring extract_extension(const ustring& name) {
+    const std::size_t dot = lastDotOfBaseName(name);
+    if (dot == ustring::npos) return {};
+    return name.substr(dot + 1);
+}
+
+ustring extract_stem(const ustring& name) {
+    const std::size_t dot = lastDotOfBaseName(name);
+    if (dot == ustring::npos) return name;
+    return name.substr(0, dot);
+}
+
+} // namespace fl::filesystem

@@ -1,0 +1,201 @@
+#include "foundation/storage/vfs/Folder.hpp"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <mutex>
+#include <string_view>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace foundation::storage::vfs {
+
+struct Folder::Listing {
+    struct SubFolder {
+        SubFolder(ustring n, bool link) : name(std::move(n)), viaLink(link) {}
+        ustring name;
+        // Reached through a symbolic link: its own name is not canonical.
+        bool viaLink;
+    };
+    std::vector<File> files;
+    std::vector<SubFolder> folders;
+};
+
+// Shared by all copies of a Folder.
+struct Folder::State {
+    explicit State(std::optional<CanonicalAbsoluteIRI> known) : canonical(std::move(known)) {}
+
+    std::mutex canonicalMutex;
+    std::optional<CanonicalAbsoluteIRI> canonical;  // guarded by canonicalMutex
+
+    // The listing is read once and then only read from: publish it through an
+    // atomic pointer so that later calls take no lock. A failed reading
+    // publishes nothing, and the next call tries again.
+    std::mutex listingMutex;
+    std::unique_ptr<const Listing> listing;  // guarded by listingMutex
+    std::atomic<const Listing*> published{nullptr};
+
+    std::optional<CanonicalAbsoluteIRI> knownCanonical() {
+        std::lock_guard lock(canonicalMutex);
+        return canonical;
+    }
+};
+
+namespace {
+
+// The name handed to system calls. Names of this system are UTF-8.
+std::string nativePath(const AbsoluteIRI& iri) {
+    const ustring& path = iri.getPath();
+    if (path.find(u'\0') != ustring::npos)
+        throw Exception(ErrorCode::InvalidLocation, path, "the path holds a NUL character");
+    return fl::i18n::ustring_to_utf8(path);
+}
+
+struct DirCloser {
+    void operator()(DIR* dir) const noexcept { ::closedir(dir); }
+};
+
+struct FreeDeleter {
+    void operator()(char* p) const noexcept { std::free(p); }
+};
+
+enum class EntryKind { File, Folder, FolderViaLink, Gone };
+
+// What a link points to counts; a link that leads nowhere (broken, or a
+// loop) is a file, as the user still sees a name there.
+EntryKind followLink(int dirFd, const char* name) {
+    struct stat st;
+    if (::fstatat(dirFd, name, &st, 0) == 0 && S_ISDIR(st.st_mode)) return EntryKind::FolderViaLink;
+    return EntryKind::File;
+}
+
+// Takes the type from the directory itself where the file system gives it,
+// so that a plain listing costs no stat per entry.
+EntryKind classify(int dirFd, const dirent& entry) {
+    switch (entry.d_type) {
+    case DT_DIR:
+        return EntryKind::Folder;
+    case DT_LNK:
+        return followLink(dirFd, entry.d_name);
+    case DT_UNKNOWN: {
+        struct stat st;
+        if (::fstatat(dirFd, entry.d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) return EntryKind::Gone;
+        if (S_ISLNK(st.st_mode)) return followLink(dirFd, entry.d_name);
+        return S_ISDIR(st.st_mode) ? EntryKind::Folder : EntryKind::File;
+    }
+    default:
+        return EntryKind::File;
+    }
+}
+
+bool isDotOrDotDot(const char* name) {
+    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+}
+
+} // namespace
+
+Folder::Folder(const AbsoluteIRI& iri, StorageSystemReference storage)
+    : iri_(iri), storage_(std::move(storage)), state_(std::make_shared<State>(std::nullopt)) {}
+
+Folder::Folder(const CanonicalAbsoluteIRI& iri, StorageSystemReference storage)
+    : iri_(iri), storage_(std::move(storage)), state_(std::make_shared<State>(iri)) {}
+
+CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
+    if (std::optional<CanonicalAbsoluteIRI> known = state_->knownCanonical()) return *std::move(known);
+
+    const std::string path = nativePath(iri_);
+    const std::unique_ptr<char, FreeDeleter> resolved(::realpath(path.c_str(), nullptr));
+    if (!resolved) throw Exception::fromErrno(errno, iri_.getPath(), "realpath");
+    struct stat st;
+    if (::stat(resolved.get(), &st) != 0) throw Exception::fromErrno(errno, iri_.getPath(), "stat");
+    if (!S_ISDIR(st.st_mode)) throw Exception(ErrorCode::NotFound, iri_.getPath(), "not a folder");
+
+    CanonicalAbsoluteIRI canonical(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved.get())), ustring());
+    std::lock_guard lock(state_->canonicalMutex);
+    if (!state_->canonical) state_->canonical = std::move(canonical);
+    return *state_->canonical;
+}
+
+const PathComparator& Folder::getPathComparator() const { return storage_.get().getPathComparator(); }
+
+Folder Folder::getParent() const {
+    // The lexical parent of a canonical name is canonical too.
+    const std::optional<CanonicalAbsoluteIRI> known = state_->knownCanonical();
+    if (known && *known == iri_) return Folder(known->getParent(), storage_);
+    return Folder(iri_.getParent(), storage_);
+}
+
+const Folder::Listing& Folder::listing() const {
+    if (const Listing* done = state_->published.load(std::memory_order_acquire)) return *done;
+
+    std::lock_guard lock(state_->listingMutex);
+    if (state_->listing) return *state_->listing;
+
+    const std::string path = nativePath(iri_);
+    const std::unique_ptr<DIR, DirCloser> dir(::opendir(path.c_str()));
+    if (!dir) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
+    const int dirFd = ::dirfd(dir.get());
+
+    auto listing = std::make_unique<Listing>();
+    listing->files.reserve(16);
+    for (;;) {
+        errno = 0;
+        const dirent* entry = ::readdir(dir.get());
+        if (!entry) {
+            if (errno != 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
+            break;
+        }
+        if (isDotOrDotDot(entry->d_name)) continue;
+        switch (classify(dirFd, *entry)) {
+        case EntryKind::File:
+            listing->files.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name));
+            break;
+        case EntryKind::Folder:
+            listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name), false);
+            break;
+        case EntryKind::FolderViaLink:
+            listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name), true);
+            break;
+        case EntryKind::Gone:  // removed while we read the folder
+            break;
+        }
+    }
+
+    state_->listing = std::move(listing);
+    state_->published.store(state_->listing.get(), std::memory_order_release);
+    return *state_->listing;
+}
+
+std::vector<File> Folder::listFiles(const ustring& filter) const {
+    const Listing& all = listing();
+    if (filter.empty()) return all.files;
+    std::vector<File> matching;
+    for (const File& file : all.files)
+        if (file.getName() == filter) matching.push_back(file);
+    return matching;
+}
+
+std::vector<Folder> Folder::listFolders(const ustring& filter) const {
+    const Listing& all = listing();
+    // A subfolder of a canonical folder that is not a link has a canonical
+    // name too, so its Folder needn't resolve it later.
+    const std::optional<CanonicalAbsoluteIRI> known = state_->knownCanonical();
+    const bool baseIsCanonical = known && *known == iri_;
+    // Only the base to join names to; it says nothing about the disk.
+    const CanonicalAbsoluteIRI base(iri_, ustring());
+
+    std::vector<Folder> folders;
+    folders.reserve(filter.empty() ? all.folders.size() : 1);
+    for (const Listing::SubFolder& sub : all.folders) {
+        if (!filter.empty() && sub.name != filter) continue;
+        if (baseIsCanonical && !sub.viaLink)
+            folders.emplace_back(CanonicalAbsoluteIRI(base, sub.name), storage_);
+        else
+            folders.emplace_back(AbsoluteIRI(base, sub.name), storage_);
+    }
+    return folders;
+}
+
+} // namespace foundation::storage::vfs

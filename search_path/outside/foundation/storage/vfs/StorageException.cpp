@@ -1,0 +1,54 @@
+#include "foundation/storage/vfs/StorageException.hpp"
+
+#include <cerrno>
+#include <system_error>
+
+namespace foundation::storage::vfs {
+
+namespace {
+
+std::string composeMessage(const ustring& location, const std::string& detail) {
+    if (location.empty()) return detail;
+    return '"' + fl::i18n::ustring_to_utf8(location) + "\": " + detail;
+}
+
+// Callers tell apart only "invalid location", "permission denied", "doesn't
+// exist or isn't a folder" and "other failure", and report each of them as a
+// message about one folder. So every errno lands on one of those four: a link
+// loop, an over-long name or a name the system rejects are names that can't
+// designate a folder as written, which is what "invalid location" tells the
+// user. Anything else (I/O errors, exhausted descriptors or memory) is an
+// access failure.
+ErrorCode codeForErrno(int errnoValue) {
+    switch (errnoValue) {
+    case ENOENT:
+    case ENOTDIR:
+        return ErrorCode::NotFound;
+    case EACCES:
+    case EPERM:
+        return ErrorCode::PermissionDenied;
+    case ELOOP:
+    case ENAMETOOLONG:
+    case EINVAL:
+    case EILSEQ:
+        return ErrorCode::InvalidLocation;
+    default:
+        return ErrorCode::AccessFailure;
+    }
+}
+
+} // namespace
+
+Exception::Exception(ErrorCode code, ustring location, std::string detail)
+    : code_(code), location_(std::move(location)), message_(composeMessage(location_, detail)) {}
+
+Exception Exception::fromErrno(int errnoValue, const ustring& location, const char* operation) {
+    // std::system_category().message is thread safe, unlike strerror.
+    return Exception(codeForErrno(errnoValue), location,
+                     std::string(operation) + ": " + std::system_category().message(errnoValue));
+}
+
+UnsupportedIRISchemeException::UnsupportedIRISchemeException(const ustring& scheme)
+    : Exception(ErrorCode::UnsupportedScheme, scheme, "unsupported IRI scheme") {}
+
+} // namespace foundation::storage::vfs

@@ -1,0 +1,72 @@
+#include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
+
+#include "foundation/core/diag/Diagnostics.hpp"
+#include "foundation/storage/vfs/StorageException.hpp"
+#include "tfsearch_path/IPathEntryFactory.hpp"
+
+namespace Thornfell::PathManagement {
+
+namespace {
+const std::shared_ptr<const PathItemVector>& NoItems() {
+    static const auto items = std::make_shared<const PathItemVector>();
+    return items;
+}
+const PathEntryList& NoEntries() {
+    static const auto entries = std::make_shared<const PathEntryVector>();
+    return entries;
+}
+} // namespace
+
+InaccessibleFolderPathEntry::InaccessibleFolderPathEntry(PathEntryType type,
+                                                         foundation::storage::vfs::CanonicalAbsoluteIRI iri,
+                                                         ustring descriptor)
+    : type_(type), iri_(std::move(iri)), descriptor_(std::move(descriptor)) {}
+
+std::shared_ptr<const PathItemVector> InaccessibleFolderPathEntry::GetPathItems() const { return NoItems(); }
+PathEntryList InaccessibleFolderPathEntry::GetPackageEntries() const { return NoEntries(); }
+PathEntryList InaccessibleFolderPathEntry::GetMethodEntries() const { return NoEntries(); }
+PathEntryList InaccessibleFolderPathEntry::GetUDDClassEntries() const { return NoEntries(); }
+
+PathItemPointer InaccessibleFolderPathEntry::FindFirst(const detail::SearchTarget&, FilenameMatchingPolicy policy) const {
+    CreateFilenameMatcher(policy);  // a bad policy is fatal here as on any entry
+    return nullptr;
+}
+
+PathItemVector InaccessibleFolderPathEntry::FindAll(const detail::SearchTarget&, FilenameMatchingPolicy policy) const {
+    CreateFilenameMatcher(policy);
+    return {};
+}
+
+bool InaccessibleFolderPathEntry::ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
+    return scope.contains(GetPathEntryType()) && visitor(shared_from_this());
+}
+
+bool InaccessibleFolderPathEntry::ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
+    return ForEachEntry(scope, visitor);
+}
+
+FilenameMatcher InaccessibleFolderPathEntry::CreateFilenameMatcher(FilenameMatchingPolicy policy) const {
+    using foundation::storage::vfs::CaseModifier;
+    CaseModifier modifier;
+    switch (policy) {
+    case CaseRuleOne: modifier = CaseModifier::Exact; break;
+    case CaseRuleTwo: modifier = CaseModifier::Folded; break;
+    case StorageSystemRule: modifier = CaseModifier::StorageSystemRule; break;
+    default: FL_DIAG_TERMINATE("Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
+    }
+    const auto* comparator = &comparator_;
+    return std::make_shared<const FilenameMatcherFunction>([comparator, modifier](const ustring& a, const ustring& b) {
+        try {
+            return (*comparator)(a, b, modifier);
+        } catch (const foundation::storage::vfs::Exception&) {
+            return false;
+        }
+    });
+}
+
+PathEntryPointer InaccessibleFolderPathEntry::GetUpdatedPathEntry(const IPathEntryFactory& factory,
+                                                                  const IFolderMonitor& monitor) const {
+    return factory.CreateUpdatedPathEntry(iri_, monitor);
+}
+
+} // namespace Thornfell::PathManagement

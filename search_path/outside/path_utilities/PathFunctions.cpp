@@ -1,0 +1,38 @@
+#include "tfsearch_path/PathFunctions.hpp"
+
+#include "foundation/storage/vfs/StorageException.hpp"
+
+namespace Thornfell::PathManagement {
+
+PathEntryType GetPathEntryTypeFromBaseName(const ustring& baseName) {
+    if (!baseName.empty()) {
+        if (baseName.front() == u'+') return Package;
+        if (baseName.front() == u'@') return Method;
+    }
+    if (baseName == u"private") return Private;
+    if (baseName == u"resources") return Resources;
+    return Main;
+}
+
+foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text) {
+    static const ustring filePrefix = u"file://";
+    if (text.compare(0, filePrefix.size(), filePrefix) == 0)
+        return foundation::storage::vfs::toAbsoluteIRI(u"file", text.substr(filePrefix.size()));
+    return foundation::storage::vfs::toAbsoluteIRI(u"file", text);
+}
+
+ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri) { return iri.getPath(); }
+
+PartialPathnameParts SplitPartialPathname(const ustring& partialPathname) {
+    PartialPathnameParts parts;
+    std::size_t start = 0;
+    while (start <= partialPathname.size()) {
+        std::size_t stop = partialPathname.find_first_of(Constants::PathnameSeparatorStr, start);
+        if (stop == ustring::npos) stop = partialPathname.size();
+        if (stop > start) parts.emplace_back(partialPathname, start, stop - start);
+        start = stop + 1;
+    }
+    return parts;
+}
+
+} // namespace Thornfell::PathManagement

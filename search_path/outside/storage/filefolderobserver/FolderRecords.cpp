@@ -1,0 +1,59 @@
+#include "storage/filefolderobserver/FolderRecords.hpp"
+
+#include "foundation/core/diag/Diagnostics.hpp"
+
+namespace storage::filefolderobserver::detail {
+
+std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const ustring& key) {
+    Table::accessor entry;
+    table_.insert(entry, key);
+    if (auto existing = entry->second.lock()) return existing;
+    // A new entry, or one whose last observer is on its way out: that
+    // observer's release() finds a live record here and leaves it alone.
+    auto made = std::make_shared<FolderRecord>(key);
+    entry->second = made;
+    return made;
+}
+
+void FolderRecordTable::release(std::shared_ptr<FolderRecord>&& record) {
+    // Every holder drops its share before it looks, so the look of the last
+    // one to drop finds the entry expired.
+    if (!record) return;
+    const ustring key = record->key;
+    record.reset();
+    Table::accessor entry;
+    if (table_.find(entry, key) && entry->second.expired()) table_.erase(entry);
+}
+
+void FolderRecordTable::markChanged(const ustring& key, FrozenInclusion inclusion) {
+    std::shared_ptr<FolderRecord> record;
+    {
+        Table::const_accessor entry;
+        if (!table_.find(entry, key)) return;
+        record = entry->second.lock();
+    }
+    if (!record) return;
+    switch (inclusion) {
+    case FrozenInclusion::IncludeFrozen: record->allEvents.fetch_add(1, std::memory_order_acq_rel); break;
+    case FrozenInclusion::LiveOnly: record->liveEvents.fetch_add(1, std::memory_order_acq_rel); break;
+    default: FL_DIAG_TERMINATE("Unrecognized FrozenInclusion in FileFolderChangedEvent");
+    }
+    // The observers may have gone meanwhile; whoever drops the last share
+    // removes the entry, and that may be this event.
+    release(std::move(record));
+}
+
+FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, const ustring& key)
+    : table_(std::move(table)),
+      record_(table_->acquire(key)),
+      allEventsSeen_(record_->allEvents.load(std::memory_order_acquire)),
+      liveEventsSeen_(record_->liveEvents.load(std::memory_order_acquire)) {}
+
+FolderEventView::~FolderEventView() { table_->release(std::move(record_)); }
+
+bool FolderEventView::changed(bool live) const {
+    if (record_->allEvents.load(std::memory_order_acquire) != allEventsSeen_) return true;
+    return live && record_->liveEvents.load(std::memory_order_acquire) != liveEventsSeen_;
+}
+
+} // namespace storage::filefolderobserver::detail

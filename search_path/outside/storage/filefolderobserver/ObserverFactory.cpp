@@ -1,0 +1,148 @@
+#include "storage/filefolderobserver/ObserverFactory.hpp"
+
+#include "foundation/core/diag/Diagnostics.hpp"
+#include "foundation/usm/StateStore.hpp"
+#include "ovutil/LocalEventMgr.hpp"
+#include "storage/filefolderobserver/FolderSnapshot.hpp"
+#include "storage/filefolderobserver/FrozenObserver.hpp"
+#include "storage/filefolderobserver/LiveObserver.hpp"
+#include "storage/filefolderobserver/ObserverTestHooks.hpp"
+#include "storage/filefolderobserver/TimeStampObserver.hpp"
+
+#include <cerrno>
+#include <system_error>
+
+namespace storage::filefolderobserver {
+
+namespace detail {
+
+namespace {
+
+using foundation::storage::vfs::Folder;
+
+// For a folder that has gone, and for remote folders under "Reload".
+class AlwaysChangedObserver final : public IFileFolderObserver {
+public:
+    bool hasChanged() const override { return true; }
+    bool observesChildFoldersToo() const override { return false; }
+};
+
+} // namespace
+
+ObserverFactory::ObserverFactory() {
+    std::weak_ptr<FolderRecordTable> records = records_;
+    subscription_ = ovutil::eventmgr::createLocalEventMgr(boost::none)
+                        ->subscribe(FileFolderChangedEvent::TypeName(), [records](const foundation::msg_svc::eventmgr::BaseEvent& event) {
+                            const auto* changed = dynamic_cast<const FileFolderChangedEvent*>(&event);
+                            if (!changed) return;
+                            if (const auto table = records.lock())
+                                table->markChanged(changed->getFolder(), changed->getFrozenInclusion());
+                        });
+}
+
+ObserverFactory::~ObserverFactory() {
+    subscription_.disconnect();
+    watcher_->stop();
+}
+
+std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateFrozenObserver(Folder folder) {
+    return std::make_unique<FrozenObserver>(records_, folder.getIRI().toString(), FrozenObserver::Hears::FrozenEvents);
+}
+
+std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
+    Folder folder, foundation::core::except::Notification& notification) {
+    const std::string path = nativePath(folder);
+    if (treatAsRemote_.load(std::memory_order_acquire) || isOnRemoteFileSystem(path))
+        return createRemoteObserver(folder);
+
+    auto events = std::make_unique<FolderEventView>(records_, folder.getIRI().toString());
+    auto added = watcher_->addWatch(path, events->record());
+    if (!added.lease) {
+        if (added.error == ENOENT || added.error == ENOTDIR) return std::make_unique<AlwaysChangedObserver>();
+        warnOfFallback(folder, added.error, notification);
+        events.reset();
+        return std::make_unique<TimeStampObserver>(records_, folder);
+    }
+    auto observer = std::make_unique<LiveObserver>(std::move(events), std::move(added.lease));
+    // The watch and the counters stand, so a change from here on is seen;
+    // what happened since the listing shows in a new reading.
+    const auto listed = digestListing(folder);
+    if (!listed || digestListingNow(folder) != listed) observer->setChangedAtStart();
+    return observer;
+}
+
+std::unique_ptr<IFileFolderObserver> ObserverFactory::createRemoteObserver(const Folder& folder) {
+    switch (GetRemotePathPolicy()) {
+    case RemoteReload: return std::make_unique<AlwaysChangedObserver>();
+    case RemoteNone:
+        return std::make_unique<FrozenObserver>(records_, folder.getIRI().toString(), FrozenObserver::Hears::AllEvents);
+    default: return std::make_unique<TimeStampObserver>(records_, folder);
+    }
+}
+
+void ObserverFactory::warnOfFallback(const Folder& folder, int error,
+                                     foundation::core::except::Notification& notification) {
+    switch (GetChangeHandleWarning()) {
+    case WarnAlways: break;
+    case WarnOnce:
+        if (warnedSincePolicySet_.exchange(true, std::memory_order_acq_rel)) return;
+        break;
+    default: return;
+    }
+    notification.add(resource_core::BaseMsgID(
+        "ORVIAN:FileFolderObserver", "ChangeHandleFallback",
+        {folder.getIRI().getPath(), fl::i18n::utf8_to_ustring(std::generic_category().message(error))}));
+}
+
+void ObserverFactory::SetRemotePathPolicy(int policy) {
+    if (policy < RemoteReload || policy > RemoteNone)
+        FL_DIAG_TERMINATE("Unrecognized RemotePathPolicy passed to SetRemotePathPolicy");
+    remotePolicy_.store(policy, std::memory_order_release);
+}
+
+void ObserverFactory::SetChangeHandleWarning(int warning) {
+    if (warning < WarnAlways || warning > WarnNever)
+        FL_DIAG_TERMINATE("Unrecognized ChangeHandleWarning passed to SetChangeHandleWarning");
+    // Setting "once" again, even over "once", gives one more warning.
+    warnedSincePolicySet_.store(false, std::memory_order_release);
+    changeHandleWarning_.store(warning, std::memory_order_release);
+}
+
+} // namespace detail
+
+IFileFolderObserverFactory& GetFileFolderObserverFactory(const foundation::storage::vfs::StorageSystemReference&) {
+    // The process has one storage system, so one factory serves every
+    // reference to it.
+    using Store = foundation::usm::Detail<foundation::usm::scope::Process>;
+    static const auto id = Store::getNextID(typeid(detail::ObserverFactory));
+    return Store::findOrInsert<detail::ObserverFactory>(id, [] { return std::make_unique<detail::ObserverFactory>(); });
+}
+
+namespace testing {
+
+namespace {
+detail::ObserverFactory& concrete(IFileFolderObserverFactory& factory) {
+    return dynamic_cast<detail::ObserverFactory&>(factory);
+}
+const detail::ObserverFactory& concrete(const IFileFolderObserverFactory& factory) {
+    return dynamic_cast<const detail::ObserverFactory&>(factory);
+}
+} // namespace
+
+void FailWatchesForTesting(IFileFolderObserverFactory& factory, int errnoValue) {
+    concrete(factory).watcher().failWatchesWith(errnoValue);
+}
+
+void TreatFoldersAsRemoteForTesting(IFileFolderObserverFactory& factory, bool remote) {
+    concrete(factory).treatFoldersAsRemote(remote);
+}
+
+void SimulateOverflowForTesting(IFileFolderObserverFactory& factory) { concrete(factory).watcher().noteOverflow(); }
+
+std::size_t WatchCountForTesting(const IFileFolderObserverFactory& factory) {
+    return concrete(factory).watcher().watchCount();
+}
+
+} // namespace testing
+
+} // namespace storage::filefolderobserver

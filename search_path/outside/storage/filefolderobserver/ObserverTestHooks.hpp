@@ -1,0 +1,20 @@
+#pragma once
+// Hooks for tests of the observers: faults that a test can't easily cause
+// for real. They work on the factory of GetFileFolderObserverFactory.
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
+
+#include <cstddef>
+
+namespace storage::filefolderobserver::testing {
+
+// Every later watch fails with `errnoValue`, as when the watch table is full
+// (ENOSPC); 0 lets watches be set again.
+void FailWatchesForTesting(IFileFolderObserverFactory& factory, int errnoValue);
+// Takes every folder as one on a network file system (or stops doing so).
+void TreatFoldersAsRemoteForTesting(IFileFolderObserverFactory& factory, bool remote);
+// Acts as if the kernel's event queue had overflowed.
+void SimulateOverflowForTesting(IFileFolderObserverFactory& factory);
+// The number of inotify watches the factory holds.
+std::size_t WatchCountForTesting(const IFileFolderObserverFactory& factory);
+
+} // namespace storage::filefolderobserver::testing

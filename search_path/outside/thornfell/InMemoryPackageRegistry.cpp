@@ -1,0 +1,47 @@
+#include "thornfell/InMemoryPackageRegistry.hpp"
+
+namespace Thornfell::PackageRegistry::detail {
+
+InMemoryPackageRegistry::InMemoryPackageRegistry(const std::vector<PackageDescription>& packages)
+    : source_(std::make_shared<EntrySource>()) {
+    packages_.reserve(packages.size());
+    for (const auto& description : packages) {
+        const std::size_t index = packages_.size();
+        packages_.push_back(std::make_shared<const InMemoryPackage>(description, source_));
+        byId_.emplace(description.id, index);
+        // Two packages with one root: the one installed first owns it.
+        byRoot_.emplace(description.root, index);
+    }
+}
+
+std::shared_ptr<const IPackage> InMemoryPackageRegistry::GetPackage(const ComponentIdentifier& id) const {
+    const auto found = byId_.find(id);
+    return found == byId_.end() ? nullptr : packages_[found->second];
+}
+
+std::shared_ptr<const std::vector<ComponentIdentifier>> InMemoryPackageRegistry::GetPackages(
+    const std::function<bool(const IPackage&, const IPackageRegistry&)>& filter) const {
+    auto ids = std::make_shared<std::vector<ComponentIdentifier>>();
+    for (const auto& package : packages_)
+        if (!filter || filter(*package, *this)) ids->push_back(package->GetIdentifier());
+    return ids;
+}
+
+std::optional<ComponentIdentifier> InMemoryPackageRegistry::GetOwner(const CanonicalAbsoluteIRI& folder) const {
+    if (byRoot_.empty()) return std::nullopt;
+    // Walking up from the folder meets the deepest root first.
+    foundation::storage::vfs::AbsoluteIRI current = folder;
+    for (;;) {
+        if (const auto found = byRoot_.find(current); found != byRoot_.end())
+            return packages_[found->second]->GetIdentifier();
+        if (!current.hasParent()) return std::nullopt;
+        current = current.getParent();
+    }
+}
+
+ustring InMemoryPackageRegistry::GetDisplayName(const ComponentIdentifier& id) const {
+    const auto package = GetPackage(id);
+    return package ? package->GetIdentifier().GetName() : id.GetName();
+}
+
+} // namespace Thornfell::PackageRegistry::detail

@@ -1,0 +1,130 @@
+#include "foundation/msg_svc/eventmgr/EventMgr.hpp"
+#include "foundation/usm/StateStore.hpp"
+#include "thornfell/InMemoryPackageRegistry.hpp"
+
+#include <boost/make_shared.hpp>
+
+#include <map>
+#include <stdexcept>
+
+namespace Thornfell::PackageRegistry {
+
+namespace {
+
+std::map<std::string, PropertyValue, std::less<>> propertiesOf(const IPackage& package) {
+    std::map<std::string, PropertyValue, std::less<>> properties;
+    if (const auto* inMemory = dynamic_cast<const detail::InMemoryPackage*>(&package))
+        for (const auto& [name, value] : inMemory->GetDescription().properties) properties.emplace(name, value);
+    return properties;
+}
+
+bool sameFolders(const std::vector<PackageFolderRecord>& a, const std::vector<PackageFolderRecord>& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const PackageFolderRecord& x, const PackageFolderRecord& y) {
+        return x.folder == y.folder && (x.kinds == y.kinds || (x.kinds && y.kinds && *x.kinds == *y.kinds));
+    });
+}
+
+// Whether one package version, present in both registries, differs in
+// anything that decides where and how it stands on the path.
+bool packageChanged(const IPackage& before, const IPackage& after) {
+    return before.GetRoot() != after.GetRoot() || !sameFolders(*before.GetFolders(), *after.GetFolders()) ||
+           before.IsManaged() != after.IsManaged() || before.IsAddedToPath() != after.IsAddedToPath() ||
+           before.WantsFolderMonitoring() != after.WantsFolderMonitoring() ||
+           before.GetInstallStamp() != after.GetInstallStamp() || propertiesOf(before) != propertiesOf(after);
+}
+
+bool everyPackage(const IPackage&, const IPackageRegistry&) { return true; }
+
+std::shared_ptr<const PackageRegistryChanges> computeChanges(std::shared_ptr<const IPackageRegistry> before,
+                                                             std::shared_ptr<const IPackageRegistry> after) {
+    std::vector<ComponentIdentifier> added, removed, changed;
+    for (const auto& id : *after->GetPackages(everyPackage)) {
+        const auto old = before->GetPackage(id);
+        if (!old)
+            added.push_back(id);
+        else if (packageChanged(*old, *after->GetPackage(id)))
+            changed.push_back(id);
+    }
+    for (const auto& id : *before->GetPackages(everyPackage))
+        if (!after->GetPackage(id)) removed.push_back(id);
+    return std::make_shared<const PackageRegistryChanges>(std::move(before), std::move(after), std::move(added),
+                                                          std::move(removed), std::move(changed));
+}
+
+void bindEntrySource(const IPackageRegistry& registry, const PackageRegistrar::EntryProvider& provider, bool replace) {
+    if (!provider) return;
+    if (const auto* inMemory = dynamic_cast<const detail::InMemoryPackageRegistry*>(&registry)) {
+        if (replace)
+            inMemory->GetEntrySource().bind(provider);
+        else
+            inMemory->GetEntrySource().bindIfUnbound(provider);
+    }
+}
+
+} // namespace
+
+const std::vector<ComponentIdentifier>& PackageRegistryChanges::GetChanged(int kind) const {
+    static const std::vector<ComponentIdentifier> none;
+    return kind == 3 ? changed_ : none;
+}
+
+const std::string& PackageRegistryHasBeenChanged::TypeName() {
+    static const std::string name = "Thornfell::PackageRegistry::PackageRegistryHasBeenChanged";
+    return name;
+}
+
+PackageRegistrar::PackageRegistrar() : registry_(PackageRegistryBuilder().Build()) {}
+
+std::shared_ptr<const IPackageRegistry> PackageRegistrar::GetRegistry() const {
+    std::lock_guard lock(mutex_);
+    return registry_;
+}
+
+void PackageRegistrar::Install(std::shared_ptr<const IPackageRegistry> registry) {
+    if (!registry) throw std::invalid_argument("PackageRegistrar::Install: no registry");
+    std::shared_ptr<const IPackageRegistry> before;
+    {
+        std::lock_guard lock(mutex_);
+        bindEntrySource(*registry, provider_, false);
+        before = std::exchange(registry_, registry);
+    }
+    // Published without the lock: subscribers ask the registrar for the
+    // registry, and may install another one.
+    const auto bus = foundation::msg_svc::eventmgr::getEngineEventMgr();
+    bus->publish(boost::make_shared<PackageRegistryHasBeenChanged>(computeChanges(std::move(before), registry)), 0);
+    bus->publish(boost::make_shared<OrvianComponents::ModularPackageRegistryHasBeenChanged>(), 0);
+}
+
+void PackageRegistrar::SetEntryProvider(EntryProvider provider) {
+    std::lock_guard lock(mutex_);
+    provider_ = std::move(provider);
+    bindEntrySource(*registry_, provider_, true);
+}
+
+EntryPointer PackageRegistrar::ProvideEntry(const CanonicalAbsoluteIRI& folder) const {
+    EntryProvider provider;
+    {
+        std::lock_guard lock(mutex_);
+        provider = provider_;
+    }
+    return provider ? provider(folder) : nullptr;
+}
+
+PackageRegistrar& GetPackageRegistrarForUpdate() {
+    using Store = foundation::usm::Detail<foundation::usm::scope::Qvm>;
+    static const auto id = Store::getNextID(typeid(PackageRegistrar));
+    return Store::findOrInsert<PackageRegistrar>(id, [] { return std::make_unique<PackageRegistrar>(); });
+}
+
+IPackageRegistrar& GetPackageRegistrar() { return GetPackageRegistrarForUpdate(); }
+
+} // namespace Thornfell::PackageRegistry
+
+namespace OrvianComponents {
+
+const std::string& ModularPackageRegistryHasBeenChanged::TypeName() {
+    static const std::string name = "Thornfell::OrvianComponents::ModularPackageRegistryHasBeenChanged";
+    return name;
+}
+
+} // namespace OrvianComponents

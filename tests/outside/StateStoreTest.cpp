@@ -1,0 +1,150 @@
+#include "foundation/usm/StateStore.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <barrier>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using foundation::usm::EngineInstance;
+using QvmStore = foundation::usm::Detail<foundation::usm::scope::Qvm>;
+using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
+
+struct Named {
+    Named(std::string name, std::vector<std::string>* log) : name(std::move(name)), log(log) {}
+    ~Named() {
+        if (log) log->push_back(name);
+    }
+    std::string name;
+    std::vector<std::string>* log;
+};
+
+std::unique_ptr<Named> named(const std::string& name, std::vector<std::string>* log = nullptr) {
+    return std::make_unique<Named>(name, log);
+}
+
+TEST(StateStore, EngineInstancesKeepTheirOwnSlots) {
+    const auto id = QvmStore::getNextID(typeid(Named));
+    EngineInstance first, second;
+    {
+        EngineInstance::MakeCurrent current(first);
+        QvmStore::findOrInsert<Named>(id, [] { return named("first"); });
+        {
+            EngineInstance::MakeCurrent nested(second);
+            EXPECT_EQ(QvmStore::find<Named>(id), nullptr);
+            EXPECT_EQ(QvmStore::findOrInsert<Named>(id, [] { return named("second"); }).name, "second");
+        }
+        // The instance current before comes back.
+        EXPECT_EQ(QvmStore::findOrFail<Named>(id).name, "first");
+    }
+    EXPECT_FALSE(QvmStore::isRequiredContextActive());
+    EXPECT_THROW(QvmStore::findOrFail<Named>(id), std::logic_error);
+}
+
+TEST(StateStore, InsertIntoAFullSlotLeavesTheOwnerItsObject) {
+    const auto id = QvmStore::getNextID(typeid(Named));
+    EngineInstance instance;
+    EngineInstance::MakeCurrent current(instance);
+    auto kept = named("kept");
+    auto other = named("other");
+    EXPECT_EQ(&QvmStore::insert(id, kept), QvmStore::find<Named>(id));
+    EXPECT_EQ(kept, nullptr);
+    EXPECT_EQ(QvmStore::insert(id, other).name, "kept");
+    ASSERT_NE(other, nullptr);
+}
+
+TEST(StateStore, ObjectsEndNewestFirstAndMayUseTheStoreWhileEnding) {
+    std::vector<std::string> log;
+    const auto a = QvmStore::getNextID(typeid(Named));
+    const auto b = QvmStore::getNextID(typeid(Named));
+    const auto late = QvmStore::getNextID(typeid(Named));
+
+    // An object that asks for another slot while it ends: that one is made
+    // then, and ends too before the store is gone.
+    struct Reaching {
+        Reaching(foundation::usm::SlotID late, std::vector<std::string>* log) : late(late), log(log) {}
+        ~Reaching() {
+            log->push_back("reaching");
+            EXPECT_TRUE(QvmStore::isRequiredContextActive());
+            QvmStore::findOrInsert<Named>(late, [this] { return named("late", log); });
+        }
+        foundation::usm::SlotID late;
+        std::vector<std::string>* log;
+    };
+    const auto reaching = QvmStore::getNextID(typeid(Reaching));
+    {
+        EngineInstance instance;
+        EngineInstance::MakeCurrent current(instance);
+        QvmStore::findOrInsert<Named>(a, [&] { return named("a", &log); });
+        QvmStore::findOrInsert<Reaching>(reaching, [&] { return std::make_unique<Reaching>(late, &log); });
+        QvmStore::findOrInsert<Named>(b, [&] { return named("b", &log); });
+    }
+    EXPECT_EQ(log, (std::vector<std::string>{"b", "reaching", "late", "a"}));
+}
+
+TEST(StateStore, ProcessScopeIsEverywhereAndResets) {
+    const auto id = ProcessStore::getNextID(typeid(Named));
+    ProcessStore::findOrInsert<Named>(id, [] { return named("process"); });
+    std::thread([&] {
+        EXPECT_TRUE(ProcessStore::isRequiredContextActive());
+        EXPECT_NE(ProcessStore::find<Named>(id), nullptr);
+    }).join();
+    ProcessStore::resetForTesting();
+    EXPECT_EQ(ProcessStore::find<Named>(id), nullptr);
+}
+
+TEST(StateStoreThread, FreshThreadHasNoEngineInstance) {
+    EngineInstance instance;
+    EngineInstance::MakeCurrent current(instance);
+    ASSERT_TRUE(QvmStore::isRequiredContextActive());
+    bool active = true;
+    bool threw = false;
+    std::thread([&] {
+        active = QvmStore::isRequiredContextActive();
+        try {
+            QvmStore::findOrInsert<Named>(QvmStore::getNextID(typeid(Named)), [] { return named("x"); });
+        } catch (const std::logic_error&) {
+            threw = true;
+        }
+    }).join();
+    EXPECT_FALSE(active);
+    EXPECT_TRUE(threw);
+}
+
+TEST(StateStoreConcurrent, RacingInsertsKeepOneObject) {
+    struct Counted {
+        explicit Counted(std::atomic<int>* live) : live(live) { ++*live; }
+        ~Counted() { --*live; }
+        std::atomic<int>* live;
+    };
+    constexpr int kThreads = 6;
+    std::atomic<int> live{0};
+    {
+        EngineInstance instance;
+        for (int round = 0; round < 20; ++round) {
+            const auto id = QvmStore::getNextID(typeid(Counted));
+            std::vector<const Counted*> seen(kThreads);
+            std::barrier start(kThreads);
+            std::vector<std::thread> threads;
+            for (int t = 0; t < kThreads; ++t) {
+                threads.emplace_back([&, t] {
+                    EngineInstance::MakeCurrent current(instance);
+                    start.arrive_and_wait();
+                    seen[t] = &QvmStore::findOrInsert<Counted>(id, [&] { return std::make_unique<Counted>(&live); });
+                });
+            }
+            for (auto& thread : threads) thread.join();
+            for (int t = 1; t < kThreads; ++t) EXPECT_EQ(seen[t], seen[0]);
+            // The losers' objects are gone; one object per round is kept.
+            EXPECT_EQ(live.load(), round + 1);
+        }
+    }
+    EXPECT_EQ(live.load(), 0);
+}
+
+} // namespace

@@ -1,0 +1,184 @@
+#include "foundation/storage/vfs/Folder.hpp"
+
+#include "support/TempTree.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <thread>
+
+namespace {
+
+using namespace foundation::storage::vfs;
+using tfsp::test::TempTree;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+std::vector<ustring> names(const std::vector<File>& files) {
+    std::vector<ustring> out;
+    for (const File& f : files) out.push_back(f.getName());
+    return out;
+}
+
+std::vector<ustring> names(const std::vector<Folder>& folders) {
+    std::vector<ustring> out;
+    for (const Folder& f : folders) out.push_back(f.getName());
+    return out;
+}
+
+// The error code of what `action` throws; 0 when it throws nothing.
+template <class F>
+int errorCodeOf(F&& action) {
+    try {
+        action();
+    } catch (const Exception& e) {
+        return e.getErrorCode();
+    }
+    return 0;
+}
+
+class StorageFolder : public ::testing::Test {
+protected:
+    Folder folder(const std::string& relative) const { return Folder(tree.iri(relative), storage); }
+    CanonicalAbsoluteIRI canonical(const std::string& relative) const {
+        return CanonicalAbsoluteIRI(tree.iri(relative), u"");
+    }
+
+    TempTree tree;
+    StorageSystemReference storage = OrvianStorageSystem::GetStorageSystemReference();
+};
+
+TEST_F(StorageFolder, ListsFilesAndFoldersApartFollowingLinks) {
+    tree.file("top/a.m");
+    tree.file("top/.hidden");
+    tree.folder("top/+pkg");
+    tree.folder("top/@cls");
+    tree.symlink("top/toFile", "a.m");
+    tree.symlink("top/toFolder", "+pkg");
+    tree.symlink("top/broken", "missing");
+    tree.symlink("top/loop", "loop");
+    const Folder top = folder("top");
+    EXPECT_THAT(names(top.listFiles(u"")), UnorderedElementsAre(u"a.m", u".hidden", u"toFile", u"broken", u"loop"));
+    EXPECT_THAT(names(top.listFolders(u"")), UnorderedElementsAre(u"+pkg", u"@cls", u"toFolder"));
+    EXPECT_THAT(names(top.listFiles(u"a.m")), ElementsAre(u"a.m"));
+    EXPECT_THAT(names(top.listFiles(u"A.m")), IsEmpty());
+    EXPECT_THAT(names(top.listFolders(u"@cls")), ElementsAre(u"@cls"));
+    EXPECT_THAT(folder("top/+pkg").listFiles(u""), IsEmpty());
+}
+
+TEST_F(StorageFolder, NamesThatAreNotUtf8AreListedWithReplacements) {
+    tree.file("top/bad\xFF.m");
+    tree.folder("top/dir\xC0");
+    tree.file("top/good.m");
+    const Folder top = folder("top");
+    EXPECT_THAT(names(top.listFiles(u"")), UnorderedElementsAre(u"bad\uFFFD.m", u"good.m"));
+    EXPECT_THAT(names(top.listFolders(u"")), ElementsAre(u"dir\uFFFD"));
+}
+
+TEST_F(StorageFolder, AFolderIsASnapshotSharedByItsCopies) {
+    tree.file("top/a.m");
+    const Folder top = folder("top");
+    const Folder copyBefore = top;
+    EXPECT_EQ(top.listFiles(u"").size(), 1u);
+    tree.file("top/b.m");
+    tree.folder("top/later");
+    EXPECT_EQ(copyBefore.listFiles(u"").size(), 1u);
+    EXPECT_THAT(copyBefore.listFolders(u""), IsEmpty());
+    EXPECT_EQ(folder("top").listFiles(u"").size(), 2u);
+}
+
+TEST_F(StorageFolder, CanonicalLocationResolvesDotDotAndLinks) {
+    tree.folder("a/b");
+    tree.folder("c");
+    tree.symlink("link", "a/b");
+    EXPECT_EQ(folder("a/b/../../c").getCanonicalLocation(), tree.iri("c"));
+    EXPECT_EQ(folder("link").getCanonicalLocation(), tree.iri("a/b"));
+    EXPECT_EQ(folder("link/..").getCanonicalLocation(), tree.iri("a"));  // ".." of where the link leads
+    EXPECT_EQ(folder("c").getParent().getCanonicalLocation(), tree.iri(""));
+}
+
+TEST_F(StorageFolder, CanonicalNamesAreTakenWithoutAskingTheDisk) {
+    tree.folder("top/sub");
+    tree.folder("elsewhere");
+    tree.symlink("top/viaLink", "../elsewhere");
+    const Folder top(canonical("top"), storage);
+    const std::vector<Folder> children = top.listFolders(u"");
+    ASSERT_EQ(children.size(), 2u);
+    tree.remove("top");
+    // A subfolder that isn't a link is canonical from the listing, and so is
+    // the parent of a canonical folder; a link still needs resolving.
+    for (const Folder& child : children) {
+        if (child.getName() == u"sub") {
+            EXPECT_EQ(child.getCanonicalLocation(), tree.iri("top/sub"));
+            EXPECT_EQ(child.getParent().getCanonicalLocation(), tree.iri("top"));
+        } else {
+            EXPECT_EQ(errorCodeOf([&] { child.getCanonicalLocation(); }), 4);
+        }
+    }
+    EXPECT_EQ(Folder(canonical("never/was"), storage).getCanonicalLocation(), tree.iri("never/was"));
+}
+
+TEST_F(StorageFolder, FailuresCarryTheCodeCallersTellApart) {
+    tree.file("file.m");
+    tree.folder("gone");
+    const Folder gone = folder("gone");
+    tree.remove("gone");
+    tree.symlink("loop", "loop");
+    const std::string longName(300, 'x');
+
+    EXPECT_EQ(errorCodeOf([&] { gone.listFiles(u""); }), 4);
+    EXPECT_EQ(errorCodeOf([&] { gone.getCanonicalLocation(); }), 4);
+    EXPECT_EQ(errorCodeOf([&] { folder("file.m").listFolders(u""); }), 4);
+    EXPECT_EQ(errorCodeOf([&] { folder("file.m").getCanonicalLocation(); }), 4);
+    EXPECT_EQ(errorCodeOf([&] { folder("file.m/below").listFiles(u""); }), 4);
+    EXPECT_EQ(errorCodeOf([&] { folder("loop").listFiles(u""); }), 1);
+    EXPECT_EQ(errorCodeOf([&] { folder("loop").getCanonicalLocation(); }), 1);
+    EXPECT_EQ(errorCodeOf([&] { folder(longName).listFiles(u""); }), 1);
+    // A failed reading is not remembered: the folder may come back.
+    tree.folder("gone");
+    EXPECT_THAT(gone.listFiles(u""), IsEmpty());
+}
+
+TEST_F(StorageFolder, UnreadableFolderIsPermissionDenied) {
+    if (!tfsp::test::permissionsAreEnforced()) GTEST_SKIP() << "this process reads folders of any mode";
+    tree.folder("locked/inner");
+    tree.chmod("locked", 0);
+    EXPECT_EQ(errorCodeOf([&] { folder("locked").listFiles(u""); }), 2);
+    EXPECT_EQ(errorCodeOf([&] { folder("locked/inner").getCanonicalLocation(); }), 2);
+}
+
+TEST(StorageException, ErrnoMapsOntoTheCodesCallersKnow) {
+    const std::pair<int, int> table[] = {{ENOENT, 4}, {ENOTDIR, 4}, {EACCES, 2}, {EPERM, 2},
+                                         {ELOOP, 1},  {ENAMETOOLONG, 1}, {EIO, 9}, {EMFILE, 9}};
+    for (const auto& [err, code] : table) EXPECT_EQ(Exception::fromErrno(err, u"/x", "op").getErrorCode(), code) << err;
+    const Exception e = Exception::fromErrno(ENOENT, u"/dir/é", "opendir");
+    EXPECT_THAT(e.what(), HasSubstr("/dir/é"));
+    EXPECT_THAT(e.what(), HasSubstr("opendir"));
+    EXPECT_EQ(e.getLocation(), u"/dir/é");
+}
+
+TEST_F(StorageFolder, ConcurrentFirstListingsReadOnce) {
+    for (int i = 0; i < 40; ++i) tree.file("top/f" + std::to_string(i));
+    tree.folder("top/sub");
+    const Folder top(canonical("top"), storage);
+    std::vector<std::vector<File>> seen(4);
+    std::vector<std::thread> threads;
+    for (std::size_t t = 0; t < seen.size(); ++t)
+        threads.emplace_back([&, t] {
+            seen[t] = t % 2 ? top.listFiles(u"") : (top.listFolders(u""), top.listFiles(u""));
+            (void)top.getCanonicalLocation();
+        });
+    for (std::thread& t : threads) t.join();
+    for (const auto& files : seen) EXPECT_EQ(names(files), names(seen[0]));
+    EXPECT_EQ(seen[0].size(), 40u);
+}
+
+TEST(StorageSystem, OneSystemForTheProcess) {
+    EXPECT_EQ(OrvianStorageSystem::GetStorageSystemReference(), OrvianStorageSystem::GetStorageSystemReference());
+    EXPECT_THROW(StorageSystemReference().get(), std::logic_error);
+}
+
+} // namespace

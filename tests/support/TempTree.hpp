@@ -1,0 +1,43 @@
+#pragma once
+// A temporary folder for tests that need a real file system. Files, folders
+// and symbolic links are made under it by relative path; the destructor
+// removes everything, also what was made unreadable.
+#include "fl/ustring.hpp"
+#include "foundation/storage/vfs/AbsoluteIRI.hpp"
+
+#include <string>
+#include <vector>
+
+namespace tfsp::test {
+
+class TempTree {
+public:
+    TempTree();
+    ~TempTree();
+    TempTree(const TempTree&) = delete;
+    TempTree& operator=(const TempTree&) = delete;
+
+    // The root, resolved (no links), so it compares equal to canonical names.
+    const std::string& root() const { return root_; }
+    // root() + "/" + relative, or root() for an empty relative.
+    std::string path(const std::string& relative) const;
+    ustring upath(const std::string& relative) const { return fl::i18n::utf8_to_ustring(path(relative)); }
+    foundation::storage::vfs::AbsoluteIRI iri(const std::string& relative = "") const;
+
+    // Each makes the missing folders above it, and returns its full path.
+    std::string folder(const std::string& relative);
+    std::string file(const std::string& relative, const std::string& content = "");
+    std::string symlink(const std::string& relative, const std::string& target);
+    // Sets the mode bits; the destructor makes the entry removable again.
+    void chmod(const std::string& relative, unsigned mode);
+    void remove(const std::string& relative);
+
+private:
+    std::string root_;
+    std::vector<std::string> chmodded_;
+};
+
+// Whether permission bits stop this process (not so for root).
+bool permissionsAreEnforced();
+
+} // namespace tfsp::test
