@@ -52,7 +52,8 @@ TEST(StateStore, InsertIntoAFullSlotLeavesTheOwnerItsObject) {
     EngineInstance::MakeCurrent current(instance);
     auto kept = named("kept");
     auto other = named("other");
-    EXPECT_EQ(&QvmStore::insert(id, kept), QvmStore::find<Named>(id));
+    Named& inserted = QvmStore::insert(id, kept);
+    EXPECT_EQ(&inserted, QvmStore::find<Named>(id));
     EXPECT_EQ(kept, nullptr);
     EXPECT_EQ(QvmStore::insert(id, other).name, "kept");
     ASSERT_NE(other, nullptr);

@@ -26,15 +26,15 @@ std::string ItemPath(const PathItem& item) {
 }
 
 namespace {
-nlohmann::json ChildrenToJson(const PathEntryList& children) {
-    nlohmann::json list = nlohmann::json::array();
+nlohmann::ordered_json ChildrenToJson(const PathEntryList& children) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const auto& child : *children) list.push_back(EntryToJson(*child));
     return list;
 }
 } // namespace
 
-nlohmann::json EntryToJson(const IPathEntry& entry) {
-    nlohmann::json items = nlohmann::json::array();
+nlohmann::ordered_json EntryToJson(const IPathEntry& entry) {
+    nlohmann::ordered_json items = nlohmann::ordered_json::array();
     for (const auto& item : *entry.GetPathItems())
         items.push_back({{"stem", ToUtf8(item->stem)}, {"extension", ToUtf8(item->extension)}});
     const auto privateEntry = entry.GetPrivateEntry();
@@ -46,8 +46,8 @@ nlohmann::json EntryToJson(const IPathEntry& entry) {
             {"packages", ChildrenToJson(entry.GetPackageEntries())},
             {"methods", ChildrenToJson(entry.GetMethodEntries())},
             {"uddClasses", ChildrenToJson(entry.GetUDDClassEntries())},
-            {"private", privateEntry ? EntryToJson(*privateEntry) : nlohmann::json(nullptr)},
-            {"resources", resourcesEntry ? EntryToJson(*resourcesEntry) : nlohmann::json(nullptr)}};
+            {"private", privateEntry ? EntryToJson(*privateEntry) : nlohmann::ordered_json(nullptr)},
+            {"resources", resourcesEntry ? EntryToJson(*resourcesEntry) : nlohmann::ordered_json(nullptr)}};
 }
 
 void PrintEntry(std::ostream& out, const IPathEntry& entry, int depth) {

@@ -9,7 +9,7 @@
 namespace tfpath {
 
 const char* EntryTypeName(Thornfell::PathManagement::PathEntryType type);
-nlohmann::json EntryToJson(const Thornfell::PathManagement::IPathEntry& entry);
+nlohmann::ordered_json EntryToJson(const Thornfell::PathManagement::IPathEntry& entry);
 void PrintEntry(std::ostream& out, const Thornfell::PathManagement::IPathEntry& entry, int depth);
 // The plain file system path of an item: its folder, then stem and extension.
 std::string ItemPath(const Thornfell::PathManagement::PathItem& item);

@@ -25,7 +25,8 @@ public:
         // Made without the lock: the path maker may run work on other
         // threads. Racing callers may both make one; the first is kept.
         std::vector<EntryPointer> entries;
-        for (const auto& record : *package_->GetEntryRecords())
+        const auto records = package_->GetEntryRecords();
+        for (const auto& record : *records)
             if (record.kinds && record.kinds->contains(0)) entries.push_back(record.entry);
         auto path = pathMaker_(std::move(entries));
         std::lock_guard lock(mutex_);

@@ -38,14 +38,17 @@ bool everyPackage(const IPackage&, const IPackageRegistry&) { return true; }
 std::shared_ptr<const PackageRegistryChanges> computeChanges(std::shared_ptr<const IPackageRegistry> before,
                                                              std::shared_ptr<const IPackageRegistry> after) {
     std::vector<ComponentIdentifier> added, removed, changed;
-    for (const auto& id : *after->GetPackages(everyPackage)) {
+    // Held in locals: a range-for over *GetPackages() would outlive the list.
+    const auto afterIds = after->GetPackages(everyPackage);
+    const auto beforeIds = before->GetPackages(everyPackage);
+    for (const auto& id : *afterIds) {
         const auto old = before->GetPackage(id);
         if (!old)
             added.push_back(id);
         else if (packageChanged(*old, *after->GetPackage(id)))
             changed.push_back(id);
     }
-    for (const auto& id : *before->GetPackages(everyPackage))
+    for (const auto& id : *beforeIds)
         if (!after->GetPackage(id)) removed.push_back(id);
     return std::make_shared<const PackageRegistryChanges>(std::move(before), std::move(after), std::move(added),
                                                           std::move(removed), std::move(changed));

@@ -118,19 +118,20 @@ private:
     std::shared_ptr<const PackageRegistryChanges> changes_;
 };
 
-// Describes one package for the builder.
+// Describes one package for the builder. Every member but `id` and `root`
+// has a default, so designated initialisers may leave them out.
 struct PackageDescription {
     ComponentIdentifier id;
     CanonicalAbsoluteIRI root;
     // Further folders that go on the path, after the root.
-    std::vector<CanonicalAbsoluteIRI> pathFolders;
+    std::vector<CanonicalAbsoluteIRI> pathFolders{};
     // Folders of the package that don't go on the path (kind 1).
-    std::vector<CanonicalAbsoluteIRI> otherFolders;
+    std::vector<CanonicalAbsoluteIRI> otherFolders{};
     bool managed = false;
     bool addedToPath = true;
     bool wantsFolderMonitoring = false;
     std::uint64_t installStamp = 0;  // 0: the builder numbers packages in order
-    std::vector<std::pair<std::string, PropertyValue>> properties;
+    std::vector<std::pair<std::string, PropertyValue>> properties{};
 };
 
 class PackageRegistryBuilder {

@@ -118,7 +118,7 @@ IFileFolderObserverFactory& GetFileFolderObserverFactory(const foundation::stora
     return Store::findOrInsert<detail::ObserverFactory>(id, [] { return std::make_unique<detail::ObserverFactory>(); });
 }
 
-namespace testing {
+namespace testhooks {
 
 namespace {
 detail::ObserverFactory& concrete(IFileFolderObserverFactory& factory) {
@@ -143,6 +143,6 @@ std::size_t WatchCountForTesting(const IFileFolderObserverFactory& factory) {
     return concrete(factory).watcher().watchCount();
 }
 
-} // namespace testing
+} // namespace testhooks
 
 } // namespace storage::filefolderobserver

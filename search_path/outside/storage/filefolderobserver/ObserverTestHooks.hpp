@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-namespace storage::filefolderobserver::testing {
+namespace storage::filefolderobserver::testhooks {
 
 // Every later watch fails with `errnoValue`, as when the watch table is full
 // (ENOSPC); 0 lets watches be set again.
@@ -17,4 +17,4 @@ void SimulateOverflowForTesting(IFileFolderObserverFactory& factory);
 // The number of inotify watches the factory holds.
 std::size_t WatchCountForTesting(const IFileFolderObserverFactory& factory);
 
-} // namespace storage::filefolderobserver::testing
+} // namespace storage::filefolderobserver::testhooks

@@ -1,0 +1,540 @@
+#include "Path.hpp"
+
+#include "AsynchronousWorkerQueue.hpp"
+#include "fl/filesystem/Filesystem.hpp"
+#include "foundation/storage/vfs/Folder.hpp"
+#include "foundation/storage/vfs/StorageException.hpp"
+#include "orvian/FeatureSwitches.hpp"
+#include "thornfell/CurrentWorkingFolder.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
+
+#include <oneapi/tbb/blocked_range.h>
+#include <oneapi/tbb/parallel_for.h>
+#include <oneapi/tbb/partitioner.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <iterator>
+#include <type_traits>
+
+namespace Thornfell::PathManagement {
+
+using foundation::storage::vfs::AbsoluteIRI;
+using foundation::storage::vfs::CanonicalAbsoluteIRI;
+
+namespace {
+
+// Every loop of the build and of a parallel query hands the pool chunks of
+// at least this many indices: one entry is too little work for a task.
+constexpr std::size_t kGrainSize = 32;
+// Up to this many candidates a query runs serially: below it the pool costs
+// more than it saves.
+constexpr std::size_t kSerialCandidateLimit = 64;
+// Most main entries have few special folders below them.
+constexpr std::size_t kEntriesPerMainEntryGuess = 25;
+// Folders hold many files, with mostly distinct stems.
+constexpr std::size_t kStemBucketsPerEntry = 10;
+
+constexpr PathEntryType kMainOnly[] = {Main};
+constexpr PathEntryType kMethodOnly[] = {Method};
+constexpr SearchScope kMainScope{kMainOnly};
+constexpr SearchScope kMethodScope{kMethodOnly};
+
+using EntrySlot = Path::EntrySlot;
+using EntrySlotList = Path::EntrySlotList;
+using EntrySlotRange = Path::EntrySlotRange;
+using PathEntryInfoCache = Path::PathEntryInfoCache;
+using PathItemStemToPathEntryMap = Path::PathItemStemToPathEntryMap;
+using PathEntryBasenameToPathEntriesMap = Path::PathEntryBasenameToPathEntriesMap;
+
+tbb::blocked_range<std::size_t> IndexRange(std::size_t count) { return {0, count, kGrainSize}; }
+
+// Calls `body` once for each index of `range`, in ascending order within each
+// chunk, on the pool; returns when all calls have returned. An exception of a
+// call cancels the loop and reaches the caller.
+template <class Body>
+void ParallelForEachInRange(const tbb::blocked_range<std::size_t>& range, const Body& body) {
+    if (range.empty()) return;
+    tbb::parallel_for(
+        range,
+        [&body](const tbb::blocked_range<std::size_t>& chunk) {
+            for (std::size_t index = chunk.begin(); index != chunk.end(); ++index) body(index);
+        },
+        tbb::auto_partitioner());
+}
+
+// Keeps `list` sorted by address, and so in path order, whichever thread
+// inserts first; a slot already present isn't added again.
+void InsertSlotInPathOrder(EntrySlotList& list, EntrySlot slot) {
+    const auto at = std::lower_bound(list.begin(), list.end(), slot, std::less<EntrySlot>());
+    if (at != list.end() && *at == slot) return;
+    list.insert(at, slot);
+}
+
+// ---------------------------------------------------------------- builders
+
+std::shared_ptr<const PathEntryVector> CreateAllEntriesVector(const PathEntryVector& mainEntries) {
+    // One vector for each main entry, filled by whichever thread visits it, and
+    // joined in index order afterwards: the result is the same for any
+    // schedule.
+    std::vector<PathEntryVector> visitedByMainEntry(mainEntries.size());
+    ParallelForEachInRange(IndexRange(mainEntries.size()), [&](std::size_t index) {
+        PathEntryVector& visited = visitedByMainEntry[index];
+        if (visited.capacity() < kEntriesPerMainEntryGuess) visited.reserve(kEntriesPerMainEntryGuess);
+        mainEntries[index]->ForEachEntry(allEntryTypesScope, [&visited](const PathEntryPointer& entry) {
+            visited.push_back(entry);
+            return false;
+        });
+    });
+    std::size_t total = 0;
+    for (const PathEntryVector& visited : visitedByMainEntry) total += visited.size();
+    auto allEntries = std::make_shared<PathEntryVector>();
+    allEntries->reserve(total);
+    for (PathEntryVector& visited : visitedByMainEntry)
+        allEntries->insert(allEntries->end(), std::make_move_iterator(visited.begin()),
+                           std::make_move_iterator(visited.end()));
+    return allEntries;
+}
+
+void AddToInfoCache(PathEntryInfoCache& cache, const PathEntryPointer& entry, EntrySlot parentSlot) {
+    PathEntryInfoCache::accessor accessor;
+    if (cache.insert(accessor, PathEntryInfoCache::value_type(entry->GetIRI(), Path::PathEntryInfoCacheItem{entry, parentSlot})))
+        return;
+    // A folder that stands on the path as a main entry and also as the private
+    // folder of another entry is known by its main entry, whichever of the
+    // two arrived first.
+    Path::PathEntryInfoCacheItem& item = accessor->second;
+    if (entry->GetPathEntryType() == Main && item.entry->GetPathEntryType() == Private) {
+        item.entry = entry;
+        item.parentSlot = parentSlot;
+    }
+}
+
+std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVector& allEntries) {
+    auto cache = std::make_unique<PathEntryInfoCache>(allEntries.size());
+    ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
+        const EntrySlot slot = &allEntries[index];
+        const IPathEntry& entry = **slot;
+        // Children are entered by their parent, so that their parent slot is
+        // known; only a main entry enters itself, as its own parent.
+        if (entry.GetPathEntryType() == Main) AddToInfoCache(*cache, *slot, slot);
+        if (PathEntryPointer child = entry.GetPrivateEntry()) AddToInfoCache(*cache, child, slot);
+        if (PathEntryPointer child = entry.GetResourcesEntry()) AddToInfoCache(*cache, child, slot);
+        for (const PathEntryList& children :
+             {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
+            for (const PathEntryPointer& child : *children) AddToInfoCache(*cache, child, slot);
+    });
+    return cache;
+}
+
+std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(kStemBucketsPerEntry * allEntries.size());
+    ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
+        const EntrySlot slot = &allEntries[index];
+        // The items stay alive with the entry, which `allEntries` holds, so the
+        // map can point at their stems instead of copying them.
+        const std::shared_ptr<const PathItemVector> items = allEntries[index]->GetPathItems();
+        const ustring* previousStem = nullptr;
+        for (const PathItemPointer& item : *items) {
+            const ustring* stem = &item->normalizedStem;
+            // Items come sorted by normalized stem: a run of one stem (the
+            // same file with several extensions, or names that differ only
+            // in case) adds this slot once, so one lookup does.
+            if (previousStem && *previousStem == *stem) continue;
+            previousStem = stem;
+            PathItemStemToPathEntryMap::accessor accessor;
+            map->insert(accessor, stem);
+            InsertSlotInPathOrder(accessor->second, slot);
+        }
+    });
+    // Finish the bucket splits that growth left pending: readers then never
+    // meet one, and no writer remains to do it later.
+    map->rehash(0);
+    return map;
+}
+
+ustring BasenameKey(const IPathEntry& entry) {
+    ustring name = entry.GetIRI().getName();
+    switch (entry.GetPathEntryType()) {
+    case Package:
+    case Method:
+    case UDDClass:
+        // "+pkg" and "@cls" stand under "pkg" and "cls", beside plain folders
+        // of that name; queries tell them apart afterwards.
+        if (!name.empty()) name.erase(0, 1);
+        break;
+    default: break;
+    }
+    return PathItem::Normalize(std::move(name));
+}
+
+std::unique_ptr<PathEntryBasenameToPathEntriesMap> CreatePathEntryBasenameToPathEntriesMap(
+    const PathEntryVector& allEntries) {
+    auto map = std::make_unique<PathEntryBasenameToPathEntriesMap>(allEntries.size());
+    ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
+        const EntrySlot slot = &allEntries[index];
+        PathEntryBasenameToPathEntriesMap::accessor accessor;
+        map->insert(accessor, BasenameKey(**slot));
+        InsertSlotInPathOrder(accessor->second, slot);
+    });
+    map->rehash(0);
+    return map;
+}
+
+// ---------------------------------------------------------- deferred freeing
+
+// Gives `object` to the worker thread to free. On failed allocation it is
+// freed here instead; either way `object` is empty afterwards.
+template <class T>
+void DestroyAsynchronously(std::unique_ptr<T>&& object, AsynchronousWorkerQueue& queue) noexcept {
+    std::shared_ptr<std::unique_ptr<T>> holder;
+    try {
+        holder = std::make_shared<std::unique_ptr<T>>(std::move(object));
+    } catch (...) {
+        object.reset();
+        return;
+    }
+    try {
+        std::packaged_task<void()> task([holder = std::move(holder)] { holder->reset(); });
+        queue.Enqueue(std::move(task));
+    } catch (...) {
+        // The holder went with the function object, and the object with it,
+        // on this thread.
+    }
+}
+
+// ------------------------------------------------------------------ queries
+
+// What a query collects, and whether it may spread over the pool.
+struct FindFirstStrategy {
+    using Result = boost::optional<FoundItem>;
+    // A first match is never parallel: the answer is the first candidate that
+    // has the name, and the candidates behind it would be asked for nothing.
+    static constexpr bool mayRunInParallel = false;
+};
+struct FindAllStrategy {
+    using Result = std::vector<FoundItem>;
+    static constexpr bool mayRunInParallel = true;
+};
+struct GetEntriesParallelizationStrategy {
+    using Result = PathEntryVector;
+    static constexpr bool mayRunInParallel = true;
+};
+
+const PathEntryPointer& CandidateAt(EntrySlotRange candidates, std::size_t index) { return *candidates[index]; }
+const PathEntryPointer& CandidateAt(const PathEntryVector& candidates, std::size_t index) { return candidates[index]; }
+
+// Gives each candidate that passes `scope` to `callback` with a result to add
+// to. The result is in candidate order, however many threads did the work.
+template <class Strategy, class Candidates, class Callback>
+typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& candidates, SearchScope scope,
+                                                          const Callback& callback) {
+    using Result = typename Strategy::Result;
+    const std::size_t count = candidates.size();
+    Result result;
+    if (!Strategy::mayRunInParallel || count <= kSerialCandidateLimit) {
+        for (std::size_t index = 0; index < count; ++index) {
+            const PathEntryPointer& candidate = CandidateAt(candidates, index);
+            if (scope.contains(candidate->GetPathEntryType())) callback(candidate, result);
+        }
+        return result;
+    }
+    if constexpr (Strategy::mayRunInParallel) {
+        std::vector<Result> resultByIndex(count);
+        ParallelForEachInRange(IndexRange(count), [&](std::size_t index) {
+            const PathEntryPointer& candidate = CandidateAt(candidates, index);
+            if (scope.contains(candidate->GetPathEntryType())) callback(candidate, resultByIndex[index]);
+        });
+        std::size_t total = 0;
+        for (const Result& partial : resultByIndex) total += partial.size();
+        result.reserve(total);
+        for (Result& partial : resultByIndex)
+            result.insert(result.end(), std::make_move_iterator(partial.begin()), std::make_move_iterator(partial.end()));
+    }
+    return result;
+}
+
+struct AlwaysTrue {
+    bool operator()(const PathEntryPointer&) const { return true; }
+};
+
+// Asks one candidate entry for the target. The predicate (the partial
+// pathname's test of the entry's location) is asked only once the entry has
+// found something, since that is rare and the test is not cheap.
+template <class Strategy, class Predicate>
+class ForEachEntryCallback {
+public:
+    ForEachEntryCallback(const detail::SearchTarget& target, FilenameMatchingPolicy policy, const Predicate& predicate)
+        : target_(target), policy_(policy), predicate_(predicate) {}
+
+    void operator()(const PathEntryPointer& entry, typename Strategy::Result& result) const {
+        if constexpr (std::is_same_v<Strategy, FindFirstStrategy>) {
+            if (result) return;
+            PathItemPointer item = entry->FindFirst(target_, policy_);
+            if (item && predicate_(entry)) result.emplace(std::move(item), entry);
+        } else {
+            PathItemVector items = entry->FindAll(target_, policy_);
+            if (items.empty() || !predicate_(entry)) return;
+            result.reserve(result.size() + items.size());
+            for (PathItemPointer& item : items) result.emplace_back(std::move(item), entry);
+        }
+    }
+
+private:
+    const detail::SearchTarget& target_;
+    const FilenameMatchingPolicy policy_;
+    const Predicate& predicate_;
+};
+
+bool IsPathnameSeparator(char16_t c) { return Constants::PathnameSeparatorStr.find(c) != ustring::npos; }
+
+} // namespace
+
+// ------------------------------------------------------------------- hashing
+
+std::size_t Path::UstringHashCompare::hash(const ustring& text) {
+    std::uint64_t hash = 14695981039346656037ULL;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    for (std::size_t i = 0, n = text.size() * sizeof(char16_t); i < n; ++i) {
+        hash ^= bytes[i];
+        hash *= 1099511628211ULL;
+    }
+    return static_cast<std::size_t>(hash);
+}
+
+// ------------------------------------------------------------- construction
+
+Path::Path(PathEntryVector mainEntriesIn, std::weak_ptr<AsynchronousWorkerQueue> queue,
+           foundation::storage::vfs::StorageSystemReference storage)
+    : workerQueue(std::move(queue)),
+      mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
+      allEntries(CreateAllEntriesVector(*mainEntries)),
+      pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
+      pathItemStemToPathEntryMap(CreatePathItemStemToPathEntryMap(*allEntries)),
+      pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
+      storageSystem(std::move(storage)) {}
+
+Path::~Path() {
+    if (const std::shared_ptr<AsynchronousWorkerQueue> queue = workerQueue.lock()) {
+        DestroyAsynchronously(std::move(pathEntryBasenameToPathEntriesMap), *queue);
+        DestroyAsynchronously(std::move(pathItemStemToPathEntryMap), *queue);
+        // The cache is the only map that shares entries. Its shares are
+        // dropped here, so that every entry dies on this thread (or with
+        // another holder) and its destruction event is published here, never
+        // on the worker.
+        for (auto& element : *pathEntryInfoCache) {
+            element.second.entry.reset();
+            element.second.parentSlot = nullptr;
+        }
+        DestroyAsynchronously(std::move(pathEntryInfoCache), *queue);
+    }
+    // The remaining fields go as usual; with the queue gone the maps are freed
+    // here, and `allEntries` and `mainEntries` release the entries.
+}
+
+// ------------------------------------------------------------------ lookups
+
+Path::EntrySlotRange Path::LookUpEntriesByStem(const ustring& name) const {
+    const ustring key = PathItem::Normalize(ustring(name));
+    const auto found = pathItemStemToPathEntryMap->equal_range(&key);
+    if (found.first == found.second) return {};
+    const EntrySlotList& slots = found.first->second;
+    return {slots.data(), slots.size()};
+}
+
+Path::EntrySlotRange Path::LookUpEntriesByBasename(const ustring& name) const {
+    // The prefix of a package or class folder is ignored: the map files them
+    // under their bare name, beside plain folders.
+    const bool prefixed = !name.empty() && (name.front() == u'@' || name.front() == u'+');
+    const ustring key = PathItem::Normalize(prefixed ? name.substr(1) : ustring(name));
+    const auto found = std::as_const(*pathEntryBasenameToPathEntriesMap).equal_range(key);
+    if (found.first == found.second) return {};
+    const EntrySlotList& slots = found.first->second;
+    return {slots.data(), slots.size()};
+}
+
+const Path::PathEntryInfoCacheItem* Path::FindInfoCacheItem(const CanonicalAbsoluteIRI& iri) const {
+    const auto found = std::as_const(*pathEntryInfoCache).equal_range(iri);
+    return found.first == found.second ? nullptr : &found.first->second;
+}
+
+Path::EntrySlot Path::FindMainEntrySlot(const IPathEntry& entry) const {
+    const PathEntryInfoCacheItem* item = FindInfoCacheItem(entry.GetIRI());
+    if (!item || !item->parentSlot) return nullptr;
+    // Descendants stand behind their main entry in the flat vector, so the
+    // root is the nearest one towards the front.
+    const EntrySlot front = allEntries->data();
+    for (EntrySlot slot = item->parentSlot;; --slot) {
+        const IPathEntry& candidate = **slot;
+        const bool isRoot = OrvianComponents::ComponentFeature::IsOn() ? !GetParentEntryForEntry(candidate)
+                                                                       : candidate.GetPathEntryType() == Main;
+        if (isRoot || slot == front) return slot;
+    }
+}
+
+// ------------------------------------------------------------------ queries
+
+template <class Strategy>
+typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const detail::SearchTarget& target,
+                                                 const FilenameMatchingPolicy& policy) const {
+    const ustring& name = target.name();
+    const std::size_t lastSeparator = name.find_last_of(Constants::PathnameSeparatorStr);
+    if (lastSeparator == ustring::npos) {
+        const AlwaysTrue anyLocation;
+        const ForEachEntryCallback<Strategy, AlwaysTrue> callback(target, policy, anyLocation);
+        return ParallelInvokeCallbackOnEntries<Strategy>(LookUpEntriesByStem(name), scope, callback);
+    }
+    // A rooted name is no partial pathname, and a path query doesn't resolve
+    // absolute file names.
+    if (name.find_first_of(Constants::PathnameSeparatorStr) == 0) return {};
+
+    const PartialPathnameParts parts = SplitPartialPathname(name.substr(0, lastSeparator));
+    const detail::SearchTarget itemTarget(name.substr(lastSeparator + 1), target.extensions());
+    // The innermost folder narrows the candidates far more than the item name:
+    // only the entries of that base name can hold the item.
+    const EntrySlotRange candidates =
+        parts.empty() ? LookUpEntriesByStem(itemTarget.name()) : LookUpEntriesByBasename(parts.back());
+    const PartialPathnamePartsRange partsRange(parts);
+    const auto locationFits = [this, &partsRange, &policy](const PathEntryPointer& entry) {
+        return DoesPartialPathnameMatchPathEntryIRI(*this, partsRange, entry, policy);
+    };
+    const ForEachEntryCallback<Strategy, decltype(locationFits)> callback(itemTarget, policy, locationFits);
+    return ParallelInvokeCallbackOnEntries<Strategy>(candidates, scope, callback);
+}
+
+PathEntryList Path::GetMainEntries() const { return mainEntries; }
+
+PathEntryVector Path::GetMethodEntries() const {
+    return ParallelInvokeCallbackOnEntries<GetEntriesParallelizationStrategy>(
+        *allEntries, kMainScope, [](const PathEntryPointer& entry, PathEntryVector& result) {
+            const PathEntryList methods = entry->GetMethodEntries();
+            result.insert(result.end(), methods->begin(), methods->end());
+        });
+}
+
+PathEntryVector Path::GetMethodEntriesByName(SearchScope scope, const ustring& name,
+                                             FilenameMatchingPolicy policy) const {
+    const ustring methodFolderName = u"@" + name;
+    // The scope argument is about the folder that holds the method folder.
+    return ParallelInvokeCallbackOnEntries<GetEntriesParallelizationStrategy>(
+        LookUpEntriesByBasename(name), kMethodScope, [&](const PathEntryPointer& candidate, PathEntryVector& result) {
+            const PathEntryPointer parent = GetParentEntryForEntry(*candidate);
+            if (!parent || !scope.contains(parent->GetPathEntryType())) return;
+            const FilenameMatcher matcher = candidate->CreateFilenameMatcher(policy);
+            if ((*matcher)(candidate->GetIRI().getName(), methodFolderName)) result.push_back(candidate);
+        });
+}
+
+PathEntryVector Path::GetPartiallyMatchingEntries(SearchScope scope, const ustring& partialPathname,
+                                                  FilenameMatchingPolicy policy) const {
+    const ustring nativeForm =
+        partialPathname.empty() ? partialPathname : fl::filesystem::detail::make_native_form(partialPathname, 1);
+    // Two separators at the start name a network location, which is absolute
+    // whatever the platform's own test says.
+    const bool absolute = fl::filesystem::detail::is_absolute_path_when_expanded(nativeForm) ||
+                          (partialPathname.size() > 1 && IsPathnameSeparator(partialPathname[0]) &&
+                           IsPathnameSeparator(partialPathname[1]));
+    if (!absolute) {
+        const PartialPathnameParts parts = SplitPartialPathname(partialPathname);
+        if (parts.empty()) return {};
+        const PartialPathnamePartsRange partsRange(parts);
+        return ParallelInvokeCallbackOnEntries<GetEntriesParallelizationStrategy>(
+            LookUpEntriesByBasename(parts.back()), scope,
+            [&](const PathEntryPointer& candidate, PathEntryVector& result) {
+                if (DoesPartialPathnameMatchPathEntryIRI(*this, partsRange, candidate, policy))
+                    result.push_back(candidate);
+            });
+    }
+
+    boost::optional<AbsoluteIRI> wanted;
+    try {
+        wanted = current_working_folder::GetCurrentWorkingFolder().absolutize(partialPathname);
+    } catch (const current_working_folder::FailedToAbsolutizeException&) {
+        return {};
+    }
+    const ustring wantedText = wanted->toString();
+    return ParallelInvokeCallbackOnEntries<GetEntriesParallelizationStrategy>(
+        LookUpEntriesByBasename(wanted->getName()), scope,
+        [&](const PathEntryPointer& candidate, PathEntryVector& result) {
+            const FilenameMatcher matcher = candidate->CreateFilenameMatcher(policy);
+            if ((*matcher)(candidate->GetIRI().toString(), wantedText)) result.push_back(candidate);
+        });
+}
+
+PathEntryPointer Path::GetMainEntryForEntry(const IPathEntry& entry) const {
+    const EntrySlot slot = FindMainEntrySlot(entry);
+    return slot ? *slot : nullptr;
+}
+
+PathEntryPointer Path::GetParentEntryForEntry(const IPathEntry& entry) const {
+    const PathEntryInfoCacheItem* item = FindInfoCacheItem(entry.GetIRI());
+    if (!item || !item->parentSlot) return nullptr;
+    const PathEntryPointer& parent = *item->parentSlot;
+    // A main entry is its own parent in the cache: it has none.
+    if (parent.get() == &entry) return nullptr;
+    return parent;
+}
+
+PathEntryPointer Path::GetPathEntryFromAbsoluteIRI(const CanonicalAbsoluteIRI& iri) const {
+    const PathEntryInfoCacheItem* item = FindInfoCacheItem(iri);
+    return item ? item->entry : nullptr;
+}
+
+PathEntryPointer Path::GetPathEntryFromAbsoluteIRI(const AbsoluteIRI& iri, FilenameMatchingPolicy policy) const {
+    if (PathEntryPointer exact = GetPathEntryFromAbsoluteIRI(CanonicalAbsoluteIRI(iri, ustring()))) return exact;
+
+    if (policy != StorageSystemRule) {
+        const ustring wantedText = iri.toString();
+        const PathEntryVector matching = ParallelInvokeCallbackOnEntries<GetEntriesParallelizationStrategy>(
+            LookUpEntriesByBasename(iri.getName()), allEntryTypesScope,
+            [&](const PathEntryPointer& candidate, PathEntryVector& result) {
+                const FilenameMatcher matcher = candidate->CreateFilenameMatcher(policy);
+                if ((*matcher)(candidate->GetIRI().toString(), wantedText)) result.push_back(candidate);
+            });
+        return matching.empty() ? nullptr : matching.front();
+    }
+
+    // The storage system decides what counts as the same folder: links, "..",
+    // and its own rule of case.
+    try {
+        const foundation::storage::vfs::Folder folder(iri, storageSystem);
+        return GetPathEntryFromAbsoluteIRI(folder.getCanonicalLocation());
+    } catch (const foundation::storage::vfs::UnsupportedIRISchemeException&) {
+        return nullptr;
+    } catch (const foundation::storage::vfs::Exception&) {
+        return nullptr;
+    }
+}
+
+boost::optional<FoundItem> Path::FindFirstInScope(SearchScope scope, const detail::SearchTarget& target,
+                                                  FilenameMatchingPolicy policy) const {
+    return FindSearchTarget<FindFirstStrategy>(scope, target, policy);
+}
+
+std::vector<FoundItem> Path::FindAllInScope(SearchScope scope, const detail::SearchTarget& target,
+                                            FilenameMatchingPolicy policy) const {
+    return FindSearchTarget<FindAllStrategy>(scope, target, policy);
+}
+
+bool Path::ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
+    for (const PathEntryPointer& entry : *allEntries)
+        if (scope.contains(entry->GetPathEntryType()) && visitor(entry)) return true;
+    return false;
+}
+
+bool Path::ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
+    // The flat vector makes the serial walk cheap; the callback stays on the
+    // caller's thread.
+    return ForEachEntry(scope, visitor);
+}
+
+bool Path::FirstEntryIsBeforeSecondOnPath(const IPathEntry& first, const IPathEntry& second) const {
+    const EntrySlot firstMain = FindMainEntrySlot(first);
+    const EntrySlot secondMain = FindMainEntrySlot(second);
+    return firstMain && secondMain && std::less<EntrySlot>()(firstMain, secondMain);
+}
+
+bool Path::IsEntryOnPath(const IPathEntry& entry) const { return FindInfoCacheItem(entry.GetIRI()) != nullptr; }
+
+} // namespace Thornfell::PathManagement

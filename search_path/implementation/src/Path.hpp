@@ -1,0 +1,122 @@
+#pragma once
+// The indexed path: an immutable ordered list of entries with the indexes that
+// make name queries fast.
+//
+// Everything is built eagerly, in parallel, inside the constructor, and
+// nothing changes afterwards, so queries take no lock. The indexes hold plain
+// pointers ("slots") into one flat vector of all entries kept in path order:
+// comparing two slots tells which entry stands first.
+#include "tfsearch_path/IPath.hpp"
+#include "foundation/storage/vfs/StorageSystem.hpp"
+
+#include <boost/container/small_vector.hpp>
+#include <oneapi/tbb/concurrent_hash_map.h>
+#include <oneapi/tbb/tbb_allocator.h>
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <utility>
+
+namespace Thornfell::PathManagement {
+
+class AsynchronousWorkerQueue;
+
+class Path final : public IPath {
+public:
+    // An element of `allEntries`; valid while the vector lives, which is as
+    // long as the path. Not a share of the entry.
+    using EntrySlot = const PathEntryPointer*;
+    // Sorted by address, hence in path order. Room for one slot inline: most
+    // names are held by one folder.
+    using EntrySlotList = boost::container::small_vector<EntrySlot, 1>;
+    using EntrySlotRange = std::span<const EntrySlot>;
+
+    struct PathEntryInfoCacheItem {
+        PathEntryPointer entry;
+        // The slot of the entry through which this one was reached; a main
+        // entry's own slot, so that it counts as having no parent.
+        EntrySlot parentSlot = nullptr;
+    };
+
+    struct IRIHashCompare {
+        static std::size_t hash(const foundation::storage::vfs::AbsoluteIRI& iri) { return iri.hashValue(); }
+        static bool equal(const foundation::storage::vfs::AbsoluteIRI& a,
+                          const foundation::storage::vfs::AbsoluteIRI& b) {
+            return a == b;
+        }
+    };
+    // 64-bit FNV-1a over the bytes of the code units.
+    struct UstringHashCompare {
+        static std::size_t hash(const ustring& text);
+        static bool equal(const ustring& a, const ustring& b) { return a == b; }
+    };
+    // Keys are pointers to the normalized stems inside the items; they hash
+    // and compare as the strings they point to, never by address.
+    struct IndirectUstringHashCompare {
+        static std::size_t hash(const ustring* text) { return UstringHashCompare::hash(*text); }
+        static bool equal(const ustring* a, const ustring* b) { return *a == *b; }
+    };
+
+    using PathEntryInfoCache =
+        tbb::concurrent_hash_map<foundation::storage::vfs::CanonicalAbsoluteIRI, PathEntryInfoCacheItem, IRIHashCompare,
+                                 tbb::tbb_allocator<std::pair<const foundation::storage::vfs::CanonicalAbsoluteIRI,
+                                                              PathEntryInfoCacheItem>>>;
+    using PathItemStemToPathEntryMap =
+        tbb::concurrent_hash_map<const ustring*, EntrySlotList, IndirectUstringHashCompare,
+                                 tbb::tbb_allocator<std::pair<const ustring* const, EntrySlotList>>>;
+    using PathEntryBasenameToPathEntriesMap =
+        tbb::concurrent_hash_map<ustring, EntrySlotList, UstringHashCompare,
+                                 tbb::tbb_allocator<std::pair<const ustring, EntrySlotList>>>;
+
+    // Builds the flat vector and the three maps, using the oneTBB pool; the
+    // caller waits. Exceptions of the build leave no path behind.
+    Path(PathEntryVector mainEntries, std::weak_ptr<AsynchronousWorkerQueue> workerQueue,
+         foundation::storage::vfs::StorageSystemReference storageSystem);
+    // Hands the maps to the worker queue if it still lives; the entries are
+    // released here, on the caller's thread.
+    ~Path() override;
+    Path(const Path&) = delete;
+    Path& operator=(const Path&) = delete;
+
+    PathEntryList GetMainEntries() const override;
+    PathEntryVector GetMethodEntries() const override;
+    PathEntryVector GetMethodEntriesByName(SearchScope scope, const ustring& name,
+                                           FilenameMatchingPolicy policy) const override;
+    PathEntryVector GetPartiallyMatchingEntries(SearchScope scope, const ustring& partialPathname,
+                                                FilenameMatchingPolicy policy) const override;
+    PathEntryPointer GetMainEntryForEntry(const IPathEntry& entry) const override;
+    PathEntryPointer GetParentEntryForEntry(const IPathEntry& entry) const override;
+    PathEntryPointer GetPathEntryFromAbsoluteIRI(const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const override;
+    PathEntryPointer GetPathEntryFromAbsoluteIRI(const foundation::storage::vfs::AbsoluteIRI& iri,
+                                                 FilenameMatchingPolicy policy) const override;
+    boost::optional<FoundItem> FindFirstInScope(SearchScope scope, const detail::SearchTarget& target,
+                                                FilenameMatchingPolicy policy) const override;
+    std::vector<FoundItem> FindAllInScope(SearchScope scope, const detail::SearchTarget& target,
+                                          FilenameMatchingPolicy policy) const override;
+    bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
+    bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
+    bool FirstEntryIsBeforeSecondOnPath(const IPathEntry& first, const IPathEntry& second) const override;
+    bool IsEntryOnPath(const IPathEntry& entry) const override;
+
+private:
+    template <class Strategy>
+    typename Strategy::Result FindSearchTarget(const SearchScope& scope, const detail::SearchTarget& target,
+                                               const FilenameMatchingPolicy& policy) const;
+    EntrySlotRange LookUpEntriesByStem(const ustring& name) const;
+    EntrySlotRange LookUpEntriesByBasename(const ustring& name) const;
+    // The slot of the main entry under which `entry` stands; null if the
+    // entry isn't on this path.
+    EntrySlot FindMainEntrySlot(const IPathEntry& entry) const;
+    const PathEntryInfoCacheItem* FindInfoCacheItem(const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const;
+
+    std::weak_ptr<AsynchronousWorkerQueue> workerQueue;
+    std::shared_ptr<const PathEntryVector> mainEntries;
+    std::shared_ptr<const PathEntryVector> allEntries;
+    std::unique_ptr<PathEntryInfoCache> pathEntryInfoCache;
+    std::unique_ptr<const PathItemStemToPathEntryMap> pathItemStemToPathEntryMap;
+    std::unique_ptr<PathEntryBasenameToPathEntriesMap> pathEntryBasenameToPathEntriesMap;
+    foundation::storage::vfs::StorageSystemReference storageSystem;
+};
+
+} // namespace Thornfell::PathManagement

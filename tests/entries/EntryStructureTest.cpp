@@ -1,0 +1,151 @@
+// What the factory makes of a folder: kinds of child, what is left out, and
+// the order of items.
+#include "EntryTestHelpers.hpp"
+
+#include <gmock/gmock.h>
+
+namespace tfsp::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class EntryStructureTest : public EngineFixture {
+protected:
+    PathEntryPointer Entry(const std::string& relative) {
+        return GetPathEntryFactory().GetPathEntry(tree.iri(relative));
+    }
+    TempTree tree;
+};
+
+TEST_F(EntryStructureTest, SpecialSubfoldersBecomeChildrenOfTheirKind) {
+    tree.file("main/f.tf");
+    tree.file("main/+pkg/p.tf");
+    tree.file("main/+pkg/+inner/q.tf");
+    tree.file("main/@Cls/m.tf");
+    tree.file("main/@Cls/@Sub/u.tf");
+    tree.file("main/@Cls/@Sub/@TooDeep/x.tf");  // a UDD class holds only private
+    tree.file("main/@Cls/@Sub/private/up.tf");
+    tree.file("main/@Cls/+notHere/x.tf");        // a class holds no packages
+    tree.file("main/private/h.tf");
+    tree.file("main/private/private/hidden.tf");  // private folders aren't read
+    tree.file("main/resources/r.txt");
+    tree.file("main/plain/ignored.tf");          // a plain subfolder is nobody's child
+    tree.file("main/+1bad/x.tf");                // not a valid identifier after "+"
+    tree.file("main/@/x.tf");
+
+    const auto main = Entry("main");
+    EXPECT_EQ(main->GetPathEntryType(), Main);
+    EXPECT_THAT(FileNames(*main), ElementsAre("f.tf"));
+    EXPECT_THAT(BaseNames(main->GetPackageEntries()), ElementsAre("+pkg"));
+    EXPECT_THAT(BaseNames(main->GetMethodEntries()), ElementsAre("@Cls"));
+    EXPECT_THAT(*main->GetUDDClassEntries(), IsEmpty());
+    ASSERT_NE(main->GetPrivateEntry(), nullptr);
+    EXPECT_EQ(main->GetPrivateEntry()->GetPathEntryType(), Private);
+    EXPECT_THAT(*main->GetPrivateEntry()->GetPackageEntries(), IsEmpty());
+    ASSERT_NE(main->GetResourcesEntry(), nullptr);
+    EXPECT_EQ(main->GetResourcesEntry()->GetPathEntryType(), Resources);
+
+    const auto pkg = main->GetPackageEntries()->front();
+    EXPECT_EQ(pkg->GetPathEntryType(), Package);
+    EXPECT_THAT(BaseNames(pkg->GetPackageEntries()), ElementsAre("+inner"));
+
+    const auto cls = main->GetMethodEntries()->front();
+    EXPECT_THAT(*cls->GetPackageEntries(), IsEmpty());
+    ASSERT_THAT(BaseNames(cls->GetUDDClassEntries()), ElementsAre("@Sub"));
+    const auto udd = cls->GetUDDClassEntries()->front();
+    EXPECT_EQ(udd->GetPathEntryType(), UDDClass);
+    EXPECT_THAT(*udd->GetMethodEntries(), IsEmpty());
+    EXPECT_THAT(*udd->GetUDDClassEntries(), IsEmpty());
+    ASSERT_NE(udd->GetPrivateEntry(), nullptr);
+    EXPECT_THAT(FileNames(*udd->GetPrivateEntry()), ElementsAre("up.tf"));
+}
+
+TEST_F(EntryStructureTest, ChildrenCarryCanonicalIRIsAndTheDescriptorIsTheIRIText) {
+    tree.file("real/+pkg/p.tf");
+    tree.symlink("link", tree.path("real"));
+    const auto entry = Entry("link");
+    EXPECT_EQ(entry->GetIRI(), tree.iri("real"));
+    EXPECT_EQ(entry->GetDescriptor(), tree.iri("real").toString());
+    EXPECT_EQ(entry->GetPackageEntries()->front()->GetIRI(), tree.iri("real/+pkg"));
+    // Both names of the folder give the one entry.
+    EXPECT_EQ(Entry("real"), entry);
+}
+
+TEST_F(EntryStructureTest, FileNamesSplitAtTheLastDot) {
+    tree.file("f/a.b.tf");
+    tree.file("f/noext");
+    tree.file("f/trailing.");
+    tree.file("f/.hidden");
+    const auto entry = Entry("f");
+    std::vector<std::pair<std::string, std::string>> split;
+    for (const auto& item : *entry->GetPathItems()) split.emplace_back(Utf8(item->stem), Utf8(item->extension));
+    EXPECT_THAT(split, ::testing::UnorderedElementsAre(std::pair<std::string, std::string>{"a.b", ".tf"},
+                                                       std::pair<std::string, std::string>{"noext", ""},
+                                                       std::pair<std::string, std::string>{"trailing", "."},
+                                                       std::pair<std::string, std::string>{"", ".hidden"}));
+}
+
+TEST_F(EntryStructureTest, ItemsAreSortedSoThatCaseVariantsStandTogether) {
+    for (const char* name : {"b.tf", "abc.two", "B.tf", "ABC.one", "Abc.tf", "a.tf"}) tree.file(std::string("f/") + name);
+    const auto entry = Entry("f");
+    EXPECT_THAT(FileNames(*entry), ElementsAre("a.tf", "ABC.one", "Abc.tf", "abc.two", "B.tf", "b.tf"));
+}
+
+TEST_F(EntryStructureTest, AnUnreadableFolderIsAStorageError) {
+    tree.file("file.tf");
+    try {
+        Entry("missing");
+        FAIL() << "no exception";
+    } catch (const foundation::storage::vfs::Exception& e) {
+        EXPECT_EQ(e.getErrorCode(), 4);
+    }
+    EXPECT_THROW(Entry("file.tf"), foundation::storage::vfs::Exception);
+}
+
+TEST_F(EntryStructureTest, AnUnreadableSubfolderIsLeftOutAndTheRestStands) {
+    if (!permissionsAreEnforced()) GTEST_SKIP() << "permission bits don't stop this process";
+    tree.file("main/+open/a.tf");
+    tree.file("main/+closed/b.tf");
+    tree.chmod("main/+closed", 0);
+    const auto entry = Entry("main");
+    EXPECT_THAT(BaseNames(entry->GetPackageEntries()), ElementsAre("+open"));
+}
+
+TEST_F(EntryStructureTest, WalkVisitsParentsBeforeChildrenInKindOrder) {
+    tree.file("m/+p/a.tf");
+    tree.file("m/@C/a.tf");
+    tree.file("m/private/a.tf");
+    tree.file("m/resources/a.tf");
+    const auto entry = Entry("m");
+    std::vector<PathEntryType> seen;
+    EXPECT_FALSE(entry->ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& e) {
+        seen.push_back(e->GetPathEntryType());
+        return false;
+    }));
+    EXPECT_THAT(seen, ElementsAre(Main, Package, Method, Private, Resources));
+
+    static constexpr PathEntryType onlyPrivate[] = {Private};
+    seen.clear();
+    entry->ForEachEntry(SearchScope(onlyPrivate), [&](const PathEntryPointer& e) {
+        seen.push_back(e->GetPathEntryType());
+        return false;
+    });
+    EXPECT_THAT(seen, ElementsAre(Private));
+
+    // Stopping at the package skips the rest.
+    seen.clear();
+    EXPECT_TRUE(entry->ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& e) {
+        seen.push_back(e->GetPathEntryType());
+        return e->GetPathEntryType() == Package;
+    }));
+    EXPECT_THAT(seen, ElementsAre(Main, Package));
+
+    EXPECT_FALSE(entry->ForEachEntry(SearchScope(), [](const PathEntryPointer&) -> bool {
+        ADD_FAILURE() << "an empty scope selects nothing";
+        return true;
+    }));
+}
+
+} // namespace
+} // namespace tfsp::test

@@ -1,0 +1,129 @@
+#include "foundation/core/diag/Diagnostics.hpp"
+#include "foundation/log/DiagnosticLogger.hpp"
+#include "foundation/memmgr/Leaks.hpp"
+#include "foundation/usm/StateStore.hpp"
+
+#include <gtest/gtest.h>
+
+#include <boost/log/attributes/value_extraction.hpp>
+#include <boost/log/core/core.hpp>
+#include <boost/log/expressions.hpp>
+#include <boost/log/sinks/basic_sink_backend.hpp>
+#include <boost/log/sinks/sync_frontend.hpp>
+
+#include <pthread.h>
+
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+namespace logging = boost::log;
+
+struct Line {
+    std::string channel;
+    int level;
+    std::string message;
+    bool operator==(const Line&) const = default;
+};
+
+// Keeps the records of one channel.
+class CollectingBackend : public logging::sinks::basic_sink_backend<logging::sinks::synchronized_feeding> {
+public:
+    void consume(const logging::record_view& record) {
+        lines.push_back({logging::extract_or_default<std::string>("Channel", record, std::string()),
+                         logging::extract_or_default<int>("Level", record, -1),
+                         logging::extract_or_default<std::string>("Message", record, std::string())});
+    }
+    std::vector<Line> lines;
+};
+
+class TestSink {
+public:
+    explicit TestSink(const std::string& channel)
+        : backend_(boost::make_shared<CollectingBackend>()),
+          sink_(boost::make_shared<logging::sinks::synchronous_sink<CollectingBackend>>(backend_)) {
+        sink_->set_filter(logging::expressions::attr<std::string>("Channel") == channel);
+        logging::core::get()->add_sink(sink_);
+    }
+    ~TestSink() { logging::core::get()->remove_sink(sink_); }
+    const std::vector<Line>& lines() const { return backend_->lines; }
+
+private:
+    boost::shared_ptr<CollectingBackend> backend_;
+    boost::shared_ptr<logging::sinks::synchronous_sink<CollectingBackend>> sink_;
+};
+
+void traced(const foundation::log::basic_diagnostic_logger& logger, bool fail) {
+    foundation::log::FunctionTrace trace(logger, "void traced(bool)");
+    logger.write(2, "inside");
+    if (fail) throw std::runtime_error("fail");
+}
+
+struct TracedInDestructor {
+    const foundation::log::basic_diagnostic_logger& logger;
+    ~TracedInDestructor() { foundation::log::FunctionTrace trace(logger, "~TracedInDestructor"); }
+};
+
+TEST(DiagnosticLogger, FunctionTraceWritesEntryAndExitAndMarksAThrow) {
+    const foundation::log::basic_diagnostic_logger logger("test::trace");
+    TestSink sink("test::trace");
+
+    traced(logger, false);
+    EXPECT_THROW(traced(logger, true), std::runtime_error);
+    // Unwinding that began before the trace opened is no throw of its scope.
+    try {
+        TracedInDestructor guard{logger};
+        throw std::logic_error("outer");
+    } catch (const std::logic_error&) {
+    }
+
+    const std::vector<Line> expected{
+        {"test::trace", 32, "void traced(bool)"},      {"test::trace", 2, "inside"},
+        {"test::trace", 64, "void traced(bool)"},      {"test::trace", 32, "void traced(bool)"},
+        {"test::trace", 2, "inside"},                  {"test::trace", 64, "void traced(bool) [throw]"},
+        {"test::trace", 32, "~TracedInDestructor"},    {"test::trace", 64, "~TracedInDestructor"},
+    };
+    EXPECT_EQ(sink.lines(), expected);
+    EXPECT_TRUE(logger.enabled(64));
+    EXPECT_FALSE(foundation::log::basic_diagnostic_logger("test::unheard").enabled(2));
+}
+
+TEST(DiagnosticsDeathTest, TerminateWritesTheMessageAndPlaceThenAborts) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(FL_DIAG_TERMINATE("All illegal path entry types should have been handled."),
+                 "Fatal error: All illegal path entry types should have been handled\\.\n.*DiagnosticsTest\\.cpp:[0-9]+");
+}
+
+TEST(Diagnostics, FatalSwitchDefaultsOnAndResetsWithTheProcessScope) {
+    EXPECT_TRUE(fl_diag_terminate());
+    foundation::core::diag::setFatalDiagnosticsEnabled(false);
+    EXPECT_FALSE(fl_diag_terminate());
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    EXPECT_TRUE(fl_diag_terminate());
+}
+
+TEST(DiagnosticsThread, ThreadNameIsKeptWholeAndCutForTheSystem) {
+    std::thread([] {
+        EXPECT_EQ(foundation::core::diag::getCurrentThreadName(), "");
+        foundation::core::diag::setCurrentThreadName("PathManager async worker");
+        EXPECT_EQ(foundation::core::diag::getCurrentThreadName(), "PathManager async worker");
+        char system[32] = {};
+        ASSERT_EQ(pthread_getname_np(pthread_self(), system, sizeof system), 0);
+        EXPECT_STREQ(system, "PathManager asy");
+    }).join();
+}
+
+TEST(Leaks, SnapshotCallsTheListenersWhileConnected) {
+    int calls = 0;
+    {
+        auto connection = foundation::memmgr::leaks::registerListenerForSnapshotEvent([&] { ++calls; });
+        foundation::memmgr::leaks::takeSnapshot();
+        EXPECT_EQ(calls, 1);
+    }
+    foundation::memmgr::leaks::takeSnapshot();
+    EXPECT_EQ(calls, 1);
+}
+
+} // namespace

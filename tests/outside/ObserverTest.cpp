@@ -1,0 +1,355 @@
+// The folder observers: inotify watches and their sharing, the fallback to
+// time stamps, the policies, and FileFolderChangedEvent on the local bus.
+#include "foundation/storage/vfs/Folder.hpp"
+#include "foundation/usm/StateStore.hpp"
+#include "ovutil/LocalEventMgr.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
+#include "storage/filefolderobserver/ObserverTestHooks.hpp"
+#include "support/TempTree.hpp"
+
+#include <gtest/gtest.h>
+
+#include <boost/make_shared.hpp>
+
+#include <sys/stat.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <functional>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace storage::filefolderobserver;
+using foundation::core::except::Notification;
+using foundation::storage::vfs::Folder;
+using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
+using Observer = std::unique_ptr<IFileFolderObserver>;
+
+// inotify delivers on its own thread: wait for it, within bounds.
+bool eventually(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+class ObserverTest : public ::testing::Test {
+protected:
+    void SetUp() override { ProcessStore::resetForTesting(); }
+    void TearDown() override { ProcessStore::resetForTesting(); }
+
+    static IFileFolderObserverFactory& factory() {
+        return GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference());
+    }
+    Folder folder(const std::string& relative) {
+        return Folder(tree.iri(relative), OrvianStorageSystem::GetStorageSystemReference());
+    }
+    // A folder read as the entry factory reads it before it asks for an
+    // observer.
+    Folder listed(const std::string& relative) {
+        tree.folder(relative);
+        Folder made = folder(relative);
+        made.listFiles(ustring());
+        return made;
+    }
+    Observer live(const std::string& relative, Notification& notification) {
+        return factory().CreateObserver(listed(relative), notification);
+    }
+    Observer live(const std::string& relative) {
+        Notification notification;
+        auto observer = live(relative, notification);
+        EXPECT_TRUE(notification.empty());
+        return observer;
+    }
+    Observer frozen(const std::string& relative) { return factory().CreateFrozenObserver(listed(relative)); }
+
+    void publish(const std::string& relative, FrozenInclusion inclusion) {
+        ovutil::eventmgr::createLocalEventMgr(boost::none)
+            ->publish(boost::make_shared<FileFolderChangedEvent>(tree.iri(relative).toString(), inclusion), 1);
+    }
+    static void deliver() { ovutil::eventmgr::createLocalEventMgr(boost::none)->deliverHeld(); }
+
+    // The reader handles the queue in order, so once a change made now has
+    // been seen, every change made before it has been handled too.
+    void drainWatcher() {
+        const std::string name = "sentinel" + std::to_string(sentinels++);
+        auto sentinel = live(name);
+        tree.file(name + "/seen");
+        ASSERT_TRUE(eventually([&] { return sentinel->hasChanged(); }));
+    }
+
+    void rename(const std::string& from, const std::string& to) {
+        ASSERT_EQ(std::rename(tree.path(from).c_str(), tree.path(to).c_str()), 0);
+    }
+
+    tfsp::test::TempTree tree;
+    int sentinels = 0;
+};
+
+TEST_F(ObserverTest, LiveObserverSeesEntriesAddedRemovedAndRenamed) {
+    tree.file("removed/gone.txt");
+    tree.file("renamed/old.txt");
+    tree.file("movedOut/away.txt");
+    tree.file("quiet/data.txt");
+    auto added = live("added"), removed = live("removed"), renamed = live("renamed"), movedOut = live("movedOut"),
+         quiet = live("quiet");
+    for (const auto* observer : {&added, &removed, &renamed, &movedOut, &quiet}) {
+        EXPECT_FALSE((*observer)->hasChanged());
+        EXPECT_FALSE((*observer)->observesChildFoldersToo());
+    }
+
+    tree.folder("added/sub");
+    tree.remove("removed/gone.txt");
+    rename("renamed/old.txt", "renamed/new.txt");
+    rename("movedOut/away.txt", "away.txt");
+    // Contents and attributes of an entry are no change of the listing.
+    tree.file("quiet/data.txt", "new contents");
+    tree.chmod("quiet/data.txt", 0600);
+
+    for (const auto* observer : {&added, &removed, &renamed, &movedOut})
+        EXPECT_TRUE(eventually([&] { return (*observer)->hasChanged(); }));
+    drainWatcher();
+    EXPECT_FALSE(quiet->hasChanged());
+    EXPECT_TRUE(added->hasChanged()) << "a change stays a change";
+}
+
+TEST_F(ObserverTest, ChangesBetweenListingAndObserverAreSeen) {
+    // Listed, then changed before the observer is made.
+    Folder before = listed("racy");
+    tree.file("racy/late.txt");
+    Notification notification;
+    EXPECT_TRUE(factory().CreateObserver(before, notification)->hasChanged());
+
+    // A folder that went, and one that goes while observed.
+    tree.folder("doomed");
+    Folder vanished = folder("doomed");
+    tree.remove("doomed");
+    EXPECT_TRUE(factory().CreateObserver(vanished, notification)->hasChanged());
+    auto deleted = live("deleted");
+    tree.remove("deleted");
+    EXPECT_TRUE(eventually([&] { return deleted->hasChanged(); }));
+    EXPECT_TRUE(notification.empty());
+}
+
+TEST_F(ObserverTest, ObserversOfOneFolderShareOneWatch) {
+    auto first = live("shared"), second = live("shared");
+    tree.symlink("alias", tree.path("shared"));
+    auto byAlias = live("alias");
+    auto other = live("other");
+    EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 2u);
+
+    first.reset();
+    second.reset();
+    EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 2u) << "the alias still holds the folder's watch";
+    tree.file("shared/new.txt");
+    EXPECT_TRUE(eventually([&] { return byAlias->hasChanged(); }));
+    EXPECT_FALSE(other->hasChanged());
+
+    byAlias.reset();
+    other.reset();
+    EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 0u);
+}
+
+TEST_F(ObserverTest, OverflowMakesEveryLiveObserverReportChange) {
+    auto one = live("one"), two = live("two");
+    auto stillFrozen = frozen("one");
+    testhooks::SimulateOverflowForTesting(factory());
+    EXPECT_TRUE(one->hasChanged());
+    EXPECT_TRUE(two->hasChanged());
+    EXPECT_FALSE(stillFrozen->hasChanged());
+    EXPECT_FALSE(live("one")->hasChanged()) << "made after the overflow";
+}
+
+TEST_F(ObserverTest, FailedWatchWarnsByChangeHandleWarningPolicy) {
+    testhooks::FailWatchesForTesting(factory(), ENOSPC);
+    const auto warningsFor = [&](const std::string& relative) {
+        Notification notification;
+        auto observer = live(relative, notification);
+        EXPECT_FALSE(observer->hasChanged());
+        return notification.messages();
+    };
+
+    // "always", the default: each folder, with its path and the reason.
+    const auto first = warningsFor("a");
+    ASSERT_EQ(first.size(), 1u);
+    EXPECT_EQ(first[0].getIdentifier(), "ORVIAN:FileFolderObserver:ChangeHandleFallback");
+    EXPECT_EQ(first[0].getArguments(),
+              (std::vector<ustring>{tree.upath("a"), fl::i18n::utf8_to_ustring(std::generic_category().message(ENOSPC))}));
+    EXPECT_EQ(warningsFor("b").size(), 1u);
+
+    // "once": the first fallback after each setting.
+    factory().SetChangeHandleWarning(WarnOnce);
+    EXPECT_EQ(warningsFor("c").size(), 1u);
+    EXPECT_TRUE(warningsFor("d").empty());
+    factory().SetChangeHandleWarning(WarnOnce);
+    EXPECT_EQ(warningsFor("e").size(), 1u);
+
+    factory().SetChangeHandleWarning(WarnNever);
+    EXPECT_TRUE(warningsFor("f").empty());
+    EXPECT_EQ(factory().GetChangeHandleWarning(), WarnNever);
+    EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 0u);
+}
+
+TEST_F(ObserverTest, FailedWatchFallsBackToTimeStamps) {
+    testhooks::FailWatchesForTesting(factory(), EACCES);
+    factory().SetChangeHandleWarning(WarnNever);
+
+    // Just made: its times can't tell a change in the same tick.
+    auto fresh = live("fresh");
+    EXPECT_FALSE(fresh->hasChanged());
+    tree.file("fresh/new.txt");
+    EXPECT_TRUE(fresh->hasChanged());
+
+    // Older than the current second: the times alone decide.
+    tree.file("old/gone.txt");
+    tree.folder("old/sub");
+    tree.folder("replacement");
+    struct stat status {};
+    ASSERT_EQ(::stat(tree.path("old").c_str(), &status), 0);
+    // The kernel stamps by its coarse clock.
+    ASSERT_TRUE(eventually([&] {
+        timespec now{};
+        ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+        return now.tv_sec > status.st_ctim.tv_sec;
+    }));
+    auto removedFrom = live("old");
+    auto beforeReplacement = live("old/sub");
+    EXPECT_FALSE(removedFrom->hasChanged());
+    EXPECT_FALSE(beforeReplacement->hasChanged());
+    tree.remove("old/gone.txt");
+    EXPECT_TRUE(removedFrom->hasChanged());
+    tree.remove("old/sub");
+    rename("replacement", "old/sub");
+    EXPECT_TRUE(beforeReplacement->hasChanged()) << "another folder under the same name";
+}
+
+TEST_F(ObserverTest, RemoteFoldersFollowRemotePathPolicy) {
+    testhooks::TreatFoldersAsRemoteForTesting(factory(), true);
+    ASSERT_EQ(factory().GetRemotePathPolicy(), RemoteTimecheckDir);
+    auto timeChecked = live("timed");
+    EXPECT_FALSE(timeChecked->hasChanged());
+    tree.file("timed/new.txt");
+    EXPECT_TRUE(timeChecked->hasChanged());
+
+    factory().SetRemotePathPolicy(RemoteReload);
+    EXPECT_TRUE(live("reloaded")->hasChanged());
+
+    factory().SetRemotePathPolicy(RemoteNone);
+    auto ignored = live("ignored");
+    tree.file("ignored/new.txt");
+    EXPECT_FALSE(ignored->hasChanged());
+    publish("ignored", FrozenInclusion::LiveOnly);
+    deliver();
+    EXPECT_TRUE(ignored->hasChanged());
+    EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 0u);
+}
+
+TEST_F(ObserverTest, FrozenObserverWakesOnlyOnItsDeliveredEvent) {
+    auto frozenA = frozen("a"), frozenB = frozen("b");
+    auto liveA = live("a");
+    tree.file("a/new.txt");
+    ASSERT_TRUE(eventually([&] { return liveA->hasChanged(); }));
+    EXPECT_FALSE(frozenA->hasChanged()) << "the file system doesn't reach a frozen observer";
+
+    publish("a", FrozenInclusion::IncludeFrozen);
+    EXPECT_FALSE(frozenA->hasChanged()) << "held until delivered";
+    deliver();
+    EXPECT_TRUE(frozenA->hasChanged());
+    EXPECT_FALSE(frozenB->hasChanged());
+    EXPECT_FALSE(frozen("a")->hasChanged()) << "made after the event";
+}
+
+TEST_F(ObserverTest, LiveOnlyEventSkipsFrozenObservers) {
+    auto frozenA = frozen("a");
+    auto liveA = live("a");
+    testhooks::FailWatchesForTesting(factory(), ENOSPC);
+    factory().SetChangeHandleWarning(WarnNever);
+    auto timedA = live("a");
+
+    publish("a", FrozenInclusion::LiveOnly);
+    deliver();
+    EXPECT_TRUE(liveA->hasChanged());
+    EXPECT_TRUE(timedA->hasChanged());
+    EXPECT_FALSE(frozenA->hasChanged());
+
+    auto liveB = live("b");
+    publish("b", FrozenInclusion::IncludeFrozen);
+    deliver();
+    EXPECT_TRUE(liveB->hasChanged());
+}
+
+TEST_F(ObserverTest, ObserversOutliveTheirFactory) {
+    auto watched = live("a");
+    auto stillFrozen = frozen("a");
+    ProcessStore::resetForTesting();
+    EXPECT_TRUE(watched->hasChanged()) << "nobody reads its watch any more";
+    EXPECT_FALSE(stillFrozen->hasChanged());
+    watched.reset();
+    stillFrozen.reset();
+    EXPECT_FALSE(live("a")->hasChanged()) << "a new factory";
+}
+
+TEST_F(ObserverTest, ConcurrentHasChangedStaysTrueOnceTrue) {
+    std::vector<Observer> observers;
+    observers.push_back(live("a"));
+    observers.push_back(live("a"));
+    observers.push_back(frozen("a"));
+    testhooks::FailWatchesForTesting(factory(), ENOSPC);
+    factory().SetChangeHandleWarning(WarnNever);
+    observers.push_back(live("b"));
+    testhooks::FailWatchesForTesting(factory(), 0);
+
+    std::atomic<bool> done{false}, flipped{false};
+    std::atomic<int> running{0};
+    std::vector<std::thread> readers;
+    for (int t = 0; t < 6; ++t)
+        readers.emplace_back([&] {
+            std::vector<bool> seen(observers.size(), false);
+            ++running;
+            while (!done.load()) {
+                for (std::size_t i = 0; i < observers.size(); ++i) {
+                    const bool now = observers[i]->hasChanged();
+                    if (seen[i] && !now) flipped = true;
+                    seen[i] = seen[i] || now;
+                }
+            }
+        });
+    // Observers of the same folder come and go meanwhile.
+    const Folder churned = folder("a");
+    std::thread churn([&] {
+        Notification ignored;
+        while (!done.load()) factory().CreateObserver(churned, ignored);
+    });
+
+    EXPECT_TRUE(eventually([&] { return running.load() == 6; }));
+    tree.file("a/new.txt");
+    tree.file("b/new.txt");
+    publish("a", FrozenInclusion::IncludeFrozen);
+    deliver();
+    EXPECT_TRUE(eventually([&] {
+        for (const auto& observer : observers)
+            if (!observer->hasChanged()) return false;
+        return true;
+    }));
+    done = true;
+    churn.join();
+    for (auto& reader : readers) reader.join();
+    EXPECT_FALSE(flipped.load());
+}
+
+TEST_F(ObserverTest, UnknownPolicyValueIsFatal) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(factory().SetChangeHandleWarning(3), "Unrecognized ChangeHandleWarning");
+    EXPECT_DEATH(factory().SetRemotePathPolicy(-1), "Unrecognized RemotePathPolicy");
+}
+
+} // namespace

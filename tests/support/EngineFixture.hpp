@@ -1,0 +1,30 @@
+#pragma once
+// A fresh engine for each test: the process scope of the state store is
+// emptied before and after, and a new engine instance is current on the test
+// thread for the test's life.
+#include "foundation/usm/StateStore.hpp"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace tfsp::test {
+
+class EngineFixture : public ::testing::Test {
+protected:
+    EngineFixture();
+    ~EngineFixture() override;
+
+    foundation::usm::EngineInstance& engine() { return *engine_; }
+
+private:
+    std::unique_ptr<foundation::usm::EngineInstance> engine_;
+    std::optional<foundation::usm::EngineInstance::MakeCurrent> current_;
+};
+
+// Waits up to `seconds` for `condition` to hold, polling; returns whether it did.
+bool Eventually(const std::function<bool()>& condition, double seconds = 5.0);
+
+} // namespace tfsp::test

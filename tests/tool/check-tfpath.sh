@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# End-to-end checks of tfpath on the example tree and on a scratch tree.
+#   check-tfpath.sh PATH_TO_TFPATH EXAMPLES_TREE
+set -uo pipefail
+TFPATH="$1"
+TREE="$(cd "$2" && pwd -P)"
+failures=0
+expect() {  # description, expected output, command...
+  local what="$1" want="$2"; shift 2
+  local got
+  got="$("$@" 2>/dev/null)"
+  if [[ "$got" != "$want" ]]; then
+    echo "FAIL: $what"; echo "  want: $want"; echo "  got:  $got"; failures=$((failures + 1))
+  fi
+}
+expect_status() {  # description, status, command...
+  local what="$1" want="$2"; shift 2
+  "$@" >/dev/null 2>&1; local got=$?
+  if [[ "$got" != "$want" ]]; then echo "FAIL: $what: status $got, want $want"; failures=$((failures + 1)); fi
+}
+
+CORE="$TREE/toolbox/core"
+EXTRA="$TREE/toolbox/extra"
+expect "first folder wins" "$CORE/hello.tf" "$TFPATH" which hello "$TREE/project" "$CORE" "$EXTRA"
+expect "all in order" "$EXTRA/hello.tf
+$CORE/hello.tf" "$TFPATH" which --all hello "$EXTRA" "$CORE"
+expect "folded case finds capitals first" "$CORE/Greeting.tf" "$TFPATH" which --policy fold GREETING "$CORE"
+expect "exact case" "$CORE/greeting.tf" "$TFPATH" which --policy exact greeting "$CORE"
+expect "empty extension" "$CORE/README" "$TFPATH" which --ext .txt, README "$CORE"
+expect "extension order" "$CORE/data.csv" "$TFPATH" which --ext .tf,.csv data "$CORE"
+expect_status "absent name" 1 "$TFPATH" which nosuchname "$CORE"
+expect_status "unreadable folder is skipped" 0 "$TFPATH" which hello /no/such/folder "$CORE"
+expect "entry type" '"Main"' bash -c "'$TFPATH' entry --json '$CORE' | grep -m1 '\"type\"' | sed 's/.*: //; s/,//'"
+expect "invalid package left out" "" bash -c "'$TFPATH' entry --json '$CORE' | grep not-valid"
+expect_status "entry of a missing folder" 1 "$TFPATH" entry /no/such/folder
+
+echo "$((11 - failures)) passed, $failures failed"
+[[ $failures -eq 0 ]]
