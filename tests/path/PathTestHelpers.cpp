@@ -1,5 +1,7 @@
 #include "PathTestHelpers.hpp"
 
+#include "PathEntry.hpp"
+
 #include <functional>
 
 namespace tfsp::test {
@@ -67,6 +69,19 @@ std::vector<WalkedEntry> WalkInPathOrder(const PathEntryVector& mainEntries) {
         };
     for (std::size_t i = 0; i < mainEntries.size(); ++i) visit(mainEntries[i], nullptr, i);
     return walked;
+}
+
+PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type, const std::vector<ustring>& stems,
+                             PathEntryPointer privateChild) {
+    const foundation::storage::vfs::CanonicalAbsoluteIRI iri(foundation::storage::vfs::toAbsoluteIRI(u"file", location),
+                                                             ustring());
+    PathItemVector items;
+    for (const ustring& stem : stems)
+        items.push_back(std::make_shared<const PathItem>(ustring(stem), ustring(u".m"),
+                                                         foundation::storage::vfs::CanonicalAbsoluteIRI(iri)));
+    return std::make_shared<const PathEntry>(iri, iri.toString(), type, PathEntryVector(), PathEntryVector(),
+                                             PathEntryVector(), std::move(privateChild), nullptr, std::move(items),
+                                             foundation::storage::vfs::PathComparator(), nullptr, nullptr);
 }
 
 bool LocationEndsWith(const IPathEntry& entry, const std::vector<ustring>& parts, FilenameMatchingPolicy policy) {

@@ -60,6 +60,11 @@ struct WalkedEntry {
 // the order packages, methods, UDD classes, private, resources.
 std::vector<WalkedEntry> WalkInPathOrder(const PathEntryVector& mainEntries);
 
+// An entry made in memory, for trees too large to write to disk: its files
+// are the stems with ".m", and it has no observer.
+PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type, const std::vector<ustring>& stems,
+                             PathEntryPointer privateChild = nullptr);
+
 // Whether the folder names of `entry`'s location end in `parts`.
 bool LocationEndsWith(const IPathEntry& entry, const std::vector<ustring>& parts, FilenameMatchingPolicy policy);
 

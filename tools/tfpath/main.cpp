@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
     tfpath::AddListCommand(app, global);
     tfpath::AddEntryCommand(app, global);
     tfpath::AddWhichCommand(app, global);
+    tfpath::AddPathCommand(app, global);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

@@ -1,8 +1,54 @@
 // Functions that several parts of the library share.
+#include "SearchPathPublicFunctions.hpp"
+
+#include "foundation/core/diag/Diagnostics.hpp"
+#include "foundation/storage/vfs/StorageException.hpp"
+#include "tfsearch_path/IMainSearchPathManager.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
+
+#include <exception>
+
 namespace Thornfell::PathManagement {
 
 // Module hooks of the library: nothing to do at load or unload.
 void initializeFcn() {}
 void terminateFcn() {}
+
+namespace detail {
+
+void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::Notification& notification,
+                                                     const PathEntryType& type, const ustring& folder) {
+    const char* key = nullptr;
+    switch (type) {
+    case Package: key = "packageDirectoriesNotAllowedOnPath"; break;
+    case Method:
+    case UDDClass: key = "methodDirectoriesNotAllowedOnPath"; break;
+    case Private: key = "privateDirectoriesNotAllowedOnPath"; break;
+    case Resources: key = "resourcesDirectoriesNotAllowedOnPath"; break;
+    default: FL_DIAG_TERMINATE("All illegal path entry types for addpath should have been handled.");
+    }
+    notification.add(resource_core::BaseMsgID(MpathComponent, key, {folder}));
+}
+
+} // namespace detail
+
+void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+                       foundation::core::except::Notification& notification) {
+    const char* key = nullptr;
+    try {
+        throw;
+    } catch (const foundation::storage::vfs::UnsupportedIRISchemeException&) {
+        key = "invalidLocation";
+    } catch (const foundation::storage::vfs::Exception& e) {
+        switch (e.getErrorCode()) {
+        case 1: key = "invalidLocation"; break;
+        case 2: key = "directoryPermissionDenied"; break;
+        case 4: key = "nameNonexistentOrNotADirectory"; break;
+        case 9: key = "directoryAccessFailure"; break;
+        default: throw;
+        }
+    }
+    notification.add(resource_core::BaseMsgID(MpathComponent, key, {GetStringFromIRI(folder)}));
+}
 
 } // namespace Thornfell::PathManagement

@@ -18,3 +18,12 @@ public:
 };
 
 } // namespace Thornfell::PathManagement
+
+namespace Thornfell::PathManagement {
+
+// The monitor of the engine instance current on this thread.
+IFolderMonitor& GetFolderMonitor();
+// Takes ownership and destroys the monitor held before.
+void SetFolderMonitor(std::unique_ptr<IFolderMonitor>&& monitor);
+
+} // namespace Thornfell::PathManagement

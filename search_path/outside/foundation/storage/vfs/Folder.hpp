@@ -10,7 +10,13 @@
 // them reads the directory once (taking entry types from the directory itself
 // where the file system gives them, so there is no stat per file), and copies
 // of the Folder made afterwards share that listing. A Folder is therefore a
-// snapshot: make a new one to read the folder again.
+// snapshot: make a new one to read the folder again. A reading that failed is
+// not kept: the next call tries again.
+//
+// A subfolder from listFolders() is named by this folder's IRI and its name.
+// When this folder's name is canonical and the subfolder is not reached
+// through a link, the subfolder is made canonical too, so it costs no
+// resolution later.
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 #include "foundation/storage/vfs/PathComparator.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"

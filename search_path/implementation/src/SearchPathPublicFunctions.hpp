@@ -1,0 +1,24 @@
+#pragma once
+// What several parts of the library share.
+#include "tfsearch_path/PathTypes.hpp"
+#include "foundation/core/except/Notification.hpp"
+#include "foundation/storage/vfs/AbsoluteIRI.hpp"
+
+namespace Thornfell::PathManagement {
+
+namespace detail {
+// The message for a folder of a kind that can't stand on the path itself
+// (a package, class, private or resources folder).
+void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::Notification& notification,
+                                                     const PathEntryType& type, const ustring& folder);
+} // namespace detail
+
+// Called inside a catch handler: turns the storage failure in flight into a
+// message about `folder`, or lets an exception it doesn't know go on.
+void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
+                       foundation::core::except::Notification& notification);
+
+// The component text of the manager's messages.
+inline constexpr const char* MpathComponent = "ORVIAN:mpath";
+
+} // namespace Thornfell::PathManagement

@@ -1,0 +1,56 @@
+#pragma once
+// What the composite paths are made of: a list of inner paths, each seen
+// through the folders it hides, and the rules of what is hidden.
+//
+// Hiding is by folder. A part hides an entry whose folder is one of its
+// hidden folders, or lies below one of them within the same main entry. The
+// entries below an entry are folders below it on disk (package, class,
+// private and resources folders), so "below" is a test on the IRIs, and only
+// an entry under a hidden folder's IRI ever costs a lookup in the inner path.
+#include "tfsearch_path/CompositePath.hpp"
+
+#include <boost/container/small_vector.hpp>
+
+#include <vector>
+
+namespace Thornfell::PathManagement::detail {
+
+// Hidden folders are few: the current folder, or the masked entries.
+using HiddenFolders = boost::container::small_vector<foundation::storage::vfs::CanonicalAbsoluteIRI, 2>;
+
+struct CompositePart {
+    // Never a composite: nested composites are flattened into their parts.
+    std::shared_ptr<const IPath> path;
+    HiddenFolders hidden;
+    // The main entries of `path` that `hidden` leaves, in path order; the
+    // inner path's own list when nothing is hidden.
+    PathEntryList visibleMainEntries;
+};
+
+struct CompositeLayout {
+    // Most composites join two paths.
+    boost::container::small_vector<CompositePart, 2> parts;
+    // The visible main entries of all parts, in order.
+    PathEntryList mainEntries;
+};
+
+// Appends the parts of `path` (itself, or the parts of a composite), each
+// hiding as well those of `extraHidden` that it holds. A null path adds none.
+void AppendParts(CompositeLayout& layout, const std::shared_ptr<const IPath>& path,
+                 const HiddenFolders& extraHidden = {});
+// Hides `folder` in `part` unless it already is, and says whether it wasn't;
+// the visible main entries are not brought up to date (see
+// RefreshVisibleMainEntries).
+bool AddHiddenFolder(CompositePart& part, const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);
+void RefreshVisibleMainEntries(CompositePart& part);
+// Fills `layout.mainEntries` from the parts.
+void JoinMainEntries(CompositeLayout& layout);
+
+// Whether `entry`, an entry of `part.path`, is visible through the part.
+bool IsVisible(const CompositePart& part, const IPathEntry& entry);
+
+// Every visible entry of the part in path order, children after their main
+// entry, whose type is in scope, until the visitor returns true.
+bool ForEachVisibleEntry(const CompositePart& part, SearchScope scope, const PathEntryVisitor& visitor);
+
+} // namespace Thornfell::PathManagement::detail

@@ -1,0 +1,73 @@
+#include "host/HostServices.hpp"
+#include "foundation/usm/StateStore.hpp"
+#include "orvian/ComponentIdentifier.hpp"
+#include "orvian/FeatureSwitches.hpp"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+using OrvianComponents::ComponentIdentifier;
+using OrvianComponents::ComponentVersion;
+using resource_core::BaseMsgID;
+
+TEST(HostServices, ValidNamesAreAsciiIdentifiersOfAtMost63Characters) {
+    EXPECT_TRUE(qvIsValidOrvName(u"a"));
+    EXPECT_TRUE(qvIsValidOrvName(u"Abc_12_"));
+    EXPECT_TRUE(qvIsValidOrvName(ustring(63, u'x')));
+    EXPECT_FALSE(qvIsValidOrvName(ustring(64, u'x')));
+    EXPECT_FALSE(qvIsValidOrvName(u""));
+    EXPECT_FALSE(qvIsValidOrvName(u"_a"));
+    EXPECT_FALSE(qvIsValidOrvName(u"1a"));
+    EXPECT_FALSE(qvIsValidOrvName(u"a-b"));
+    EXPECT_FALSE(qvIsValidOrvName(u"\u00e9t\u00e9"));
+}
+
+TEST(HostServices, WarningsAreKeptPerEngineInstanceAndReachTheHandler) {
+    std::vector<std::string> handled;
+    host::setWarningHandler([&](const BaseMsgID& m) { handled.push_back(m.getKey()); });
+    const BaseMsgID first("ORVIAN:mpath", "first"), second("ORVIAN:mpath", "second", {u"x"});
+    {
+        foundation::usm::EngineInstance instance;
+        foundation::usm::EngineInstance::MakeCurrent current(instance);
+        qvWarningMsgId(first);
+        qvWarningMsgId(second);
+        EXPECT_EQ(host::takeWarnings(), (std::vector<BaseMsgID>{first, second}));
+        EXPECT_TRUE(host::takeWarnings().empty());
+    }
+    qvWarningMsgId(first);  // no instance: the process keeps it
+    EXPECT_EQ(host::takeWarnings(), std::vector<BaseMsgID>{first});
+    EXPECT_EQ(handled, (std::vector<std::string>{"first", "second", "first"}));
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+}
+
+TEST(HostServices, FeatureSwitchesStartOff) {
+    OrvianComponents::ZPMFeature::Set(true);
+    EXPECT_TRUE(OrvianComponents::ZPMFeature::IsOn());
+    EXPECT_FALSE(OrvianComponents::ComponentFeature::IsOn());
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    EXPECT_FALSE(OrvianComponents::ZPMFeature::IsOn());
+}
+
+TEST(ComponentIdentifier, VersionsCompareNumericallyWithoutTrailingZeros) {
+    EXPECT_EQ(ComponentVersion("1.2"), ComponentVersion("1.2.0.0"));
+    EXPECT_EQ(ComponentVersion("1.2.0").toString(), "1.2.0");
+    EXPECT_LT(ComponentVersion("1.9"), ComponentVersion("1.10"));
+    EXPECT_LT(ComponentVersion("1"), ComponentVersion("1.0.1"));
+    EXPECT_FALSE(ComponentVersion("2.0") < ComponentVersion("2"));
+    for (const char* bad : {"", "1.", ".1", "1..2", "a", "1.-2", " 1", "99999999999"})
+        EXPECT_THROW(ComponentVersion{bad}, std::invalid_argument) << bad;
+
+    boost::uuids::uuid uuid{};
+    uuid.data[0] = 7;
+    const ComponentIdentifier a(u"name", ComponentVersion("3.1"), uuid), b(u"other", ComponentVersion("3.1.0"), uuid);
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(a.hash(), b.hash());
+    EXPECT_NE(a, ComponentIdentifier(u"name", ComponentVersion("3.2"), uuid));
+    uuid.data[0] = 8;
+    EXPECT_NE(a, ComponentIdentifier(u"name", ComponentVersion("3.1"), uuid));
+}
+
+} // namespace
