@@ -5,6 +5,7 @@
 
 #include "tfsearch_path/ConcatenatedPath.hpp"
 #include "tfsearch_path/DeduplicatedPath.hpp"
+#include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
 #include "tfsearch_path/MultiMaskedPath.hpp"
 
 #include <gmock/gmock.h>
@@ -76,25 +77,29 @@ TEST_F(CompositeHidingTest, DeduplicationHidesTheFoldersBelowALaterOccurrence) {
     const PathEntryPointer package = main->GetPackageEntries()->front();
     const PathEntryPointer packageClass = package->GetMethodEntries()->front();
 
-    // A package folder shown by an earlier path: the main path's own package
-    // entry, and the class folder in it, give way; the folder that holds the
-    // package stays.
-    const PathEntryPointer earlierPackage = GetPathEntryFactory().GetFrozenEntryFor(package);
+    // A package folder that an earlier path shows as a main entry of its own
+    // (as the current folder path would): the main path's package entry, and
+    // the class folder in it, give way; the folder that holds them stays.
+    const PathEntryPointer earlierPackage = std::make_shared<InaccessibleFolderPathEntry>(
+        Main, package->GetIRI(), package->GetDescriptor());
     const DeduplicatedPath path({MakePath({earlierPackage}), mainPath});
-    EXPECT_THAT(*path.GetMainEntries(), ::testing::Contains(main));
+    EXPECT_EQ(path.GetMainEntries()->size(), mains.size() + 1);
+    EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(main->GetIRI()), main);
     EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(package->GetIRI()), earlierPackage);
-    EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(packageClass->GetIRI()), earlierPackage->GetMethodEntries()->front());
-    EXPECT_EQ(path.GetMainEntryForEntry(*packageClass), earlierPackage);
+    EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(packageClass->GetIRI()), nullptr);
+    EXPECT_FALSE(path.IsEntryOnPath(*packageClass));
+    EXPECT_EQ(path.GetMainEntryForEntry(*package), earlierPackage);
     const std::multiset<std::string> walked = WalkedFolders(path);
     EXPECT_EQ(std::set<std::string>(walked.begin(), walked.end()).size(), walked.size());
-    for (const PathEntryPointer& hit : EntriesOf(path.FindAllInScope(allEntryTypesScope, common, CaseRuleOne))) {
-        EXPECT_NE(hit, package);
-        EXPECT_NE(hit, packageClass);
-    }
+    EXPECT_EQ(walked.count(Utf8(packageClass->GetIRI().getPath())), 0u);
+    const std::vector<PathEntryPointer> hits = EntriesOf(path.FindAllInScope(allEntryTypesScope, common, CaseRuleOne));
+    EXPECT_THAT(hits, ::testing::Contains(main));
+    EXPECT_THAT(hits, ::testing::Not(::testing::Contains(package)));
+    EXPECT_THAT(hits, ::testing::Not(::testing::Contains(packageClass)));
 
     // A main folder shown by an earlier path as another object: the later
     // one goes with everything below it.
-    const PathEntryPointer earlierMain = GetPathEntryFactory().GetFrozenEntryFor(main);
+    const PathEntryPointer earlierMain = AnotherObject(main);
     const DeduplicatedPath again({MakePath({earlierMain}), mainPath});
     EXPECT_EQ(again.GetMainEntries()->front(), earlierMain);
     EXPECT_THAT(*again.GetMainEntries(), ::testing::Not(::testing::Contains(main)));

@@ -53,7 +53,7 @@ TEST_F(CompositeReferenceTest, MaskingHidesTheListedFoldersWithEverythingBelowTh
 }
 
 TEST_F(CompositeReferenceTest, MaskingMatchesByFolderNotByObject) {
-    const PathEntryPointer copy = GetPathEntryFactory().GetFrozenEntryFor(mains[3]);
+    const PathEntryPointer copy = AnotherObject(mains[3]);
     ASSERT_NE(copy, mains[3]);
     const MultiMaskedPath path(mainPath, {copy, nullptr});
     ExpectSameAnswers(path, *MakePath(Without(mains, {mains[3]})), all);

@@ -114,7 +114,7 @@ void ExpectSameAnswers(const IPath& path, const IPath& reference, const PathEntr
                 EXPECT_EQ(Describe(path.GetPartiallyMatchingEntries(scope, partial, policy)),
                           Describe(reference.GetPartiallyMatchingEntries(scope, partial, policy)))
                     << Utf8(partial);
-            for (const ustring& name : {u"cls1", u"CLS1", u"udd1"})
+            for (const ustring name : {u"cls1", u"CLS1", u"udd1"})
                 EXPECT_EQ(Describe(path.GetMethodEntriesByName(scope, name, policy)),
                           Describe(reference.GetMethodEntriesByName(scope, name, policy)));
         }

@@ -32,6 +32,13 @@ inline std::shared_ptr<const IPath> MakePath(PathEntryVector entries) {
     return GetCurrentPathFactory().CreatePath(std::move(entries));
 }
 
+// A new entry object of the folder of `entry`, with new objects below it.
+inline PathEntryPointer AnotherObject(const PathEntryPointer& entry) {
+    // Folders outside the installation are watched; the frozen entries of the
+    // tree come from another cache, so this one is built afresh.
+    return GetPathEntryFactory().GetPathEntry(entry->GetIRI());
+}
+
 // Every entry below the given main entries, each before its children.
 PathEntryVector AllEntriesOf(const PathEntryVector& mains);
 

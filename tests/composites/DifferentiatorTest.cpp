@@ -86,7 +86,9 @@ TEST_F(DifferentiatorTest, RefreshedFoldersPairOldAndNewObjects) {
     EXPECT_THAT(*differences.GetRefreshedBefore(), ::testing::ElementsAre(oldD, oldB));
     EXPECT_THAT(*differences.GetRefreshedAfter(), ::testing::ElementsAre(after[1], after[3]));
     EXPECT_EQ(Names(differences.GetAdded()) + Names(differences.GetRemoved()), "");
-    EXPECT_EQ(differences.GetReordered()->size(), 1u);
+    Compare(before, List("abcde"));
+    EXPECT_EQ(differences.GetRefreshedAfter()->size(), 2u);
+    EXPECT_EQ(Names(differences.GetReordered()), "");
 
     // The lists of an earlier comparison stay as they were.
     const PathEntryList earlier = differences.GetRefreshedAfter();

@@ -324,7 +324,7 @@ Path::~Path() {
         // another holder) and its destruction event is published here, never
         // on the worker.
         for (auto& element : *pathEntryInfoCache) {
-            // element.second.entry.reset();
+            element.second.entry.reset();
             element.second.parentSlot = nullptr;
         }
         DestroyAsynchronously(std::move(pathEntryInfoCache), *queue);
