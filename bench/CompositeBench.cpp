@@ -70,6 +70,11 @@ void MeasureComposition(benchmark::State& state, const Setup& setup, const Compo
 }
 
 void RegisterAll(Setup& setup) {
+    // The part of each composition that is the one-entry path of the current
+    // folder, not a composite.
+    benchmark::RegisterBenchmark("Compose/OneEntryPathOnly", [&setup](benchmark::State& state) {
+        MeasureComposition(state, setup, [&] { return setup.factory.CreatePath({setup.currentOnPath}); });
+    })->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("Compose/MaskedConcatenation", [&setup](benchmark::State& state) {
         MeasureComposition(state, setup, [&] { return ComposeMasked(setup); });
     })->Unit(benchmark::kMicrosecond);

@@ -53,6 +53,7 @@ double BytesAllocatedBetween(const MemoryUse& before, const MemoryUse& after) {
 }
 
 struct Setup {
+    explicit Setup(const IPathFactory& pathFactory) : factory(pathFactory) {}
     const IPathFactory& factory;
     PathEntryVector mainEntries;
     std::size_t items = 0;
@@ -152,7 +153,7 @@ int main(int argc, char** argv) {
         options.sharedStems = {{"sharedBy100", 100}};
         const tfsp::bench::GeneratedTree tree(options);
 
-        Setup setup{GetCurrentPathFactory(), {}};
+        Setup setup(GetCurrentPathFactory());
         for (const std::string& folder : tree.mainFolders())
             setup.mainEntries.push_back(
                 GetPathEntryFactory().GetFrozenPathEntry(foundation::storage::vfs::toAbsoluteIRI("file", Utf16(folder))));

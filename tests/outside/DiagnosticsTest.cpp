@@ -13,6 +13,7 @@
 
 #include <pthread.h>
 
+#include <iostream>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -66,8 +67,11 @@ struct TracedInDestructor {
     ~TracedInDestructor() { foundation::log::FunctionTrace trace(logger, "~TracedInDestructor"); }
 };
 
+// Made while the program loads, as the library's own loggers are.
+const foundation::log::basic_diagnostic_logger loadTimeLogger("test::trace");
+
 TEST(DiagnosticLogger, FunctionTraceWritesEntryAndExitAndMarksAThrow) {
-    const foundation::log::basic_diagnostic_logger logger("test::trace");
+    const foundation::log::basic_diagnostic_logger& logger = loadTimeLogger;
     TestSink sink("test::trace");
 
     traced(logger, false);
@@ -88,6 +92,18 @@ TEST(DiagnosticLogger, FunctionTraceWritesEntryAndExitAndMarksAThrow) {
     EXPECT_EQ(sink.lines(), expected);
     EXPECT_TRUE(logger.enabled(64));
     EXPECT_FALSE(foundation::log::basic_diagnostic_logger("test::unheard").enabled(2));
+}
+
+TEST(DiagnosticLogger, ConsoleOutputShowsLevelsUpToTheLimit) {
+    const foundation::log::basic_diagnostic_logger logger("test::console");
+    testing::internal::CaptureStderr();
+    foundation::log::enableConsoleOutput(2);
+    logger.write(2, "shown");
+    logger.write(32, "hidden");
+    foundation::log::enableConsoleOutput(-1);
+    logger.write(2, "after");
+    std::clog.flush();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "[test::console] 2: shown\n");
 }
 
 TEST(DiagnosticsDeathTest, TerminateWritesTheMessageAndPlaceThenAborts) {

@@ -144,6 +144,8 @@ TEST(EventMgr, ConnectionEndsWithItsScopeOrWhenReplaced) {
 
     connection.disconnect();
     EXPECT_TRUE(connection.isEmpty());
+    EXPECT_EQ(connection.getConnectionStatus(), "disconnected");
+    EXPECT_EQ(ScopedConnection().getConnectionStatus(), "empty");
     bus.publish(make<AnimalEvent>(), 0);
     EXPECT_EQ(second, 1);
 }

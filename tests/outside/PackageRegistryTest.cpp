@@ -31,60 +31,35 @@ std::vector<ComponentIdentifier> all(const IPackageRegistry& registry) {
     return *registry.GetPackages([](const IPackage&, const IPackageRegistry&) { return true; });
 }
 
+namespace stub {
+using namespace Thornfell::PathManagement;
+using foundation::storage::vfs::AbsoluteIRI;
+
 // A path that only keeps the entries it was made from.
-class EntriesOnlyPath : public Thornfell::PathManagement::IPath {
+class EntriesOnlyPath : public IPath {
 public:
-    explicit EntriesOnlyPath(Thornfell::PathManagement::PathEntryVector entries)
-        : entries_(std::make_shared<const Thornfell::PathManagement::PathEntryVector>(std::move(entries))) {}
-    Thornfell::PathManagement::PathEntryList GetMainEntries() const override { return entries_; }
-    Thornfell::PathManagement::PathEntryVector GetMethodEntries() const override { return {}; }
-    Thornfell::PathManagement::PathEntryVector GetMethodEntriesByName(Thornfell::PathManagement::SearchScope, const ustring&,
-                                                                      Thornfell::PathManagement::FilenameMatchingPolicy) const override {
-        return {};
-    }
-    Thornfell::PathManagement::PathEntryVector GetPartiallyMatchingEntries(
-        Thornfell::PathManagement::SearchScope, const ustring&, Thornfell::PathManagement::FilenameMatchingPolicy) const override {
-        return {};
-    }
-    Thornfell::PathManagement::PathEntryPointer GetMainEntryForEntry(const Thornfell::PathManagement::IPathEntry&) const override {
-        return nullptr;
-    }
-    Thornfell::PathManagement::PathEntryPointer GetParentEntryForEntry(const Thornfell::PathManagement::IPathEntry&) const override {
-        return nullptr;
-    }
-    Thornfell::PathManagement::PathEntryPointer GetPathEntryFromAbsoluteIRI(const CanonicalAbsoluteIRI&) const override {
-        return nullptr;
-    }
-    Thornfell::PathManagement::PathEntryPointer GetPathEntryFromAbsoluteIRI(
-        const foundation::storage::vfs::AbsoluteIRI&, Thornfell::PathManagement::FilenameMatchingPolicy) const override {
-        return nullptr;
-    }
-    boost::optional<Thornfell::PathManagement::FoundItem> FindFirstInScope(
-        Thornfell::PathManagement::SearchScope, const Thornfell::PathManagement::detail::SearchTarget&,
-        Thornfell::PathManagement::FilenameMatchingPolicy) const override {
+    explicit EntriesOnlyPath(PathEntryVector entries) : entries_(std::make_shared<const PathEntryVector>(std::move(entries))) {}
+    PathEntryList GetMainEntries() const override { return entries_; }
+    PathEntryVector GetMethodEntries() const override { return {}; }
+    PathEntryVector GetMethodEntriesByName(SearchScope, const ustring&, FilenameMatchingPolicy) const override { return {}; }
+    PathEntryVector GetPartiallyMatchingEntries(SearchScope, const ustring&, FilenameMatchingPolicy) const override { return {}; }
+    PathEntryPointer GetMainEntryForEntry(const IPathEntry&) const override { return nullptr; }
+    PathEntryPointer GetParentEntryForEntry(const IPathEntry&) const override { return nullptr; }
+    PathEntryPointer GetPathEntryFromAbsoluteIRI(const CanonicalAbsoluteIRI&) const override { return nullptr; }
+    PathEntryPointer GetPathEntryFromAbsoluteIRI(const AbsoluteIRI&, FilenameMatchingPolicy) const override { return nullptr; }
+    boost::optional<FoundItem> FindFirstInScope(SearchScope, const detail::SearchTarget&, FilenameMatchingPolicy) const override {
         return boost::none;
     }
-    std::vector<Thornfell::PathManagement::FoundItem> FindAllInScope(
-        Thornfell::PathManagement::SearchScope, const Thornfell::PathManagement::detail::SearchTarget&,
-        Thornfell::PathManagement::FilenameMatchingPolicy) const override {
-        return {};
-    }
-    bool ForEachEntry(Thornfell::PathManagement::SearchScope, const Thornfell::PathManagement::PathEntryVisitor&) const override {
-        return false;
-    }
-    bool ConcurrentForEachEntry(Thornfell::PathManagement::SearchScope,
-                                const Thornfell::PathManagement::PathEntryVisitor&) const override {
-        return false;
-    }
-    bool FirstEntryIsBeforeSecondOnPath(const Thornfell::PathManagement::IPathEntry&,
-                                        const Thornfell::PathManagement::IPathEntry&) const override {
-        return false;
-    }
-    bool IsEntryOnPath(const Thornfell::PathManagement::IPathEntry&) const override { return false; }
+    std::vector<FoundItem> FindAllInScope(SearchScope, const detail::SearchTarget&, FilenameMatchingPolicy) const override { return {}; }
+    bool ForEachEntry(SearchScope, const PathEntryVisitor&) const override { return false; }
+    bool ConcurrentForEachEntry(SearchScope, const PathEntryVisitor&) const override { return false; }
+    bool FirstEntryIsBeforeSecondOnPath(const IPathEntry&, const IPathEntry&) const override { return false; }
+    bool IsEntryOnPath(const IPathEntry&) const override { return false; }
 
 private:
-    Thornfell::PathManagement::PathEntryList entries_;
+    PathEntryList entries_;
 };
+} // namespace stub
 
 class PackageRegistryTest : public ::testing::Test {
 protected:
@@ -240,7 +215,7 @@ TEST_F(PackageRegistryTest, ComponentPathIsMadeOnceFromThePathFoldersInRecordOrd
     OrvianComponents::ModularPackageRegistry modular([&](std::vector<EntryPointer> entries) {
         ++calls;
         for (const auto& entry : entries) folders.push_back(entry->GetIRI().getPath());
-        return std::make_shared<const EntriesOnlyPath>(std::move(entries));
+        return std::make_shared<const stub::EntriesOnlyPath>(std::move(entries));
     });
     EXPECT_EQ(modular.GetOwningComponent(folder(u"/p/a/z/deeper")), id);
     EXPECT_EQ(modular.GetComponent(component(9)), nullptr);

@@ -11,8 +11,12 @@
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/partitioner.h>
+#include <oneapi/tbb/task_arena.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <cstdint>
 #include <functional>
 #include <iterator>
@@ -56,12 +60,24 @@ tbb::blocked_range<std::size_t> IndexRange(std::size_t count) { return {0, count
 template <class Body>
 void ParallelForEachInRange(const tbb::blocked_range<std::size_t>& range, const Body& body) {
     if (range.empty()) return;
-    tbb::parallel_for(
-        range,
-        [&body](const tbb::blocked_range<std::size_t>& chunk) {
-            for (std::size_t index = chunk.begin(); index != chunk.end(); ++index) body(index);
-        },
-        tbb::auto_partitioner());
+    const auto loop = [&range, &body] {
+        tbb::parallel_for(
+            range,
+            [&body](const tbb::blocked_range<std::size_t>& chunk) {
+                for (std::size_t index = chunk.begin(); index != chunk.end(); ++index) body(index);
+            },
+            tbb::auto_partitioner());
+    };
+#if defined(__SANITIZE_THREAD__)
+    // The oneTBB library isn't built for ThreadSanitizer, which therefore
+    // can't see the pool hand its own task objects from thread to thread and
+    // reports that as races. Under it the loops keep to the calling thread;
+    // everything else stays as concurrent as ever.
+    tbb::task_arena callerOnly(1);
+    callerOnly.execute(loop);
+#else
+    loop();
+#endif
 }
 
 // Keeps `list` sorted by address, and so in path order, whichever thread
@@ -129,7 +145,8 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
 }
 
 std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(kStemBucketsPerEntry * allEntries.size());
+    std::size_t itemsTotal = 0; for (auto& e : allEntries) itemsTotal += e->GetPathItems()->size();
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(getenv("PATH_BIG") ? itemsTotal : kStemBucketsPerEntry * allEntries.size());
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
         const EntrySlot slot = &allEntries[index];
         // The items stay alive with the entry, which `allEntries` holds, so the
@@ -150,7 +167,9 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
     });
     // Finish the bucket splits that growth left pending: readers then never
     // meet one, and no writer remains to do it later.
+    const double t = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
     map->rehash(0);
+    if (getenv("PATH_TIMES")) fprintf(stderr, "rehash %.2f buckets %zu size %zu\n", std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count() - t, map->bucket_count(), map->size());
     return map;
 }
 
@@ -305,15 +324,17 @@ std::size_t Path::UstringHashCompare::hash(const ustring& text) {
 
 // ------------------------------------------------------------- construction
 
+static double Now() { return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
+static double T0, T1, T2, T3, T4;
 Path::Path(PathEntryVector mainEntriesIn, std::weak_ptr<AsynchronousWorkerQueue> queue,
            foundation::storage::vfs::StorageSystemReference storage)
     : workerQueue(std::move(queue)),
-      mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
+      mainEntries((T0 = Now(), std::make_shared<const PathEntryVector>(std::move(mainEntriesIn)))),
       allEntries(CreateAllEntriesVector(*mainEntries)),
-      pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
-      pathItemStemToPathEntryMap(CreatePathItemStemToPathEntryMap(*allEntries)),
-      pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
-      storageSystem(std::move(storage)) {}
+      pathEntryInfoCache((T1 = Now(), CreatePathEntryInfoCache(*allEntries))),
+      pathItemStemToPathEntryMap((T2 = Now(), CreatePathItemStemToPathEntryMap(*allEntries))),
+      pathEntryBasenameToPathEntriesMap((T3 = Now(), CreatePathEntryBasenameToPathEntriesMap(*allEntries))),
+      storageSystem(std::move(storage)) { T4 = Now(); if (getenv("PATH_TIMES")) fprintf(stderr, "all %.2f cache %.2f stems %.2f base %.2f\n", T1-T0, T2-T1, T3-T2, T4-T3); }
 
 Path::~Path() {
     if (const std::shared_ptr<AsynchronousWorkerQueue> queue = workerQueue.lock()) {

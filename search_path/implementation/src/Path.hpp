@@ -22,6 +22,18 @@ namespace Thornfell::PathManagement {
 
 class AsynchronousWorkerQueue;
 
+// The maps take their memory from the scalable allocator. That library isn't
+// built for ThreadSanitizer, which can't see memory freed on the worker and
+// handed out again elsewhere and would report the reuse as a race; under it
+// the maps use the standard allocator, which it follows.
+#if defined(__SANITIZE_THREAD__)
+template <class T>
+using PathMapAllocator = std::allocator<T>;
+#else
+template <class T>
+using PathMapAllocator = tbb::tbb_allocator<T>;
+#endif
+
 class Path final : public IPath {
 public:
     // An element of `allEntries`; valid while the vector lives, which is as
@@ -60,14 +72,14 @@ public:
 
     using PathEntryInfoCache =
         tbb::concurrent_hash_map<foundation::storage::vfs::CanonicalAbsoluteIRI, PathEntryInfoCacheItem, IRIHashCompare,
-                                 tbb::tbb_allocator<std::pair<const foundation::storage::vfs::CanonicalAbsoluteIRI,
-                                                              PathEntryInfoCacheItem>>>;
+                                 PathMapAllocator<std::pair<const foundation::storage::vfs::CanonicalAbsoluteIRI,
+                                                            PathEntryInfoCacheItem>>>;
     using PathItemStemToPathEntryMap =
         tbb::concurrent_hash_map<const ustring*, EntrySlotList, IndirectUstringHashCompare,
-                                 tbb::tbb_allocator<std::pair<const ustring* const, EntrySlotList>>>;
+                                 PathMapAllocator<std::pair<const ustring* const, EntrySlotList>>>;
     using PathEntryBasenameToPathEntriesMap =
         tbb::concurrent_hash_map<ustring, EntrySlotList, UstringHashCompare,
-                                 tbb::tbb_allocator<std::pair<const ustring, EntrySlotList>>>;
+                                 PathMapAllocator<std::pair<const ustring, EntrySlotList>>>;
 
     // Builds the flat vector and the three maps, using the oneTBB pool; the
     // caller waits. Exceptions of the build leave no path behind.

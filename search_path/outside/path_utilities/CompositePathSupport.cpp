@@ -31,16 +31,15 @@ void AppendParts(CompositeLayout& layout, const std::shared_ptr<const IPath>& pa
     if (const CompositeLayout* inner = CompositePath::LayoutOf(*path)) {
         for (const CompositePart& innerPart : inner->parts) {
             CompositePart part = innerPart;
-            // The inner composite's list of visible main entries stays valid
-            // unless this one hides more.
-            if (AddHiddenFoldersHeldByPath(part, extraHidden)) RefreshVisibleMainEntries(part);
+            // What the inner composite found of its hidden main entries stays
+            // valid unless this one hides more.
+            if (AddHiddenFoldersHeldByPath(part, extraHidden)) FindHiddenMainEntries(part);
             layout.parts.push_back(std::move(part));
         }
         return;
     }
-    CompositePart part{path, {}, nullptr};
-    AddHiddenFoldersHeldByPath(part, extraHidden);
-    RefreshVisibleMainEntries(part);
+    CompositePart part{path, {}, {}};
+    if (AddHiddenFoldersHeldByPath(part, extraHidden)) FindHiddenMainEntries(part);
     layout.parts.push_back(std::move(part));
 }
 
@@ -50,32 +49,46 @@ bool AddHiddenFolder(CompositePart& part, const CanonicalAbsoluteIRI& folder) {
     return true;
 }
 
-void RefreshVisibleMainEntries(CompositePart& part) {
-    PathEntryList all = part.path->GetMainEntries();
-    if (part.hidden.empty()) {
-        part.visibleMainEntries = std::move(all);
-        return;
-    }
-    auto visible = std::make_shared<PathEntryVector>();
-    visible->reserve(all->size());
-    // A main entry has no entry above it on the path: only its own folder can
-    // hide it.
-    for (const PathEntryPointer& entry : *all)
-        if (!Contains(part.hidden, entry->GetIRI())) visible->push_back(entry);
-    part.visibleMainEntries = std::move(visible);
+void FindHiddenMainEntries(CompositePart& part) {
+    // The path's index gives the entry of each hidden folder; those without a
+    // parent are main entries.
+    part.hiddenMainEntries.clear();
+    for (const CanonicalAbsoluteIRI& folder : part.hidden)
+        if (const PathEntryPointer entry = part.path->GetPathEntryFromAbsoluteIRI(folder);
+            entry && !part.path->GetParentEntryForEntry(*entry))
+            part.hiddenMainEntries.push_back(entry.get());
 }
 
+namespace {
+
+bool IsHiddenMainEntry(const CompositePart& part, const PathEntryPointer& main) {
+    return std::find(part.hiddenMainEntries.begin(), part.hiddenMainEntries.end(), main.get()) !=
+           part.hiddenMainEntries.end();
+}
+
+} // namespace
+
 void JoinMainEntries(CompositeLayout& layout) {
-    if (layout.parts.size() == 1) {
-        layout.mainEntries = layout.parts.front().visibleMainEntries;
+    if (layout.parts.size() == 1 && layout.parts.front().hiddenMainEntries.empty()) {
+        layout.mainEntries = layout.parts.front().path->GetMainEntries();
         return;
     }
+    // Comparing objects instead of folders spares a copy of the IRI of every
+    // main entry, which would be most of the cost of a composition on a long
+    // path.
+    boost::container::small_vector<PathEntryList, 2> lists;
     std::size_t total = 0;
-    for (const CompositePart& part : layout.parts) total += part.visibleMainEntries->size();
+    for (const CompositePart& part : layout.parts) {
+        lists.push_back(part.path->GetMainEntries());
+        total += lists.back()->size();
+    }
     auto entries = std::make_shared<PathEntryVector>();
     entries->reserve(total);
-    for (const CompositePart& part : layout.parts)
-        entries->insert(entries->end(), part.visibleMainEntries->begin(), part.visibleMainEntries->end());
+    for (std::size_t index = 0; index < lists.size(); ++index) {
+        const CompositePart& part = layout.parts[index];
+        for (const PathEntryPointer& main : *lists[index])
+            if (!IsHiddenMainEntry(part, main)) entries->push_back(main);
+    }
     layout.mainEntries = std::move(entries);
 }
 
@@ -104,7 +117,9 @@ bool ForEachVisibleEntry(const CompositePart& part, SearchScope scope, const Pat
     // The walk of a path is its main entries' walks one after the other, so
     // walking the visible main entries leaves out hidden ones whole, without
     // a test for each of their entries.
-    for (const PathEntryPointer& main : *part.visibleMainEntries) {
+    const PathEntryList mains = part.path->GetMainEntries();
+    for (const PathEntryPointer& main : *mains) {
+        if (IsHiddenMainEntry(part, main)) continue;
         HiddenFolders hiddenBelow;
         if (!part.hidden.empty()) {
             const CanonicalAbsoluteIRI mainFolder = main->GetIRI();

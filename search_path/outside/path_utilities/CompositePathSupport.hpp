@@ -7,6 +7,9 @@
 // entries below an entry are folders below it on disk (package, class,
 // private and resources folders), so "below" is a test on the IRIs, and only
 // an entry under a hidden folder's IRI ever costs a lookup in the inner path.
+// A folder is taken to stand once in each inner path, as on the paths that
+// the manager builds: a path's index knows one entry per folder, and that is
+// the entry hidden.
 #include "tfsearch_path/CompositePath.hpp"
 
 #include <boost/container/small_vector.hpp>
@@ -22,9 +25,10 @@ struct CompositePart {
     // Never a composite: nested composites are flattened into their parts.
     std::shared_ptr<const IPath> path;
     HiddenFolders hidden;
-    // The main entries of `path` that `hidden` leaves, in path order; the
-    // inner path's own list when nothing is hidden.
-    PathEntryList visibleMainEntries;
+    // The main entries of `path` that `hidden` hides, as objects of `path`
+    // (which keeps them alive): found through the path's index once, so that
+    // leaving them out of a list or a walk compares pointers only.
+    boost::container::small_vector<const IPathEntry*, 2> hiddenMainEntries;
 };
 
 struct CompositeLayout {
@@ -39,11 +43,12 @@ struct CompositeLayout {
 void AppendParts(CompositeLayout& layout, const std::shared_ptr<const IPath>& path,
                  const HiddenFolders& extraHidden = {});
 // Hides `folder` in `part` unless it already is, and says whether it wasn't;
-// the visible main entries are not brought up to date (see
-// RefreshVisibleMainEntries).
+// the hidden main entries are not brought up to date (see
+// FindHiddenMainEntries).
 bool AddHiddenFolder(CompositePart& part, const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);
-void RefreshVisibleMainEntries(CompositePart& part);
-// Fills `layout.mainEntries` from the parts.
+void FindHiddenMainEntries(CompositePart& part);
+// Fills `layout.mainEntries` from the parts: one copy of the visible main
+// entries, or none when a single part hides none.
 void JoinMainEntries(CompositeLayout& layout);
 
 // Whether `entry`, an entry of `part.path`, is visible through the part.

@@ -17,7 +17,7 @@ std::unique_ptr<const detail::CompositeLayout> Deduplicate(const std::vector<std
     // keeps a small path in front of a large one cheap.
     for (std::size_t index = 0; index + 1 < parts.size(); ++index) {
         detail::CompositePart& earlier = parts[index];
-        if (hidesMore[index]) detail::RefreshVisibleMainEntries(earlier);
+        if (hidesMore[index]) detail::FindHiddenMainEntries(earlier);
         detail::ForEachVisibleEntry(earlier, allEntryTypesScope, [&](const PathEntryPointer& entry) {
             const foundation::storage::vfs::CanonicalAbsoluteIRI folder = entry->GetIRI();
             for (std::size_t later = index + 1; later < parts.size(); ++later)
@@ -26,7 +26,7 @@ std::unique_ptr<const detail::CompositeLayout> Deduplicate(const std::vector<std
             return false;
         });
     }
-    if (!parts.empty() && hidesMore.back()) detail::RefreshVisibleMainEntries(parts.back());
+    if (!parts.empty() && hidesMore.back()) detail::FindHiddenMainEntries(parts.back());
     detail::JoinMainEntries(*layout);
     return layout;
 }

@@ -3,6 +3,7 @@
 #include "foundation/usm/StateStore.hpp"
 
 #include <boost/log/attributes/constant.hpp>
+#include <boost/make_shared.hpp>
 #include <boost/log/core/core.hpp>
 #include <boost/log/expressions.hpp>
 #include <boost/log/sinks/sync_frontend.hpp>
@@ -55,13 +56,27 @@ logging::record openRecord(const logging::sources::channel_logger_mt<std::string
     return core->open_record(attributes);
 }
 
+// Boost.Log writes every record to the console while the core has no sink
+// at all. The system's diagnostics are silent unless asked for, so a sink
+// that takes nothing is always in place.
+void silenceDefaultSink() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        auto sink = boost::make_shared<ConsoleSink>();
+        sink->set_filter([](const logging::attribute_value_set&) { return false; });
+        logging::core::get()->add_sink(sink);
+    });
+}
+
 } // namespace
 
 // The channel logger only reaches the logging core through its singleton,
 // which Boost.Log makes on first use: so a logger may be a static of a module
 // that is loaded before anything else has logged.
 basic_diagnostic_logger::basic_diagnostic_logger(std::string channel)
-    : channel_(std::move(channel)), logger_(logging::keywords::channel = channel_) {}
+    : channel_(std::move(channel)), logger_(logging::keywords::channel = channel_) {
+    silenceDefaultSink();
+}
 
 void basic_diagnostic_logger::write(int level, const std::string& message) const {
     logging::record record = openRecord(logger_, level);

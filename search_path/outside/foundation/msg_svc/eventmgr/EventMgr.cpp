@@ -19,7 +19,9 @@ const std::string& BaseEvent::getLevel() const {
 std::string mangleEvent(const std::string& typeName, const std::string& level) { return typeName + "#" + level; }
 
 std::string ScopedConnection::getConnectionStatus() const {
-    return connection_.connected() ? "connected" : "disconnected";
+    if (connection_.connected()) return "connected";
+    // A connection that never named a slot compares equal to a default one.
+    return connection_ == boost::signals2::connection() ? "empty" : "disconnected";
 }
 
 struct EventMgr::Channel {

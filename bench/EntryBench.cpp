@@ -1,0 +1,98 @@
+// Building folder entries against a bare listing of the same folders, and the
+// cost of asking again for an entry that is up to date.
+//
+// The tree (2,000 folders of 50 files, some of them package, class and private
+// folders) is made once from a fixed seed in a temporary folder, so that runs
+// compare. Both walks run warm: the tree is listed once before timing.
+#include "support/GeneratedTree.hpp"
+
+#include "foundation/usm/StateStore.hpp"
+#include "tfsearch_path/IPathEntryFactory.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
+
+#include <benchmark/benchmark.h>
+#include <dirent.h>
+
+#include <chrono>
+
+namespace {
+
+using namespace Thornfell::PathManagement;
+
+const tfsp::bench::GeneratedTree& Tree() {
+    static const tfsp::bench::GeneratedTree tree(tfsp::bench::GeneratedTreeOptions{});
+    return tree;
+}
+
+std::size_t BareWalk(const std::vector<std::string>& folders) {
+    std::size_t names = 0;
+    for (const auto& folder : folders) {
+        DIR* dir = ::opendir(folder.c_str());
+        if (!dir) continue;
+        while (const dirent* entry = ::readdir(dir)) names += entry->d_name[0] != '.';
+        ::closedir(dir);
+    }
+    return names;
+}
+
+std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs() {
+    std::vector<foundation::storage::vfs::AbsoluteIRI> iris;
+    for (const auto& folder : Tree().mainFolders()) iris.push_back(GetIRIFromString(fl::i18n::utf8_to_ustring(folder)));
+    return iris;
+}
+
+double SecondsOfBareWalk() {
+    const auto start = std::chrono::steady_clock::now();
+    benchmark::DoNotOptimize(BareWalk(Tree().allFolders()));
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Lists every folder of the tree (main and special) with opendir/readdir.
+void BM_BareWalk(benchmark::State& state) {
+    BareWalk(Tree().allFolders());
+    for (auto _ : state) benchmark::DoNotOptimize(BareWalk(Tree().allFolders()));
+    state.counters["folders"] = static_cast<double>(Tree().allFolders().size());
+}
+BENCHMARK(BM_BareWalk)->Unit(benchmark::kMillisecond);
+
+// Builds the entries of every main folder (and so of the special folders in
+// them), with live observers, through the process's entry factory. The
+// counter "ratio" is this build over a bare walk timed in the same run.
+void BM_BuildEntries(benchmark::State& state) {
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    const auto iris = MainFolderIRIs();
+    BareWalk(Tree().allFolders());
+    double bare = 0;
+    double build = 0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        PathEntryVector entries;
+        entries.reserve(iris.size());
+        for (const auto& iri : iris) entries.push_back(GetPathEntryFactory().GetPathEntry(iri));
+        benchmark::DoNotOptimize(entries.data());
+        build += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        state.PauseTiming();
+        entries.clear();  // entries die here, outside the timing, so the next round builds anew
+        bare += SecondsOfBareWalk();
+        state.ResumeTiming();
+    }
+    const auto runs = static_cast<double>(state.iterations());
+    state.counters["build_ms"] = 1e3 * build / runs;
+    state.counters["bare_walk_ms"] = 1e3 * bare / runs;
+    state.counters["ratio"] = build / bare;
+}
+BENCHMARK(BM_BuildEntries)->Unit(benchmark::kMillisecond)->MinTime(3.0);
+
+// Asks again for a folder whose entry is alive and up to date.
+void BM_SecondRequestUpToDate(benchmark::State& state) {
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    const auto iri = MainFolderIRIs().front();
+    const auto canonical = foundation::storage::vfs::CanonicalAbsoluteIRI(iri, ustring());
+    const auto held = GetPathEntryFactory().GetPathEntry(iri);
+    auto& factory = GetPathEntryFactory();
+    for (auto _ : state) benchmark::DoNotOptimize(factory.GetPathEntry(canonical));
+    if (factory.GetPathEntry(canonical) != held) state.SkipWithError("the entry was rebuilt");
+}
+BENCHMARK(BM_SecondRequestUpToDate)->Unit(benchmark::kNanosecond);
+
+} // namespace
