@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs, builds and runs the whole test suite.
-#   scripts/test.sh                 the suite, then the concurrency tests under ThreadSanitizer
+#   scripts/test.sh                 the suite, then the suite again under ThreadSanitizer
 #   scripts/test.sh --sanitize thread|address
 #                                   the whole suite in that sanitizer build only
 #   scripts/test.sh --plain         the suite without any sanitizer run
@@ -15,9 +15,6 @@ case "${1:-}" in
 esac
 "$ROOT/scripts/install-deps.sh"
 JOBS=$(nproc)
-# Test names that exercise several threads; naming a suite or test with one of
-# these words puts it in the ThreadSanitizer pass.
-CONCURRENCY_TESTS="Concurren|Stress|Thread|Observer|EventMgr|Worker"
 
 run_suite() {  # kind, extra ctest args...
   local kind="$1"; shift
@@ -28,10 +25,10 @@ run_suite() {  # kind, extra ctest args...
 case "$MODE" in
   default)
     run_suite release
-    # The concurrent parts (observers, the event bus, path queries, the worker
-    # thread) again under ThreadSanitizer: every test whose suite or name says
-    # it is about threads.
-    TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" run_suite thread -R "$CONCURRENCY_TESTS"
+    # Again under ThreadSanitizer: the observers' reader thread, the event bus,
+    # the parallel index builds and queries, and the worker thread are
+    # exercised throughout the suite.
+    TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" run_suite thread
     ;;
   plain) run_suite release ;;
   thread) TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" run_suite thread ;;

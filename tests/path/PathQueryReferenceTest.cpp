@@ -115,7 +115,7 @@ TEST_P(PathQueryReferenceTest, NamesAndPartialPathnamesFindWhatTheWalkFinds) {
     }
 }
 
-TEST_P(PathQueryReferenceTest, FolderQueriesAgreeWithTheWalk) {
+TEST_P(PathQueryReferenceTest, FolderQueriesAndPlacesOnThePathAgreeWithTheWalk) {
     std::mt19937_64 random(GetParam() + 100);
     for (FilenameMatchingPolicy policy : kAllPolicies) {
         for (const SearchScope& scope : kScopes) {
@@ -159,9 +159,8 @@ TEST_P(PathQueryReferenceTest, FolderQueriesAgreeWithTheWalk) {
         if (w.entry->GetPathEntryType() == Main)
             methods.insert(methods.end(), w.entry->GetMethodEntries()->begin(), w.entry->GetMethodEntries()->end());
     EXPECT_EQ(Describe(path->GetMethodEntries()), Describe(methods));
-}
 
-TEST_P(PathQueryReferenceTest, EntriesKnowTheirPlaceOnThePath) {
+    // Where each entry stands, with either rule for what makes a root.
     for (bool componentFeature : {false, true}) {
         OrvianComponents::ComponentFeature::Set(componentFeature);
         for (const WalkedEntry& w : walked) {
@@ -172,7 +171,6 @@ TEST_P(PathQueryReferenceTest, EntriesKnowTheirPlaceOnThePath) {
             EXPECT_EQ(path->GetMainEntryForEntry(*w.entry), mains[w.mainIndex]);
         }
     }
-    std::mt19937_64 random(GetParam());
     for (int i = 0; i < 300; ++i) {
         const WalkedEntry& a = walked[random() % walked.size()];
         const WalkedEntry& b = walked[random() % walked.size()];

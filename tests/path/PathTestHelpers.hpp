@@ -36,7 +36,6 @@ public:
 
     // Entries of the main folders, in path order, from the process's factory.
     PathEntryVector MainEntries() const;
-    std::string Root() const { return tree.root(); }
 
     // Every stem used anywhere, and one that is used nowhere.
     std::vector<ustring> stems;

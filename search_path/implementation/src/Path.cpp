@@ -14,9 +14,6 @@
 #include <oneapi/tbb/task_arena.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <cstdint>
 #include <functional>
 #include <iterator>
@@ -30,7 +27,7 @@ using foundation::storage::vfs::CanonicalAbsoluteIRI;
 namespace {
 
 // Every loop of the build and of a parallel query hands the pool chunks of
-// at least this many indices: one entry is too little work for a task.
+// about this many indices: one entry is too little work for a task.
 constexpr std::size_t kGrainSize = 32;
 // Up to this many candidates a query runs serially: below it the pool costs
 // more than it saves.
@@ -145,8 +142,7 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
 }
 
 std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
-    std::size_t itemsTotal = 0; for (auto& e : allEntries) itemsTotal += e->GetPathItems()->size();
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(getenv("PATH_BIG") ? itemsTotal : kStemBucketsPerEntry * allEntries.size());
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(kStemBucketsPerEntry * allEntries.size());
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
         const EntrySlot slot = &allEntries[index];
         // The items stay alive with the entry, which `allEntries` holds, so the
@@ -167,9 +163,7 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
     });
     // Finish the bucket splits that growth left pending: readers then never
     // meet one, and no writer remains to do it later.
-    const double t = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
     map->rehash(0);
-    if (getenv("PATH_TIMES")) fprintf(stderr, "rehash %.2f buckets %zu size %zu\n", std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count() - t, map->bucket_count(), map->size());
     return map;
 }
 
@@ -324,17 +318,15 @@ std::size_t Path::UstringHashCompare::hash(const ustring& text) {
 
 // ------------------------------------------------------------- construction
 
-static double Now() { return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
-static double T0, T1, T2, T3, T4;
 Path::Path(PathEntryVector mainEntriesIn, std::weak_ptr<AsynchronousWorkerQueue> queue,
            foundation::storage::vfs::StorageSystemReference storage)
     : workerQueue(std::move(queue)),
-      mainEntries((T0 = Now(), std::make_shared<const PathEntryVector>(std::move(mainEntriesIn)))),
+      mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
       allEntries(CreateAllEntriesVector(*mainEntries)),
-      pathEntryInfoCache((T1 = Now(), CreatePathEntryInfoCache(*allEntries))),
-      pathItemStemToPathEntryMap((T2 = Now(), CreatePathItemStemToPathEntryMap(*allEntries))),
-      pathEntryBasenameToPathEntriesMap((T3 = Now(), CreatePathEntryBasenameToPathEntriesMap(*allEntries))),
-      storageSystem(std::move(storage)) { T4 = Now(); if (getenv("PATH_TIMES")) fprintf(stderr, "all %.2f cache %.2f stems %.2f base %.2f\n", T1-T0, T2-T1, T3-T2, T4-T3); }
+      pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
+      pathItemStemToPathEntryMap(CreatePathItemStemToPathEntryMap(*allEntries)),
+      pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
+      storageSystem(std::move(storage)) {}
 
 Path::~Path() {
     if (const std::shared_ptr<AsynchronousWorkerQueue> queue = workerQueue.lock()) {

@@ -46,19 +46,6 @@ detail::SearchTarget ItemTarget(const detail::SearchTarget& target) {
     return detail::SearchTarget(name.substr(lastSeparator + 1), target.extensions());
 }
 
-} // namespace
-
-CompositePath::CompositePath(std::unique_ptr<const detail::CompositeLayout> layout) : layout_(std::move(layout)) {}
-
-CompositePath::~CompositePath() = default;
-
-const detail::CompositeLayout* CompositePath::LayoutOf(const IPath& path) {
-    const auto* composite = dynamic_cast<const CompositePath*>(&path);
-    return composite ? composite->layout_.get() : nullptr;
-}
-
-namespace {
-
 // Which part shows the folder of `entry`: the part that holds this very
 // object if one does, else the first part that shows the folder (the way a
 // single path answers, by folder). Empty if no part shows it.
@@ -76,6 +63,15 @@ std::optional<std::size_t> LocateEntry(const detail::CompositeLayout& layout, co
 }
 
 } // namespace
+
+CompositePath::CompositePath(std::unique_ptr<const detail::CompositeLayout> layout) : layout_(std::move(layout)) {}
+
+CompositePath::~CompositePath() = default;
+
+const detail::CompositeLayout* CompositePath::LayoutOf(const IPath& path) {
+    const auto* composite = dynamic_cast<const CompositePath*>(&path);
+    return composite ? composite->layout_.get() : nullptr;
+}
 
 PathEntryList CompositePath::GetMainEntries() const { return layout_->mainEntries; }
 
