@@ -28,7 +28,7 @@ using Clock = std::chrono::steady_clock;
 
 ustring Utf16(const std::string& text) { return fl::i18n::utf8_to_ustring(text); }
 
-const std::vector<ustring> kExtensions = {u".m", u".p", u".mlx"};
+const std::vector<ustring> kExtensions = {u".tf", u".tfc", u".tfx"};
 
 struct Setup {
     const IPathFactory& factory;

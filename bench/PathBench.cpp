@@ -63,7 +63,7 @@ struct Setup {
     ustring partialInPackage;
 };
 
-const std::vector<ustring> kExtensions = {u".m", u".p", u".mlx"};
+const std::vector<ustring> kExtensions = {u".tf", u".tfc", u".tfx"};
 
 void ReportSize(benchmark::State& state, const Setup& setup) {
     state.counters["items"] = static_cast<double>(setup.items);

@@ -26,7 +26,7 @@ struct GeneratedTreeOptions {
     // Stems held by several main folders: (stem, number of main folders).
     std::vector<std::pair<std::string, std::size_t>> sharedStems;
     // Chosen by the seed for each file.
-    std::vector<std::string> extensions = {".m", ".p", ".mlx"};
+    std::vector<std::string> extensions = {".tf", ".tfc", ".tfx"};
 };
 
 class GeneratedTree {

@@ -51,7 +51,7 @@ protected:
     CompositeTree tree{12};
     const PathEntryVector& mains = tree.mains;
     const std::shared_ptr<const IPath> mainPath = MakePath(mains);
-    const detail::SearchTarget common{u"common", {u".m"}};
+    const detail::SearchTarget common{u"common", {u".tf"}};
     PathEntryPointer main, package, packageClass;
 };
 

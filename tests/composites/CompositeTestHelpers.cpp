@@ -13,7 +13,7 @@ constexpr PathEntryType kBelowClasses[] = {Private, UDDClass, Resources};
 const SearchScope kScopes[] = {allEntryTypesScope, SearchScope(kMainOnly), SearchScope(kPackagesAndMethods),
                                SearchScope(kBelowClasses), SearchScope()};
 const FilenameMatchingPolicy kPolicies[] = {CaseRuleOne, CaseRuleTwo, StorageSystemRule};
-const std::vector<std::vector<ustring>> kExtensionLists = {{u".m"}, {u".p", u".m", u""}};
+const std::vector<std::vector<ustring>> kExtensionLists = {{u".tf"}, {u".tfc", u".tf", u""}};
 
 std::vector<std::string> Describe(const PathEntryVector& entries) {
     std::vector<std::string> out;
@@ -53,9 +53,9 @@ CompositeTree::CompositeTree(int mainFolders) {
     std::mt19937_64 random(7);
     const char* const names[] = {"util", "Util", "lib", "pkg1"};
     const auto files = [&](const std::string& folder) {
-        tree.file(folder + "/common.m");
-        tree.file(folder + (random() % 2 ? "/Foo.m" : "/foo.p"));
-        tree.file(folder + "/s" + std::to_string(random() % 6) + (random() % 2 ? ".m" : ".p"));
+        tree.file(folder + "/common.tf");
+        tree.file(folder + (random() % 2 ? "/Foo.tf" : "/foo.tfc"));
+        tree.file(folder + "/s" + std::to_string(random() % 6) + (random() % 2 ? ".tf" : ".tfc"));
     };
     std::vector<std::string> folders;
     for (int i = 0; i < mainFolders; ++i) {

@@ -14,14 +14,14 @@ TEST(FilesystemHelpers, StemAndExtensionSplitAtTheLastDotOfTheName) {
         ustring name, stem, extension;
     };
     const Case cases[] = {
-        {u"a.m", u"a", u"m"},
-        {u"a.b.mlx", u"a.b", u"mlx"},
+        {u"a.tf", u"a", u"tf"},
+        {u"a.b.tfx", u"a.b", u"tfx"},
         {u"noext", u"noext", u""},
         {u"file.", u"file", u""},
         {u".profile", u"", u"profile"},
         {u"", u"", u""},
         {u"dir.x/file", u"dir.x/file", u""},
-        {u"dir.x/file.m", u"dir.x/file", u"m"},
+        {u"dir.x/file.tf", u"dir.x/file", u"tf"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(extract_extension(c.name), c.extension) << fl::i18n::ustring_to_utf8(c.name);

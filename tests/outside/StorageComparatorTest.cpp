@@ -11,10 +11,10 @@ using namespace foundation::storage::vfs;
 TEST(StorageComparator, PosixRuleIsExact) {
     const PathComparator& cmp = OrvianStorageSystem::GetStorageSystemReference().get().getPathComparator();
     EXPECT_TRUE(cmp.isCaseSensitive());
-    EXPECT_FALSE(cmp(u"abc.m", u"ABC.m", CaseModifier::StorageSystemRule));
-    EXPECT_FALSE(cmp(u"abc.m", u"ABC.m", CaseModifier::Exact));
-    EXPECT_TRUE(cmp(u"abc.m", u"ABC.m", CaseModifier::Folded));
-    EXPECT_TRUE(cmp(u"abc.m", u"abc.m", 0));
+    EXPECT_FALSE(cmp(u"abc.tf", u"ABC.tf", CaseModifier::StorageSystemRule));
+    EXPECT_FALSE(cmp(u"abc.tf", u"ABC.tf", CaseModifier::Exact));
+    EXPECT_TRUE(cmp(u"abc.tf", u"ABC.tf", CaseModifier::Folded));
+    EXPECT_TRUE(cmp(u"abc.tf", u"abc.tf", 0));
     EXPECT_FALSE(PathComparator(false)(u"abc", u"abd", 0));
     EXPECT_TRUE(PathComparator(false)(u"abc", u"ABC", 0));
 }

@@ -52,38 +52,38 @@ protected:
 };
 
 TEST_F(StorageFolder, ListsFilesAndFoldersApartFollowingLinks) {
-    tree.file("top/a.m");
+    tree.file("top/a.tf");
     tree.file("top/.hidden");
     tree.folder("top/+pkg");
     tree.folder("top/@cls");
-    tree.symlink("top/toFile", "a.m");
+    tree.symlink("top/toFile", "a.tf");
     tree.symlink("top/toFolder", "+pkg");
     tree.symlink("top/broken", "missing");
     tree.symlink("top/loop", "loop");
     const Folder top = folder("top");
-    EXPECT_THAT(names(top.listFiles(u"")), UnorderedElementsAre(u"a.m", u".hidden", u"toFile", u"broken", u"loop"));
+    EXPECT_THAT(names(top.listFiles(u"")), UnorderedElementsAre(u"a.tf", u".hidden", u"toFile", u"broken", u"loop"));
     EXPECT_THAT(names(top.listFolders(u"")), UnorderedElementsAre(u"+pkg", u"@cls", u"toFolder"));
-    EXPECT_THAT(names(top.listFiles(u"a.m")), ElementsAre(u"a.m"));
-    EXPECT_THAT(names(top.listFiles(u"A.m")), IsEmpty());
+    EXPECT_THAT(names(top.listFiles(u"a.tf")), ElementsAre(u"a.tf"));
+    EXPECT_THAT(names(top.listFiles(u"A.tf")), IsEmpty());
     EXPECT_THAT(names(top.listFolders(u"@cls")), ElementsAre(u"@cls"));
     EXPECT_THAT(folder("top/+pkg").listFiles(u""), IsEmpty());
 }
 
 TEST_F(StorageFolder, NamesThatAreNotUtf8AreListedWithReplacements) {
-    tree.file("top/bad\xFF.m");
+    tree.file("top/bad\xFF.tf");
     tree.folder("top/dir\xC0");
-    tree.file("top/good.m");
+    tree.file("top/good.tf");
     const Folder top = folder("top");
-    EXPECT_THAT(names(top.listFiles(u"")), UnorderedElementsAre(u"bad\uFFFD.m", u"good.m"));
+    EXPECT_THAT(names(top.listFiles(u"")), UnorderedElementsAre(u"bad\uFFFD.tf", u"good.tf"));
     EXPECT_THAT(names(top.listFolders(u"")), ElementsAre(u"dir\uFFFD"));
 }
 
 TEST_F(StorageFolder, AFolderIsASnapshotSharedByItsCopies) {
-    tree.file("top/a.m");
+    tree.file("top/a.tf");
     const Folder top = folder("top");
     const Folder copyBefore = top;
     EXPECT_EQ(top.listFiles(u"").size(), 1u);
-    tree.file("top/b.m");
+    tree.file("top/b.tf");
     tree.folder("top/later");
     EXPECT_EQ(copyBefore.listFiles(u"").size(), 1u);
     EXPECT_THAT(copyBefore.listFolders(u""), IsEmpty());
@@ -122,7 +122,7 @@ TEST_F(StorageFolder, CanonicalNamesAreTakenWithoutAskingTheDisk) {
 }
 
 TEST_F(StorageFolder, FailuresCarryTheCodeCallersTellApart) {
-    tree.file("file.m");
+    tree.file("file.tf");
     tree.folder("gone");
     const Folder gone = folder("gone");
     tree.remove("gone");
@@ -131,9 +131,9 @@ TEST_F(StorageFolder, FailuresCarryTheCodeCallersTellApart) {
 
     EXPECT_EQ(errorCodeOf([&] { gone.listFiles(u""); }), 4);
     EXPECT_EQ(errorCodeOf([&] { gone.getCanonicalLocation(); }), 4);
-    EXPECT_EQ(errorCodeOf([&] { folder("file.m").listFolders(u""); }), 4);
-    EXPECT_EQ(errorCodeOf([&] { folder("file.m").getCanonicalLocation(); }), 4);
-    EXPECT_EQ(errorCodeOf([&] { folder("file.m/below").listFiles(u""); }), 4);
+    EXPECT_EQ(errorCodeOf([&] { folder("file.tf").listFolders(u""); }), 4);
+    EXPECT_EQ(errorCodeOf([&] { folder("file.tf").getCanonicalLocation(); }), 4);
+    EXPECT_EQ(errorCodeOf([&] { folder("file.tf/below").listFiles(u""); }), 4);
     EXPECT_EQ(errorCodeOf([&] { folder("loop").listFiles(u""); }), 1);
     EXPECT_EQ(errorCodeOf([&] { folder("loop").getCanonicalLocation(); }), 1);
     EXPECT_EQ(errorCodeOf([&] { folder(longName).listFiles(u""); }), 1);

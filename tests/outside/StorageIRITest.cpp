@@ -36,8 +36,8 @@ TEST(StorageIRI, RejectsWhatNamesNoAbsoluteLocation) {
 }
 
 TEST(StorageIRI, NameAndParentWalkUpToTheRoot) {
-    const AbsoluteIRI file = iri(u"/a/b.m");
-    EXPECT_EQ(file.getName(), u"b.m");
+    const AbsoluteIRI file = iri(u"/a/b.tf");
+    EXPECT_EQ(file.getName(), u"b.tf");
     EXPECT_EQ(file.getParent(), iri(u"/a"));
     EXPECT_EQ(file.getParent().getParent(), iri(u"/"));
     const AbsoluteIRI root = iri(u"/");

@@ -28,11 +28,11 @@ Answer Of(const PathEntryVector& entries) {
 // The queries of the test, each over more than 64 candidates, so that they
 // run on the pool too.
 std::vector<Answer> AskEverything(const IPath& path) {
-    const detail::SearchTarget common(u"common", {u".m", u".p"});
+    const detail::SearchTarget common(u"common", {u".tf", u".tfc"});
     const auto first = path.FindFirstInScope(allEntryTypesScope, common, CaseRuleTwo);
     return {Of(path.FindAllInScope(allEntryTypesScope, common, CaseRuleTwo)),
             first ? Of(std::vector<FoundItem>{*first}) : Answer{},
-            Of(path.FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"+pkg/common", {u".m"}), CaseRuleOne)),
+            Of(path.FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"+pkg/common", {u".tf"}), CaseRuleOne)),
             Of(path.GetPartiallyMatchingEntries(allEntryTypesScope, u"private", CaseRuleTwo)),
             Of(path.GetMethodEntriesByName(allEntryTypesScope, u"cls", CaseRuleOne)),
             Of(path.GetMethodEntries())};
@@ -45,10 +45,10 @@ TEST_F(PathConcurrencyStressTest, QueriesStayRightWhilePathsOfTheSameEntriesCome
     PathEntryVector entries;
     for (int i = 0; i < 80; ++i) {
         const std::string folder = "m" + std::to_string(i);
-        tree.file(folder + "/common.m");
-        tree.file(folder + "/+pkg/common.m");
-        tree.file(folder + "/@cls/common.p");
-        tree.file(folder + "/private/common.p");
+        tree.file(folder + "/common.tf");
+        tree.file(folder + "/+pkg/common.tf");
+        tree.file(folder + "/@cls/common.tfc");
+        tree.file(folder + "/private/common.tfc");
         entries.push_back(GetPathEntryFactory().GetFrozenPathEntry(tree.iri(folder)));
     }
     const IPathFactory& factory = GetCurrentPathFactory();
@@ -92,7 +92,7 @@ TEST_F(PathConcurrencyStressTest, ListsAreInPathOrderHoweverTheBuildWasScheduled
         const auto path = GetCurrentPathFactory().CreatePath(mains);
         for (const ustring stem : {u"common", u"s7", u"s499"}) {
             PathEntryVector holders;
-            for (const FoundItem& found : path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(stem, {u".m"}), CaseRuleTwo))
+            for (const FoundItem& found : path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(stem, {u".tf"}), CaseRuleTwo))
                 holders.push_back(found.GetPathEntry());
             EXPECT_TRUE(inPathOrder(holders)) << Utf8(stem);
             EXPECT_EQ(holders.size(), stem == u"common" ? 1500u * 3 : 1500u * 30 / 500);

@@ -21,13 +21,13 @@ protected:
 };
 
 TEST_F(PathEdgeCaseTest, AnEmptyPathAnswersEverythingEmpty) {
-    tree.file("a/x.m");
+    tree.file("a/x.tf");
     const auto elsewhere = Entry("a");
     const auto path = MakePath({});
     EXPECT_THAT(*path->GetMainEntries(), IsEmpty());
     EXPECT_EQ(path->GetMainEntries(), path->GetMainEntries());  // the same vector, not a copy
-    EXPECT_FALSE(path->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(u"x", {u".m"}), CaseRuleOne));
-    EXPECT_THAT(path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"a/x", {u".m"}), CaseRuleTwo), IsEmpty());
+    EXPECT_FALSE(path->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(u"x", {u".tf"}), CaseRuleOne));
+    EXPECT_THAT(path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"a/x", {u".tf"}), CaseRuleTwo), IsEmpty());
     EXPECT_THAT(path->GetMethodEntries(), IsEmpty());
     EXPECT_THAT(path->GetPartiallyMatchingEntries(allEntryTypesScope, u"a", CaseRuleOne), IsEmpty());
     EXPECT_FALSE(path->GetPathEntryFromAbsoluteIRI(tree.iri("a"), StorageSystemRule));
@@ -36,9 +36,9 @@ TEST_F(PathEdgeCaseTest, AnEmptyPathAnswersEverythingEmpty) {
 }
 
 TEST_F(PathEdgeCaseTest, BadInputGivesEmptyResults) {
-    tree.file("a/x.m");
-    tree.file("a/@cls/y.m");
-    tree.file("b/x.m");
+    tree.file("a/x.tf");
+    tree.file("a/@cls/y.tf");
+    tree.file("b/x.tf");
     const auto notOnPath = Entry("b");
     const auto path = MakePath({Entry("a")});
     const auto onPath = path->GetMainEntries()->front();
@@ -46,14 +46,14 @@ TEST_F(PathEdgeCaseTest, BadInputGivesEmptyResults) {
         // Rooted names and names that end in a separator find nothing; an
         // empty name neither.
         for (const ustring name : {u"/x", u"\\x", u"/a/x", u"a/", u"", u"//x"}) {
-            EXPECT_FALSE(path->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(name, {u".m"}), policy));
-            EXPECT_THAT(path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(name, {u".m"}), policy), IsEmpty());
+            EXPECT_FALSE(path->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(name, {u".tf"}), policy));
+            EXPECT_THAT(path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(name, {u".tf"}), policy), IsEmpty());
         }
         for (const ustring partial : {u"", u"\\", u"/", u"//", u"nowhere/a"})
             EXPECT_THAT(path->GetPartiallyMatchingEntries(allEntryTypesScope, partial, policy), IsEmpty());
         EXPECT_THAT(path->GetMethodEntriesByName(allEntryTypesScope, u"", policy), IsEmpty());
         // No types, no entries.
-        EXPECT_FALSE(path->FindFirstInScope(SearchScope(), detail::SearchTarget(u"x", {u".m"}), policy));
+        EXPECT_FALSE(path->FindFirstInScope(SearchScope(), detail::SearchTarget(u"x", {u".tf"}), policy));
         EXPECT_THAT(path->GetMethodEntriesByName(SearchScope(), u"cls", policy), IsEmpty());
         EXPECT_THAT(path->GetPartiallyMatchingEntries(SearchScope(), u"a", policy), IsEmpty());
     }
@@ -67,8 +67,8 @@ TEST_F(PathEdgeCaseTest, BadInputGivesEmptyResults) {
 }
 
 TEST_F(PathEdgeCaseTest, AFolderOnThePathAsMainEntryIsKnownAsSuchAlsoAsAPrivateFolder) {
-    tree.file("a/private/p.m");
-    tree.file("a/x.m");
+    tree.file("a/private/p.tf");
+    tree.file("a/x.tf");
     const auto a = Entry("a");
     const auto privateOfA = a->GetPrivateEntry();
     ASSERT_TRUE(privateOfA);
@@ -90,7 +90,7 @@ TEST_F(PathEdgeCaseTest, AFolderOnThePathAsMainEntryIsKnownAsSuchAlsoAsAPrivateF
 }
 
 TEST_F(PathEdgeCaseTest, TheStorageSystemRuleResolvesFoldersThroughLinks) {
-    tree.file("real/+pkg/x.m");
+    tree.file("real/+pkg/x.tf");
     tree.symlink("link", tree.path("real"));
     const auto path = MakePath({Entry("real")});
     const auto linked = tree.iri("link");

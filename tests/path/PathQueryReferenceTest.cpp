@@ -16,7 +16,7 @@ constexpr PathEntryType kPackagesAndMethods[] = {Package, Method};
 constexpr PathEntryType kBelowClasses[] = {Private, UDDClass, Resources};
 const SearchScope kScopes[] = {allEntryTypesScope, SearchScope(kMainOnly), SearchScope(kPackagesAndMethods),
                                SearchScope(kBelowClasses), SearchScope()};
-const std::vector<std::vector<ustring>> kExtensionLists = {{u".m"}, {u".p", u".m", u""}, {u".mlx", u""}};
+const std::vector<std::vector<ustring>> kExtensionLists = {{u".tf"}, {u".tfc", u".tf", u""}, {u".tfx", u""}};
 
 std::vector<std::string> Describe(const std::vector<FoundItem>& found) {
     std::vector<std::string> out;

@@ -8,7 +8,7 @@ namespace tfsp::test {
 
 namespace {
 
-const char* const kExtensions[] = {".m", ".p", ".mlx", ""};
+const char* const kExtensions[] = {".tf", ".tfc", ".tfx", ""};
 const char* const kCaseVariants[] = {"Foo", "foo", "FOO"};
 const char* const kMainNames[] = {"util", "Util", "lib", "pkg1", "cls1"};
 
@@ -77,7 +77,7 @@ PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type, const 
                                                              ustring());
     PathItemVector items;
     for (const ustring& stem : stems)
-        items.push_back(std::make_shared<const PathItem>(ustring(stem), ustring(u".m"),
+        items.push_back(std::make_shared<const PathItem>(ustring(stem), ustring(u".tf"),
                                                          foundation::storage::vfs::CanonicalAbsoluteIRI(iri)));
     return std::make_shared<const PathEntry>(iri, iri.toString(), type, PathEntryVector(), PathEntryVector(),
                                              PathEntryVector(), std::move(privateChild), nullptr, std::move(items),

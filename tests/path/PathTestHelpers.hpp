@@ -60,7 +60,7 @@ struct WalkedEntry {
 std::vector<WalkedEntry> WalkInPathOrder(const PathEntryVector& mainEntries);
 
 // An entry made in memory, for trees too large to write to disk: its files
-// are the stems with ".m", and it has no observer.
+// are the stems with ".tf", and it has no observer.
 PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type, const std::vector<ustring>& stems,
                              PathEntryPointer privateChild = nullptr);
 

@@ -53,7 +53,7 @@ protected:
         PathEntryVector entries;
         for (int i = 0; i < count; ++i) {
             const std::string folder = "m" + std::to_string(i);
-            for (const char* file : {"/x.m", "/+pkg/y.m", "/@cls/z.m", "/private/w.m"}) tree.file(folder + file);
+            for (const char* file : {"/x.tf", "/+pkg/y.tf", "/@cls/z.tf", "/private/w.tf"}) tree.file(folder + file);
             entries.push_back(GetPathEntryFactory().GetPathEntry(tree.iri(folder)));
         }
         return entries;
@@ -121,7 +121,7 @@ TEST_F(PathWorkerTest, APathThatOutlivesItsFactoryFreesEverythingItself) {
     auto factory = std::make_unique<PathFactory>(OrvianStorageSystem::GetStorageSystemReference());
     auto path = factory->CreatePath(MainEntries(2));
     factory.reset();  // the worker is gone
-    EXPECT_TRUE(path->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(u"+pkg/y", {u".m"}), CaseRuleOne));
+    EXPECT_TRUE(path->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(u"+pkg/y", {u".tf"}), CaseRuleOne));
     path.reset();
     EXPECT_THAT(destroyed.Names(), SizeIs(2 * 4));
     EXPECT_THAT(destroyed.Names(), Each(Eq("owner")));
