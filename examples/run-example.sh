@@ -16,6 +16,11 @@ run which --policy exact --all greeting "$TREE/toolbox/core"
 run which --ext .csv data "$TREE/toolbox/core"
 run which --ext .txt, README "$TREE/toolbox/core"
 run which --ext . notes "$TREE/toolbox/core"
+run which +geometry/+shapes/circle "$TREE/toolbox/core"
+run which --scope method,uddclass lift "$TREE/toolbox/core"
+run path --cd "$TREE/project" "$TREE/toolbox/core" "$TREE/toolbox/extra"
+run --root "$TREE/toolbox" path --tree --cd "$TREE/toolbox/extra" "$TREE/toolbox/core" "$TREE/toolbox/extra"
+run which --cd "$TREE/project" localHelper "$TREE/toolbox/core"
 echo
 echo "\$ tfpath which nosuchname ...   (exits with status 1)"
 if "$TFPATH" which nosuchname "$TREE/toolbox/core"; then exit 1; fi

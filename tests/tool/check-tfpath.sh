@@ -34,5 +34,13 @@ expect "entry type" '"Main"' bash -c "'$TFPATH' entry --json '$CORE' | grep -m1 
 expect "invalid package left out" "" bash -c "'$TFPATH' entry --json '$CORE' | grep not-valid"
 expect_status "entry of a missing folder" 1 "$TFPATH" entry /no/such/folder
 
-echo "$((11 - failures)) passed, $failures failed"
+expect "partial pathname" "$CORE/+geometry/+shapes/circle.tf" "$TFPATH" which +geometry/+shapes/circle "$CORE"
+expect "scope restricts entry types" "" "$TFPATH" which --scope main area "$CORE"
+expect "current folder first" "$TREE/project/main.tf" "$TFPATH" which --cd "$TREE/project" main "$CORE"
+expect "private current folder" "$TREE/project/private/localHelper.tf" "$TFPATH" which --cd "$TREE/project" localHelper "$CORE"
+expect "current folder on the path stands first, once" "$EXTRA
+$CORE" bash -c "'$TFPATH' path --json --cd '$EXTRA' '$CORE' '$EXTRA' | grep '\"folder\"' | sed 's/.*: \"//; s/\".*//'"
+expect_status "special folder refused on the path" 0 "$TFPATH" path "$CORE/+geometry"
+
+echo "$((17 - failures)) passed, $failures failed"
 [[ $failures -eq 0 ]]
