@@ -1,6 +1,8 @@
 // tfpath: looks at folders the way the search path sees them.
 #include "Commands.hpp"
 
+#include "foundation/usm/StateStore.hpp"
+
 #include <exception>
 #include <iostream>
 
@@ -16,13 +18,18 @@ int main(int argc, char** argv) {
     tfpath::AddEntryCommand(app, global);
     tfpath::AddWhichCommand(app, global);
     tfpath::AddPathCommand(app, global);
+    int status = 0;
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
-        return app.exit(e);
+        status = app.exit(e);
     } catch (const std::exception& e) {
         std::cerr << "tfpath: " << e.what() << "\n";
-        return 2;
+        status = 2;
     }
-    return 0;
+    // End the process-wide objects (the entry factory with the entries it
+    // keeps, the observers' reader thread) in order, before static
+    // destruction begins.
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    return status;
 }
