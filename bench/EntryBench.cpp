@@ -6,6 +6,7 @@
 // compare. Both walks run warm: the tree is listed once before timing.
 #include "support/GeneratedTree.hpp"
 
+#include "fl/filesystem/Filesystem.hpp"
 #include "foundation/usm/StateStore.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
@@ -82,6 +83,28 @@ void BM_BuildEntries(benchmark::State& state) {
     state.counters["ratio"] = build / bare;
 }
 BENCHMARK(BM_BuildEntries)->Unit(benchmark::kMillisecond)->MinTime(3.0);
+
+// The same build for folders below the installation root: frozen observers,
+// no change watch. The difference to BM_BuildEntries is what watching costs.
+void BM_BuildFrozenEntries(benchmark::State& state) {
+    const auto iris = MainFolderIRIs();
+    BareWalk(Tree().allFolders());
+    double build = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        // A fresh factory each round: main entries below the root stay alive in it.
+        foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+        fl::filesystem::set_install_path(fl::i18n::utf8_to_ustring(Tree().root()));
+        auto& factory = GetPathEntryFactory();
+        state.ResumeTiming();
+        const auto start = std::chrono::steady_clock::now();
+        for (const auto& iri : iris) benchmark::DoNotOptimize(factory.GetPathEntry(iri).get());
+        build += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+    state.counters["build_ms"] = 1e3 * build / static_cast<double>(state.iterations());
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+}
+BENCHMARK(BM_BuildFrozenEntries)->Unit(benchmark::kMillisecond)->MinTime(3.0);
 
 // Asks again for a folder whose entry is alive and up to date.
 void BM_SecondRequestUpToDate(benchmark::State& state) {

@@ -4,6 +4,8 @@
 #include "foundation/usm/StateStore.hpp"
 #include "ovutil/LocalEventMgr.hpp"
 #include "storage/filefolderobserver/FolderSnapshot.hpp"
+
+#include <sys/stat.h>
 #include "storage/filefolderobserver/FrozenObserver.hpp"
 #include "storage/filefolderobserver/LiveObserver.hpp"
 #include "storage/filefolderobserver/ObserverTestHooks.hpp"
@@ -49,6 +51,27 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateFrozenObserver(Folde
     return std::make_unique<FrozenObserver>(records_, folder.getIRI().toString(), FrozenObserver::Hears::FrozenEvents);
 }
 
+namespace {
+
+// True when the folder's times prove that nothing changed in it since its
+// listing was read. A change stamps the folder with the kernel's coarse
+// clock; times from a second before the listing began can't be repeated by
+// a later change, so equal times then mean no change. Recent times prove
+// nothing, and the caller reads the folder again.
+bool UnchangedSinceListing(const Folder& folder, const std::string& path) {
+    const auto listed = folder.getListingStamp();
+    if (!listed) return false;
+    if (listed->modified.tv_sec >= listed->takenAt.tv_sec || listed->changed.tv_sec >= listed->takenAt.tv_sec)
+        return false;
+    struct stat now {};
+    if (::stat(path.c_str(), &now) != 0) return false;
+    auto same = [](const timespec& a, const timespec& b) { return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec; };
+    return now.st_dev == listed->device && now.st_ino == listed->inode && same(now.st_mtim, listed->modified) &&
+           same(now.st_ctim, listed->changed);
+}
+
+} // namespace
+
 std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     Folder folder, foundation::core::except::Notification& notification) {
     const std::string path = nativePath(folder);
@@ -65,9 +88,12 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     }
     auto observer = std::make_unique<LiveObserver>(std::move(events), std::move(added.lease));
     // The watch and the counters stand, so a change from here on is seen;
-    // what happened since the listing shows in a new reading.
-    const auto listed = digestListing(folder);
-    if (!listed || digestListingNow(folder) != listed) observer->setChangedAtStart();
+    // what happened since the listing shows in the folder's times or, where
+    // those can't tell, in a new reading.
+    if (!UnchangedSinceListing(folder, path)) {
+        const auto listed = digestListing(folder);
+        if (!listed || digestListingNow(folder) != listed) observer->setChangedAtStart();
+    }
     return observer;
 }
 

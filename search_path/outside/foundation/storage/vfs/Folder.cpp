@@ -21,6 +21,7 @@ struct Folder::Listing {
     };
     std::vector<File> files;
     std::vector<SubFolder> folders;
+    std::optional<Folder::ListingStamp> stamp;
 };
 
 // Shared by all copies of a Folder.
@@ -140,6 +141,18 @@ const Folder::Listing& Folder::listing() const {
 
     auto listing = std::make_unique<Listing>();
     listing->files.reserve(16);
+    // The folder's times as the reading begins: a change after this moment
+    // moves them, which lets an observer made later tell cheaply whether the
+    // listing may be stale.
+    ListingStamp stamp;
+    struct stat info {};
+    if (::clock_gettime(CLOCK_REALTIME, &stamp.takenAt) == 0 && ::fstat(dirFd, &info) == 0) {
+        stamp.device = info.st_dev;
+        stamp.inode = info.st_ino;
+        stamp.modified = info.st_mtim;
+        stamp.changed = info.st_ctim;
+        listing->stamp = stamp;
+    }
     for (;;) {
         errno = 0;
         const dirent* entry = ::readdir(dir.get());
@@ -166,6 +179,11 @@ const Folder::Listing& Folder::listing() const {
     state_->listing = std::move(listing);
     state_->published.store(state_->listing.get(), std::memory_order_release);
     return *state_->listing;
+}
+
+std::optional<Folder::ListingStamp> Folder::getListingStamp() const {
+    const Listing* done = state_->published.load(std::memory_order_acquire);
+    return done ? done->stamp : std::nullopt;
 }
 
 std::vector<File> Folder::listFiles(const ustring& filter) const {

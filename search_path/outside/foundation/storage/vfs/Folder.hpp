@@ -22,6 +22,9 @@
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "foundation/storage/vfs/StorageSystem.hpp"
 
+#include <sys/types.h>
+#include <time.h>
+
 #include <memory>
 #include <optional>
 #include <vector>
@@ -59,6 +62,17 @@ public:
     // counts as what it points to; a broken link is a file. Throws Exception
     // as getCanonicalLocation does.
     std::vector<File> listFiles(const ustring& filter) const;
+
+    // The folder's identity and times when its listing was read, and the
+    // moment of that reading; nothing before the folder has been listed.
+    struct ListingStamp {
+        dev_t device = 0;
+        ino_t inode = 0;
+        timespec modified{};
+        timespec changed{};
+        timespec takenAt{};
+    };
+    std::optional<ListingStamp> getListingStamp() const;
     std::vector<Folder> listFolders(const ustring& filter) const;
 
 private:
