@@ -5,7 +5,7 @@
 //
 // Each composition is measured with the drop of the previous one, as a change
 // of the working folder replaces it.
-#include "support/GeneratedTree.hpp"
+#include "support/BenchEntries.hpp"
 
 #include "foundation/memmgr/Leaks.hpp"
 #include "foundation/usm/StateStore.hpp"
@@ -26,7 +26,6 @@ namespace {
 using namespace Thornfell::PathManagement;
 using Clock = std::chrono::steady_clock;
 
-ustring Utf16(const std::string& text) { return fl::i18n::utf8_to_ustring(text); }
 
 const std::vector<ustring> kExtensions = {u".tf", u".tfc", u".tfx"};
 
@@ -136,12 +135,7 @@ int main(int argc, char** argv) {
         tfsp::bench::GeneratedTreeOptions options;
         options.sharedStems = {{"sharedBy100", 100}};
         const tfsp::bench::GeneratedTree tree(options);
-        const auto entryOf = [](const std::string& folder) {
-            return GetPathEntryFactory().GetFrozenPathEntry(foundation::storage::vfs::toAbsoluteIRI("file", Utf16(folder)));
-        };
-
-        Setup setup{GetCurrentPathFactory(), nullptr, {}, nullptr, nullptr};
-        for (const std::string& folder : tree.mainFolders()) setup.mainEntries.push_back(entryOf(folder));
+        Setup setup{GetCurrentPathFactory(), nullptr, tfsp::bench::FrozenMainEntries(tree), nullptr, nullptr};
         // The last main folder stays off the path, as a working folder that
         // isn't on it.
         setup.currentOffPath = setup.mainEntries.back();

@@ -4,7 +4,7 @@
 // The tree (2,000 folders of 50 files, some of them package, class and private
 // folders) is made once from a fixed seed in a temporary folder, so that runs
 // compare. Both walks run warm: the tree is listed once before timing.
-#include "support/GeneratedTree.hpp"
+#include "support/BenchEntries.hpp"
 
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/usm/StateStore.hpp"
@@ -36,11 +36,7 @@ std::size_t BareWalk(const std::vector<std::string>& folders) {
     return names;
 }
 
-std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs() {
-    std::vector<foundation::storage::vfs::AbsoluteIRI> iris;
-    for (const auto& folder : Tree().mainFolders()) iris.push_back(GetIRIFromString(fl::i18n::utf8_to_ustring(folder)));
-    return iris;
-}
+std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs() { return tfsp::bench::MainFolderIRIs(Tree()); }
 
 double SecondsOfBareWalk() {
     const auto start = std::chrono::steady_clock::now();

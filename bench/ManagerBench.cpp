@@ -1,7 +1,7 @@
 // What a change of the working folder costs on a 2,000-folder path, next to
 // the cost of building that main path. A change of the current folder must
 // only recompose wrappers around the main path, never rebuild its indexes.
-#include "support/GeneratedTree.hpp"
+#include "support/BenchEntries.hpp"
 
 #include "foundation/usm/StateStore.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
@@ -28,8 +28,7 @@ const tfsp::bench::GeneratedTree& Tree() {
 // An engine instance with a manager whose path holds every main folder of the tree.
 struct Host {
     Host() : current(engine) {
-        std::vector<foundation::storage::vfs::AbsoluteIRI> folders;
-        for (const auto& folder : Tree().mainFolders()) folders.push_back(GetIRIFromString(fl::i18n::utf8_to_ustring(folder)));
+        const auto folders = tfsp::bench::MainFolderIRIs(Tree());
         manager = CreateMainSearchPathManager(foundation::msg_svc::eventmgr::getEngineEventMgr(), registry);
         foundation::core::except::Notification notification;
         manager->SetPathFolders(FolderRange(folders), notification);

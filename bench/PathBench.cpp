@@ -4,7 +4,7 @@
 //
 // The tree is written under $TMPDIR (else /tmp); a tmpfs there makes the set
 // up quicker and changes none of the figures, which are all in memory.
-#include "support/GeneratedTree.hpp"
+#include "support/BenchEntries.hpp"
 
 #include "foundation/memmgr/Leaks.hpp"
 #include "foundation/usm/StateStore.hpp"
@@ -154,9 +154,7 @@ int main(int argc, char** argv) {
         const tfsp::bench::GeneratedTree tree(options);
 
         Setup setup(GetCurrentPathFactory());
-        for (const std::string& folder : tree.mainFolders())
-            setup.mainEntries.push_back(
-                GetPathEntryFactory().GetFrozenPathEntry(foundation::storage::vfs::toAbsoluteIRI("file", Utf16(folder))));
+        setup.mainEntries = tfsp::bench::FrozenMainEntries(tree);
         for (const auto& main : setup.mainEntries)
             main->ForEachEntry(allEntryTypesScope, [&setup](const PathEntryPointer& entry) {
                 setup.items += entry->GetPathItems()->size();

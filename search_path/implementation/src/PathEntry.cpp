@@ -4,6 +4,7 @@
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/PathEvents.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
@@ -16,16 +17,9 @@ using foundation::storage::vfs::CaseModifier;
 using foundation::storage::vfs::PathComparator;
 
 // A matcher holds a pointer to the entry's comparator, so it is valid while
-// the entry lives. A storage failure inside a comparison counts as no match.
+// the entry lives.
 FilenameMatcher MakeFilenameMatcher(const PathComparator& comparator, CaseModifier modifier) {
-    const PathComparator* rule = &comparator;
-    return std::make_shared<const FilenameMatcherFunction>([rule, modifier](const ustring& a, const ustring& b) {
-        try {
-            return (*rule)(a, b, modifier);
-        } catch (const foundation::storage::vfs::Exception&) {
-            return false;
-        }
-    });
+    return MakeComparatorMatcher(comparator, modifier);
 }
 
 PathEntryList Share(PathEntryVector&& entries) { return std::make_shared<const PathEntryVector>(std::move(entries)); }

@@ -18,7 +18,19 @@ foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text);
 // A text fit to show a user and to join with ";": the plain path.
 ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri);
 
+// A matcher that asks `comparator` under `modifier`; a storage failure in a
+// comparison counts as no match. It points at the comparator, which must
+// outlive it.
+FilenameMatcher MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
+                                      foundation::storage::vfs::CaseModifier modifier);
+
 using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
+// A matcher that asks `comparator` under `modifier`; a storage failure in a
+// comparison counts as no match. It points at the comparator, which must
+// outlive it.
+FilenameMatcher MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
+                                      foundation::storage::vfs::CaseModifier modifier);
+
 using PartialPathnamePartsRange =
     boost::any_range<const ustring, boost::forward_traversal_tag, const ustring&, std::ptrdiff_t>;
 

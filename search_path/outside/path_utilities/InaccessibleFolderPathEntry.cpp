@@ -3,6 +3,7 @@
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
 
 namespace Thornfell::PathManagement {
 
@@ -54,14 +55,7 @@ FilenameMatcher InaccessibleFolderPathEntry::CreateFilenameMatcher(FilenameMatch
     case StorageSystemRule: modifier = CaseModifier::StorageSystemRule; break;
     default: FL_DIAG_TERMINATE("Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
     }
-    const auto* comparator = &comparator_;
-    return std::make_shared<const FilenameMatcherFunction>([comparator, modifier](const ustring& a, const ustring& b) {
-        try {
-            return (*comparator)(a, b, modifier);
-        } catch (const foundation::storage::vfs::Exception&) {
-            return false;
-        }
-    });
+    return MakeComparatorMatcher(comparator_, modifier);
 }
 
 PathEntryPointer InaccessibleFolderPathEntry::GetUpdatedPathEntry(const IPathEntryFactory& factory,

@@ -23,6 +23,18 @@ foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text) {
 
 ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri) { return iri.getPath(); }
 
+FilenameMatcher MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
+                                      foundation::storage::vfs::CaseModifier modifier) {
+    const foundation::storage::vfs::PathComparator* rule = &comparator;
+    return std::make_shared<const FilenameMatcherFunction>([rule, modifier](const ustring& a, const ustring& b) {
+        try {
+            return (*rule)(a, b, modifier);
+        } catch (const foundation::storage::vfs::Exception&) {
+            return false;
+        }
+    });
+}
+
 PartialPathnameParts SplitPartialPathname(const ustring& partialPathname) {
     PartialPathnameParts parts;
     std::size_t start = 0;
