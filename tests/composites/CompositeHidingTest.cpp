@@ -32,9 +32,13 @@ protected:
     }
     PathEntryVector HoldersOfCommon(const IPath& path) const {
         PathEntryVector entries;
-        for (const FoundItem& f : path.FindAllInScope(allEntryTypesScope, common, CaseRuleOne))
-            entries.push_back(f.GetPathEntry());
+        for (const FoundItem& f : path.FindAllInScope(allEntryTypesScope, common, CaseRuleOne)) entries.push_back(f.GetPathEntry());
         return entries;
+    }
+    // The current folder in front of the main path with that folder masked, as
+    // the manager composes it without packages.
+    ConcatenatedPath CurrentFolderFirst(const PathEntryPointer& current) const {
+        return ConcatenatedPath(MakePath({current}), std::make_shared<MultiMaskedPath>(mainPath, PathEntryVector{current}));
     }
     void SetUp() override {
         // A main entry with a package that holds a class folder.
@@ -56,14 +60,11 @@ protected:
 };
 
 TEST_F(CompositeHidingTest, CurrentFolderOnThePathStandsFirstAndOnce) {
-    // Without packages the manager puts the current folder, found on the main
-    // path, in front of the main path with that folder masked.
-    const PathEntryPointer found = mainPath->GetPathEntryFromAbsoluteIRI(mains[5]->GetIRI());
-    const ConcatenatedPath search(MakePath({found}), std::make_shared<MultiMaskedPath>(mainPath, PathEntryVector{found}));
+    const ConcatenatedPath search = CurrentFolderFirst(mainPath->GetPathEntryFromAbsoluteIRI(mains[5]->GetIRI()));
 
     const PathEntryList shown = search.GetMainEntries();
     EXPECT_EQ(shown->size(), mains.size());
-    EXPECT_EQ(shown->front(), mains[5]);  // the very object of the main path
+    EXPECT_EQ(shown->front(), mains[5]);  // the very object of the main path, once
     EXPECT_EQ(std::count(shown->begin(), shown->end(), mains[5]), 1);
     EXPECT_EQ(WalkedFolders(search), WalkedFolders(*mainPath));
     EXPECT_EQ(HoldersOfCommon(search).front(), mains[5]);
@@ -115,7 +116,7 @@ TEST_F(CompositeHidingTest, MaskingAChildFolderKeepsItsParent) {
 }
 
 TEST_F(CompositeHidingTest, ConcurrentQueriesFromSeveralThreadsAgree) {
-    const ConcatenatedPath search(MakePath({mains[5]}), std::make_shared<MultiMaskedPath>(mainPath, PathEntryVector{mains[5]}));
+    const ConcatenatedPath search = CurrentFolderFirst(mains[5]);
     const PathEntryVector expected = HoldersOfCommon(search);
     std::vector<int> agreed(4, 0);
     std::vector<std::thread> threads;

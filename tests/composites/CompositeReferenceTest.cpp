@@ -7,9 +7,97 @@
 #include "tfsearch_path/MultiMaskedPath.hpp"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace tfsp::test {
 namespace {
+
+constexpr PathEntryType kMainOnly[] = {Main};
+constexpr PathEntryType kPackagesAndMethods[] = {Package, Method};
+constexpr PathEntryType kBelowClasses[] = {Private, UDDClass, Resources};
+const SearchScope kScopes[] = {allEntryTypesScope, SearchScope(kMainOnly), SearchScope(kPackagesAndMethods),
+                               SearchScope(kBelowClasses), SearchScope()};
+const FilenameMatchingPolicy kPolicies[] = {CaseRuleOne, CaseRuleTwo, StorageSystemRule};
+const std::vector<std::vector<ustring>> kExtensionLists = {{u".tf"}, {u".tfc", u".tf", u""}};
+
+std::string Describe(const PathEntryPointer& e) {
+    return e ? Utf8(e->GetIRI().getPath()) + "@" + std::to_string(reinterpret_cast<std::uintptr_t>(e.get())) : "<null>";
+}
+std::vector<std::string> Describe(const PathEntryVector& entries) {
+    std::vector<std::string> out;
+    for (const PathEntryPointer& entry : entries) out.push_back(Describe(entry));
+    return out;
+}
+std::vector<std::string> Describe(const std::vector<FoundItem>& found) {
+    std::vector<std::string> out;
+    for (const FoundItem& f : found) out.push_back(Describe(f.GetPathEntry()) + "|" + Utf8(f.GetPathItem()->FileName()));
+    return out;
+}
+std::vector<std::string> Describe(const boost::optional<FoundItem>& found) {
+    return found ? Describe(std::vector<FoundItem>{*found}) : std::vector<std::string>{};
+}
+ustring Upper(ustring text) {
+    for (char16_t& c : text)
+        if (c >= u'a' && c <= u'z') c = static_cast<char16_t>(c - u'a' + u'A');
+    return text;
+}
+PathEntryVector Walk(const IPath& path, SearchScope scope, int stopAfter) {
+    PathEntryVector visited;
+    path.ForEachEntry(scope, [&](const PathEntryPointer& entry) {
+        visited.push_back(entry);
+        return static_cast<int>(visited.size()) == stopAfter;
+    });
+    return visited;
+}
+
+// Asks `path` and `reference` every query of IPath, for names, partial
+// pathnames, folders and scopes drawn from the tree, and for each of
+// `entries` (which may include entries neither path shows), and expects the
+// same objects in the same order.
+void ExpectSameAnswers(const IPath& path, const IPath& reference, const PathEntryVector& entries) {
+#define EXPECT_SAME(call) EXPECT_EQ(Describe(path.call), Describe(reference.call))
+    EXPECT_EQ(Describe(*path.GetMainEntries()), Describe(*reference.GetMainEntries()));
+    EXPECT_SAME(GetMethodEntries());
+    for (const SearchScope& scope : kScopes)
+        for (int stopAfter : {-1, 3}) EXPECT_EQ(Describe(Walk(path, scope, stopAfter)), Describe(Walk(reference, scope, stopAfter)));
+    const std::vector<ustring> names = {u"common", u"foo", u"Foo", u"s1", u"s4", u"absent", u"pkg1/common",
+                                        u"+pkg1/common", u"@cls1/foo", u"Util\\s2", u"+pkg1/@cls1/common", u"/common"};
+    const std::vector<ustring> partials = {u"pkg1", u"+pkg1", u"@cls1", u"util", u"Util", u"private", u"+pkg1/@cls1",
+                                           u"cv/lib", u""};
+    for (FilenameMatchingPolicy policy : kPolicies) {
+        for (const SearchScope& scope : kScopes) {
+            for (const ustring& name : names)
+                for (const auto& extensions : kExtensionLists) {
+                    const detail::SearchTarget target(name, extensions);
+                    EXPECT_SAME(FindFirstInScope(scope, target, policy)) << Utf8(name) << " policy " << policy;
+                    EXPECT_SAME(FindAllInScope(scope, target, policy)) << Utf8(name) << " policy " << policy;
+                }
+            for (const ustring& partial : partials) EXPECT_SAME(GetPartiallyMatchingEntries(scope, partial, policy)) << Utf8(partial);
+            for (const ustring name : {u"cls1", u"CLS1", u"udd1"}) EXPECT_SAME(GetMethodEntriesByName(scope, name, policy));
+        }
+        for (std::size_t i = 0; i < entries.size(); i += 3) {
+            const ustring upper = Upper(entries[i]->GetIRI().getPath());
+            EXPECT_SAME(GetPartiallyMatchingEntries(allEntryTypesScope, upper, policy));
+            const auto iri = foundation::storage::vfs::toAbsoluteIRI(u"file", upper);
+            EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(iri, policy), reference.GetPathEntryFromAbsoluteIRI(iri, policy)) << Utf8(upper);
+        }
+    }
+#undef EXPECT_SAME
+    std::mt19937_64 random(11);
+    for (const PathEntryPointer& entry : entries) {
+        const std::string where = Utf8(entry->GetIRI().getPath());
+        EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(entry->GetIRI()), reference.GetPathEntryFromAbsoluteIRI(entry->GetIRI())) << where;
+        for (FilenameMatchingPolicy policy : kPolicies)
+            EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(entry->GetIRI(), policy),
+                      reference.GetPathEntryFromAbsoluteIRI(entry->GetIRI(), policy)) << where;
+        EXPECT_EQ(path.IsEntryOnPath(*entry), reference.IsEntryOnPath(*entry)) << where;
+        EXPECT_EQ(path.GetMainEntryForEntry(*entry), reference.GetMainEntryForEntry(*entry)) << where;
+        EXPECT_EQ(path.GetParentEntryForEntry(*entry), reference.GetParentEntryForEntry(*entry)) << where;
+        const IPathEntry& other = *entries[random() % entries.size()];
+        EXPECT_EQ(path.FirstEntryIsBeforeSecondOnPath(*entry, other), reference.FirstEntryIsBeforeSecondOnPath(*entry, other))
+            << where << " vs " << Utf8(other.GetIRI().getPath());
+    }
+}
 
 class CompositeReferenceTest : public EngineFixture {
 protected:
@@ -18,9 +106,7 @@ protected:
         for (std::size_t index : indices) entries.push_back(mains[index]);
         return entries;
     }
-    PathEntryVector Range(std::size_t begin, std::size_t end) const {
-        return PathEntryVector(mains.begin() + begin, mains.begin() + end);
-    }
+    PathEntryVector Range(std::size_t begin, std::size_t end) const { return {mains.begin() + begin, mains.begin() + end}; }
     static PathEntryVector Without(PathEntryVector entries, const PathEntryVector& left) {
         std::erase_if(entries, [&](const PathEntryPointer& e) { return std::ranges::count(left, e) != 0; });
         return entries;
@@ -29,61 +115,58 @@ protected:
         a.insert(a.end(), b.begin(), b.end());
         return a;
     }
+    void ExpectFlat(const IPath& path, const PathEntryVector& shown) const { ExpectSameAnswers(path, *MakePath(shown), all); }
 
     CompositeTree tree{24};
     const PathEntryVector& mains = tree.mains;  // 26: the last two are "cv/Lib", "cv/lib"
-    const PathEntryVector all = AllEntriesOf(mains);
+    const PathEntryVector all = [this] {
+        PathEntryVector entries;
+        for (const PathEntryPointer& main : mains)
+            main->ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& e) { entries.push_back(e); return false; });
+        return entries;
+    }();
     const std::shared_ptr<const IPath> mainPath = MakePath(mains);
 };
 
 TEST_F(CompositeReferenceTest, ConcatenationShowsTheFirstPathThenTheSecond) {
-    const ConcatenatedPath path(MakePath(Range(0, 10)), MakePath(Range(10, mains.size())));
-    ExpectSameAnswers(path, *mainPath, all);
-    // A null path is an empty one.
-    ExpectSameAnswers(ConcatenatedPath(nullptr, mainPath), *mainPath, all);
+    ExpectFlat(ConcatenatedPath(MakePath(Range(0, 10)), MakePath(Range(10, mains.size()))), mains);
+    ExpectFlat(ConcatenatedPath(nullptr, mainPath), mains);  // a null path is an empty one
 }
 
-TEST_F(CompositeReferenceTest, MaskingHidesTheListedFoldersWithEverythingBelowThem) {
+TEST_F(CompositeReferenceTest, MaskingHidesTheListedFoldersByFolderNotByObject) {
     // The first folder holds every common name, so first-match searches must
     // look past it; "cv/Lib" hides the first folder-insensitive match of
     // "cv/lib".
     const PathEntryVector masked = Mains({0, 7, 19, 24});
-    const MultiMaskedPath path(mainPath, masked);
-    ExpectSameAnswers(path, *MakePath(Without(mains, masked)), all);
-}
-
-TEST_F(CompositeReferenceTest, MaskingMatchesByFolderNotByObject) {
+    ExpectFlat(MultiMaskedPath(mainPath, masked), Without(mains, masked));
     const PathEntryPointer copy = AnotherObject(mains[3]);
     ASSERT_NE(copy, mains[3]);
-    const MultiMaskedPath path(mainPath, {copy, nullptr});
-    ExpectSameAnswers(path, *MakePath(Without(mains, {mains[3]})), all);
+    ExpectFlat(MultiMaskedPath(mainPath, {copy, nullptr}), Without(mains, {mains[3]}));
 }
 
 TEST_F(CompositeReferenceTest, DeduplicationKeepsTheFirstOccurrenceOfEachFolder) {
     const PathEntryVector front = Join(Range(0, 8), Mains({12, 25}));
-    const DeduplicatedPath path({MakePath(front), MakePath(Range(8, mains.size()))});
-    ExpectSameAnswers(path, *MakePath(Join(front, Without(Range(8, mains.size()), front))), all);
+    ExpectFlat(DeduplicatedPath({MakePath(front), MakePath(Range(8, mains.size()))}),
+               Join(front, Without(Range(8, mains.size()), front)));
 }
 
 TEST_F(CompositeReferenceTest, NestedCompositesAnswerAsTheirFlatEquivalent) {
     // The current folder in front of the path it stands on, as the manager
     // composes it without packages.
-    const ConcatenatedPath front(MakePath(Mains({5})), std::make_shared<MultiMaskedPath>(mainPath, Mains({5})));
-    ExpectSameAnswers(front, *MakePath(Join(Mains({5}), Without(mains, Mains({5})))), all);
-
+    ExpectFlat(ConcatenatedPath(MakePath(Mains({5})), std::make_shared<MultiMaskedPath>(mainPath, Mains({5}))),
+               Join(Mains({5}), Without(mains, Mains({5}))));
     const auto joined = std::make_shared<ConcatenatedPath>(MakePath(Range(0, 4)), MakePath(Mains({9, 2})));
     const auto masked = std::make_shared<MultiMaskedPath>(mainPath, Mains({3, 11}));
-    const DeduplicatedPath path({joined, masked});
     const PathEntryVector shown = Join(Range(0, 4), Mains({9}));
-    ExpectSameAnswers(path, *MakePath(Join(shown, Without(mains, Join(shown, Mains({11}))))), all);
+    ExpectFlat(DeduplicatedPath({joined, masked}), Join(shown, Without(mains, Join(shown, Mains({11})))));
 }
 
 TEST_F(CompositeReferenceTest, EmptyCompositesAnswerNothing) {
     const auto empty = MakePath({});
-    ExpectSameAnswers(DeduplicatedPath({}), *empty, all);
-    ExpectSameAnswers(DeduplicatedPath({nullptr, empty}), *empty, all);
-    ExpectSameAnswers(MultiMaskedPath(empty, mains), *empty, all);
-    ExpectSameAnswers(MultiMaskedPath(mainPath, mains), *empty, all);
+    ExpectFlat(DeduplicatedPath({}), {});
+    ExpectFlat(DeduplicatedPath({nullptr, empty}), {});
+    ExpectFlat(MultiMaskedPath(empty, mains), {});
+    ExpectFlat(MultiMaskedPath(mainPath, mains), {});
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <map>
 
 namespace tfsp::test {
@@ -38,36 +39,28 @@ protected:
     PathEntryVectorDifferentiator differences;
 };
 
-TEST_F(DifferentiatorTest, StartsEmptyAndFindsNothingBetweenEqualLists) {
-    for (const PathEntryList& list : {differences.GetAdded(), differences.GetRemoved(), differences.GetReordered(),
-                                      differences.GetRefreshedBefore(), differences.GetRefreshedAfter()}) {
-        ASSERT_TRUE(list);
-        EXPECT_TRUE(list->empty());
-    }
-    Compare(List("abcdef"), List("abcdef"));
-    EXPECT_EQ(Names(differences.GetAdded()) + Names(differences.GetRemoved()) + Names(differences.GetReordered()) +
-                  Names(differences.GetRefreshedAfter()),
-              "");
-}
-
 TEST_F(DifferentiatorTest, AddedAndRemovedFoldersMoveNothing) {
-    Compare(List("abcdef"), List("xabdeyf"));
-    EXPECT_EQ(Names(differences.GetAdded()), "xy");
-    EXPECT_EQ(Names(differences.GetRemoved()), "c");
-    EXPECT_EQ(Names(differences.GetReordered()), "");
-
-    Compare(List("abc"), List(""));
-    EXPECT_EQ(Names(differences.GetRemoved()), "abc");
-    EXPECT_EQ(Names(differences.GetAdded()), "");
+    for (const PathEntryList& list : {differences.GetAdded(), differences.GetRemoved(), differences.GetReordered(),
+                                      differences.GetRefreshedBefore(), differences.GetRefreshedAfter()})
+        EXPECT_TRUE(list && list->empty());
+    // {before, after, added, removed}
+    for (const auto& [before, after, added, removed] : std::vector<std::array<std::string, 4>>{
+             {"abcdef", "abcdef", "", ""}, {"abcdef", "xabdeyf", "xy", "c"}, {"abc", "", "", "abc"}}) {
+        Compare(List(before), List(after));
+        EXPECT_EQ(Names(differences.GetAdded()), added) << before << "->" << after;
+        EXPECT_EQ(Names(differences.GetRemoved()), removed) << before << "->" << after;
+        EXPECT_EQ(Names(differences.GetReordered()) + Names(differences.GetRefreshedAfter()), "");
+    }
 }
 
 TEST_F(DifferentiatorTest, ReorderedAreTheFoldersOutsideTheLongestRunInOrder) {
-    Compare(List("abcdefgh"), List("fabcdegh"));  // the current folder moved to the front
-    EXPECT_EQ(Names(differences.GetReordered()), "f");
-    Compare(List("abcdef"), List("bcdefa"));
-    EXPECT_EQ(Names(differences.GetReordered()), "a");
-    Compare(List("ab"), List("ba"));  // of two equal runs, the one moved forward is reported
-    EXPECT_EQ(Names(differences.GetReordered()), "b");
+    // The current folder moved to the front; of two equal runs, the one moved
+    // forward is reported.
+    for (const auto& [before, after, moved] : std::vector<std::array<std::string, 3>>{
+             {"abcdefgh", "fabcdegh", "f"}, {"abcdef", "bcdefa", "a"}, {"ab", "ba", "b"}}) {
+        Compare(List(before), List(after));
+        EXPECT_EQ(Names(differences.GetReordered()), moved) << before << "->" << after;
+    }
     Compare(List("abcdef"), List("fedcba"));
     EXPECT_EQ(differences.GetReordered()->size(), 5u);
     Compare(List("abcxdef"), List("aebycdf"));  // with comings and goings around

@@ -103,15 +103,6 @@ TEST_F(EntryStructureTest, AnUnreadableFolderIsAStorageError) {
     EXPECT_THROW(Entry("file.tf"), foundation::storage::vfs::Exception);
 }
 
-TEST_F(EntryStructureTest, AnUnreadableSubfolderIsLeftOutAndTheRestStands) {
-    if (!permissionsAreEnforced()) GTEST_SKIP() << "permission bits don't stop this process";
-    tree.file("main/+open/a.tf");
-    tree.file("main/+closed/b.tf");
-    tree.chmod("main/+closed", 0);
-    const auto entry = Entry("main");
-    EXPECT_THAT(BaseNames(entry->GetPackageEntries()), ElementsAre("+open"));
-}
-
 TEST_F(EntryStructureTest, WalkVisitsParentsBeforeChildrenInKindOrder) {
     tree.file("m/+p/a.tf");
     tree.file("m/@C/a.tf");

@@ -29,6 +29,8 @@ TEST_F(FindTest, ExtensionOrderOutranksItemOrder) {
     EXPECT_EQ(Name(entry->FindFirst(Target(u"abc", {u".two", u".one"}), CaseRuleTwo)), "abc.two");
     EXPECT_THAT(Names(entry->FindAll(Target(u"abc", {u".two", u".one"}), CaseRuleTwo)),
                 ElementsAre("abc.two", "ABC.one"));
+    // An item is listed once for each extension that matches it.
+    EXPECT_THAT(Names(entry->FindAll(Target(u"abc", {u".one", u".ONE"}), CaseRuleTwo)), ElementsAre("ABC.one", "ABC.one"));
 }
 
 TEST_F(FindTest, ExactRulesDontFoldCase) {
@@ -48,11 +50,6 @@ TEST_F(FindTest, FoldedRuleFindsEveryCaseVariantCapitalsFirst) {
     EXPECT_THAT(Names(entry->FindAll(Target(u"ÄBC", {u".tf"}), CaseRuleTwo)), ElementsAre("Äbc.TF", "äBC.tf"));
 }
 
-TEST_F(FindTest, AnItemIsListedOnceForEachExtensionThatMatchesIt) {
-    const auto entry = Folder({"x.tf"});
-    EXPECT_THAT(Names(entry->FindAll(Target(u"x", {u".tf", u".TF"}), CaseRuleTwo)), ElementsAre("x.tf", "x.tf"));
-}
-
 TEST_F(FindTest, TheEmptyExtensionFindsOnlyFilesWithoutOne) {
     const auto entry = Folder({"README", "README.md", "notes."});
     EXPECT_EQ(Name(entry->FindFirst(Target(u"README", {u""}), CaseRuleOne)), "README");
@@ -69,15 +66,6 @@ TEST_F(FindTest, NamesAreStemsNotPathsAndPrefixesDontMatch) {
     EXPECT_EQ(Name(entry->FindFirst(Target(u"ab", {u".tf"}), CaseRuleOne)), "<none>");
     EXPECT_EQ(Name(entry->FindFirst(Target(u"f/abc", {u".tf"}), CaseRuleOne)), "<none>");
     EXPECT_EQ(Name(entry->FindFirst(Target(u"", {u".tf"}), CaseRuleOne)), "<none>");
-}
-
-TEST_F(FindTest, MatchersComeFromTheEntryAndCompareAsThePolicySays) {
-    const auto entry = Folder({"a.tf"});
-    EXPECT_TRUE((*entry->CreateFilenameMatcher(CaseRuleTwo))(u"ABC", u"abc"));
-    EXPECT_FALSE((*entry->CreateFilenameMatcher(CaseRuleOne))(u"ABC", u"abc"));
-    EXPECT_FALSE((*entry->CreateFilenameMatcher(StorageSystemRule))(u"ABC", u"abc"));
-    // The same matcher object each time: they are made once per entry.
-    EXPECT_EQ(entry->CreateFilenameMatcher(CaseRuleOne), entry->CreateFilenameMatcher(CaseRuleOne));
 }
 
 using FindDeathTest = FindTest;

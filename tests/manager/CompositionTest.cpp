@@ -63,20 +63,6 @@ TEST_F(CompositionTest, OffPhaseCurrentFolderInsideAnEntryStandsInFrontAsItsOwnE
     EXPECT_THAT(SearchFolders(), ElementsAre("cwd", "f1"));
 }
 
-TEST_F(CompositionTest, ComposeSearchPathWithAPackageFolderOfAFolderOnThePath) {
-    // A current path whose one main entry is a folder that the main path holds
-    // as a child: the concatenation, the current folder's own entry in front.
-    const auto mainPath = GetCurrentPathFactory().CreatePath({GetPathEntryFactory().GetPathEntry(tree.iri("f1"))});
-    const auto folder = GetPathEntryFactory().GetPathEntry(tree.iri("cwd"));
-    const auto current = GetCurrentPathFactory().CreatePath({folder});
-    const auto composed = MainSearchPathManager::ComposeSearchPath(GetCurrentPathFactory(), mainPath, current,
-                                                                   MainSearchPathManager::Off);
-    EXPECT_THAT(Folders(*composed), ElementsAre("cwd", "f1"));
-    const auto empty = GetCurrentPathFactory().CreatePath({});
-    EXPECT_EQ(MainSearchPathManager::ComposeSearchPath(GetCurrentPathFactory(), mainPath, empty, MainSearchPathManager::Off),
-              mainPath);
-}
-
 TEST_F(CompositionTest, PackagePhasesDeduplicateTheCurrentFolderAheadOfThePath) {
     for (bool gup : {false, true}) {
         OrvianComponents::ComponentFeature::Set(true);

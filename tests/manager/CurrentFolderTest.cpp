@@ -147,12 +147,5 @@ TEST_F(CurrentFolderTest, RefreshReplacesOnlyAnOutOfDateFolder) {
     EXPECT_NE(came.front(), old);
 }
 
-TEST_F(CurrentFolderTest, TheNullManagerHasNothing) {
-    NoCurrentFolderPathManager none(GetCurrentPathFactory());
-    EXPECT_THAT(*none.GetCurrentFolderPath()->GetMainEntries(), IsEmpty());
-    EXPECT_EQ(none.CreateMemento(), nullptr);
-    EXPECT_EQ(none.RequestRefresh(ForceRefresh), (std::pair<PathEntryVector, PathEntryVector>{}));
-}
-
 } // namespace
 } // namespace tfsp::test

@@ -1,4 +1,5 @@
 #include "fl/filesystem/Filesystem.hpp"
+#include "fl/ustring.hpp"
 #include "foundation/usm/StateStore.hpp"
 
 #include <gtest/gtest.h>
@@ -8,45 +9,48 @@
 namespace {
 
 using namespace fl::filesystem;
+using fl::i18n::ustring_to_utf8;
+using fl::i18n::utf8_to_ustring;
 
 TEST(FilesystemHelpers, StemAndExtensionSplitAtTheLastDotOfTheName) {
-    struct Case {
-        ustring name, stem, extension;
-    };
-    const Case cases[] = {
-        {u"a.tf", u"a", u"tf"},
-        {u"a.b.tfx", u"a.b", u"tfx"},
-        {u"noext", u"noext", u""},
-        {u"file.", u"file", u""},
-        {u".profile", u"", u"profile"},
-        {u"", u"", u""},
-        {u"dir.x/file", u"dir.x/file", u""},
-        {u"dir.x/file.tf", u"dir.x/file", u"tf"},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(extract_extension(c.name), c.extension) << fl::i18n::ustring_to_utf8(c.name);
-        EXPECT_EQ(extract_stem(c.name), c.stem) << fl::i18n::ustring_to_utf8(c.name);
+    const std::tuple<ustring, ustring, ustring> cases[] = {
+        {u"a.b.tfx", u"a.b", u"tfx"}, {u"noext", u"noext", u""},   {u"file.", u"file", u""},
+        {u".profile", u"", u"profile"}, {u"", u"", u""},          {u"dir.x/file", u"dir.x/file", u""},
+        {u"dir.x/file.tf", u"dir.x/file", u"tf"}};
+    for (const auto& [name, stem, extension] : cases) {
+        EXPECT_EQ(extract_extension(name), extension) << ustring_to_utf8(name);
+        EXPECT_EQ(extract_stem(name), stem) << ustring_to_utf8(name);
     }
 }
 
-TEST(FilesystemHelpers, NativeForm) {
+TEST(FilesystemHelpers, NativeFormAndInstallPath) {
     EXPECT_EQ(detail::make_native_form(u"a\\b\\", 1), u"a\\b\\");  // a name from disk stays as it is
     EXPECT_EQ(detail::make_native_form(u"/a\\b//", 0), u"/a/b");
     EXPECT_EQ(detail::make_native_form(u"/", 0), u"/");
     EXPECT_THROW(detail::make_native_form(u"a", 5), std::invalid_argument);
+    for (const char16_t* p : {u"/usr", u"~", u"~/work"}) EXPECT_TRUE(detail::is_absolute_path_when_expanded(p));
+    for (const char16_t* p : {u"work/~", u""}) EXPECT_FALSE(detail::is_absolute_path_when_expanded(p));
 
-    EXPECT_TRUE(detail::is_absolute_path_when_expanded(u"/usr"));
-    EXPECT_TRUE(detail::is_absolute_path_when_expanded(u"~"));
-    EXPECT_TRUE(detail::is_absolute_path_when_expanded(u"~/work"));
-    EXPECT_FALSE(detail::is_absolute_path_when_expanded(u"work/~"));
-    EXPECT_FALSE(detail::is_absolute_path_when_expanded(u""));
-}
-
-TEST(FilesystemHelpers, InstallPathLivesInTheProcessScope) {
     set_install_path(u"/opt/env");
     EXPECT_EQ(get_install_path(), u"/opt/env");
     foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
     EXPECT_EQ(get_install_path(), u"");
+}
+
+TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
+    const std::string text = "plain é € \xF0\x9D\x84\x9E end";  // U+1D11E needs a surrogate pair
+    EXPECT_EQ(utf8_to_ustring(text), u"plain é € \U0001D11E end");
+    EXPECT_EQ(ustring_to_utf8(utf8_to_ustring(text)), text);
+
+    const ustring bad(1, char16_t(0xFFFD));
+    EXPECT_EQ(utf8_to_ustring("a\xFF" "b"), u"a" + bad + u"b");
+    EXPECT_EQ(utf8_to_ustring("\xC0\xAF"), bad + bad);                 // overlong "/"
+    EXPECT_EQ(utf8_to_ustring("\xED\xA0\x80"), bad + bad + bad);      // an encoded surrogate
+    EXPECT_EQ(utf8_to_ustring("x\xE2\x82"), u"x" + bad + bad);         // cut short at the end
+    EXPECT_EQ(utf8_to_ustring("\xE2\x82\xC3\xA9"), bad + bad + u"é");  // a valid sequence right after
+    // Lone surrogates become replacements.
+    EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD" "a");
+    EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");
 }
 
 } // namespace

@@ -14,18 +14,14 @@ using OrvianComponents::ComponentVersion;
 using resource_core::BaseMsgID;
 
 TEST(HostServices, ValidNamesAreAsciiIdentifiersOfAtMost63Characters) {
-    EXPECT_TRUE(qvIsValidOrvName(u"a"));
-    EXPECT_TRUE(qvIsValidOrvName(u"Abc_12_"));
-    EXPECT_TRUE(qvIsValidOrvName(ustring(63, u'x')));
-    EXPECT_FALSE(qvIsValidOrvName(ustring(64, u'x')));
-    EXPECT_FALSE(qvIsValidOrvName(u""));
-    EXPECT_FALSE(qvIsValidOrvName(u"_a"));
-    EXPECT_FALSE(qvIsValidOrvName(u"1a"));
-    EXPECT_FALSE(qvIsValidOrvName(u"a-b"));
-    EXPECT_FALSE(qvIsValidOrvName(u"\u00e9t\u00e9"));
+    for (const ustring& good : {ustring(u"a"), ustring(u"Abc_12_"), ustring(63, u'x')})
+        EXPECT_TRUE(qvIsValidOrvName(good));
+    for (const ustring& bad : {ustring(64, u'x'), ustring(), ustring(u"_a"), ustring(u"1a"), ustring(u"a-b"),
+                               ustring(u"\u00e9t\u00e9")})
+        EXPECT_FALSE(qvIsValidOrvName(bad)) << bad.size();
 }
 
-TEST(HostServices, WarningsAreKeptPerEngineInstanceAndReachTheHandler) {
+TEST(HostServices, WarningsAndFeatureSwitchesAreKeptPerScope) {
     std::vector<std::string> handled;
     host::setWarningHandler([&](const BaseMsgID& m) { handled.push_back(m.getKey()); });
     const BaseMsgID first("ORVIAN:mpath", "first"), second("ORVIAN:mpath", "second", {u"x"});
@@ -40,10 +36,8 @@ TEST(HostServices, WarningsAreKeptPerEngineInstanceAndReachTheHandler) {
     qvWarningMsgId(first);  // no instance: the process keeps it
     EXPECT_EQ(host::takeWarnings(), std::vector<BaseMsgID>{first});
     EXPECT_EQ(handled, (std::vector<std::string>{"first", "second", "first"}));
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
-}
 
-TEST(HostServices, FeatureSwitchesStartOff) {
+    // Feature switches start off and reset with the process scope.
     OrvianComponents::ZPMFeature::Set(true);
     EXPECT_TRUE(OrvianComponents::ZPMFeature::IsOn());
     EXPECT_FALSE(OrvianComponents::ComponentFeature::IsOn());

@@ -13,16 +13,14 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <ctime>
-#include <fstream>
 #include <functional>
 #include <system_error>
 #include <thread>
-#include <vector>
 
 namespace {
 
@@ -46,15 +44,13 @@ class ObserverTest : public ::testing::Test {
 protected:
     void SetUp() override { ProcessStore::resetForTesting(); }
     void TearDown() override { ProcessStore::resetForTesting(); }
-
     static IFileFolderObserverFactory& factory() {
         return GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference());
     }
     Folder folder(const std::string& relative) {
         return Folder(tree.iri(relative), OrvianStorageSystem::GetStorageSystemReference());
     }
-    // A folder read as the entry factory reads it before it asks for an
-    // observer.
+    // A folder read as the entry factory reads it before it asks for an observer.
     Folder listed(const std::string& relative) {
         tree.folder(relative);
         Folder made = folder(relative);
@@ -71,22 +67,23 @@ protected:
         return observer;
     }
     Observer frozen(const std::string& relative) { return factory().CreateFrozenObserver(listed(relative)); }
-
     void publish(const std::string& relative, FrozenInclusion inclusion) {
         ovutil::eventmgr::createLocalEventMgr(boost::none)
             ->publish(boost::make_shared<FileFolderChangedEvent>(tree.iri(relative).toString(), inclusion), 1);
     }
     static void deliver() { ovutil::eventmgr::createLocalEventMgr(boost::none)->deliverHeld(); }
-
-    // The reader handles the queue in order, so once a change made now has
-    // been seen, every change made before it has been handled too.
+    void failWatches(int error) {
+        testhooks::FailWatchesForTesting(factory(), error);
+        factory().SetChangeHandleWarning(WarnNever);
+    }
+    // The reader handles the queue in order: once a change made now has been
+    // seen, every change made before it has been handled too.
     void drainWatcher() {
         const std::string name = "sentinel" + std::to_string(sentinels++);
         auto sentinel = live(name);
         tree.file(name + "/seen");
         ASSERT_TRUE(eventually([&] { return sentinel->hasChanged(); }));
     }
-
     void rename(const std::string& from, const std::string& to) {
         ASSERT_EQ(std::rename(tree.path(from).c_str(), tree.path(to).c_str()), 0);
     }
@@ -106,7 +103,6 @@ TEST_F(ObserverTest, LiveObserverSeesEntriesAddedRemovedAndRenamed) {
         EXPECT_FALSE((*observer)->hasChanged());
         EXPECT_FALSE((*observer)->observesChildFoldersToo());
     }
-
     tree.folder("added/sub");
     tree.remove("removed/gone.txt");
     rename("renamed/old.txt", "renamed/new.txt");
@@ -114,7 +110,6 @@ TEST_F(ObserverTest, LiveObserverSeesEntriesAddedRemovedAndRenamed) {
     // Contents and attributes of an entry are no change of the listing.
     tree.file("quiet/data.txt", "new contents");
     tree.chmod("quiet/data.txt", 0600);
-
     for (const auto* observer : {&added, &removed, &renamed, &movedOut})
         EXPECT_TRUE(eventually([&] { return (*observer)->hasChanged(); }));
     drainWatcher();
@@ -123,12 +118,10 @@ TEST_F(ObserverTest, LiveObserverSeesEntriesAddedRemovedAndRenamed) {
 }
 
 TEST_F(ObserverTest, ChangesBetweenListingAndObserverAreSeen) {
-    // Listed, then changed before the observer is made.
     Folder before = listed("racy");
     tree.file("racy/late.txt");
     Notification notification;
     EXPECT_TRUE(factory().CreateObserver(before, notification)->hasChanged());
-
     // A folder that went, and one that goes while observed.
     tree.folder("doomed");
     Folder vanished = folder("doomed");
@@ -143,23 +136,20 @@ TEST_F(ObserverTest, ChangesBetweenListingAndObserverAreSeen) {
 TEST_F(ObserverTest, ObserversOfOneFolderShareOneWatch) {
     auto first = live("shared"), second = live("shared");
     tree.symlink("alias", tree.path("shared"));
-    auto byAlias = live("alias");
-    auto other = live("other");
+    auto byAlias = live("alias"), other = live("other");
     EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 2u);
-
     first.reset();
     second.reset();
     EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 2u) << "the alias still holds the folder's watch";
     tree.file("shared/new.txt");
     EXPECT_TRUE(eventually([&] { return byAlias->hasChanged(); }));
     EXPECT_FALSE(other->hasChanged());
-
     byAlias.reset();
     other.reset();
     EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 0u);
 }
 
-TEST_F(ObserverTest, OverflowMakesEveryLiveObserverReportChange) {
+TEST_F(ObserverTest, OverflowOrLostFactoryMakesLiveObserversReportChange) {
     auto one = live("one"), two = live("two");
     auto stillFrozen = frozen("one");
     testhooks::SimulateOverflowForTesting(factory());
@@ -167,17 +157,24 @@ TEST_F(ObserverTest, OverflowMakesEveryLiveObserverReportChange) {
     EXPECT_TRUE(two->hasChanged());
     EXPECT_FALSE(stillFrozen->hasChanged());
     EXPECT_FALSE(live("one")->hasChanged()) << "made after the overflow";
+
+    // Observers outlive their factory; nobody reads their watch any more.
+    auto watched = live("a");
+    ProcessStore::resetForTesting();
+    EXPECT_TRUE(watched->hasChanged());
+    EXPECT_FALSE(stillFrozen->hasChanged());
+    watched.reset();
+    stillFrozen.reset();
+    EXPECT_FALSE(live("a")->hasChanged()) << "a new factory";
 }
 
 TEST_F(ObserverTest, FailedWatchWarnsByChangeHandleWarningPolicy) {
     testhooks::FailWatchesForTesting(factory(), ENOSPC);
     const auto warningsFor = [&](const std::string& relative) {
         Notification notification;
-        auto observer = live(relative, notification);
-        EXPECT_FALSE(observer->hasChanged());
+        EXPECT_FALSE(live(relative, notification)->hasChanged());
         return notification.messages();
     };
-
     // "always", the default: each folder, with its path and the reason.
     const auto first = warningsFor("a");
     ASSERT_EQ(first.size(), 1u);
@@ -185,24 +182,23 @@ TEST_F(ObserverTest, FailedWatchWarnsByChangeHandleWarningPolicy) {
     EXPECT_EQ(first[0].getArguments(),
               (std::vector<ustring>{tree.upath("a"), fl::i18n::utf8_to_ustring(std::generic_category().message(ENOSPC))}));
     EXPECT_EQ(warningsFor("b").size(), 1u);
-
     // "once": the first fallback after each setting.
     factory().SetChangeHandleWarning(WarnOnce);
     EXPECT_EQ(warningsFor("c").size(), 1u);
     EXPECT_TRUE(warningsFor("d").empty());
     factory().SetChangeHandleWarning(WarnOnce);
     EXPECT_EQ(warningsFor("e").size(), 1u);
-
     factory().SetChangeHandleWarning(WarnNever);
     EXPECT_TRUE(warningsFor("f").empty());
-    EXPECT_EQ(factory().GetChangeHandleWarning(), WarnNever);
     EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 0u);
+
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(factory().SetChangeHandleWarning(3), "Unrecognized ChangeHandleWarning");
+    EXPECT_DEATH(factory().SetRemotePathPolicy(-1), "Unrecognized RemotePathPolicy");
 }
 
 TEST_F(ObserverTest, FailedWatchFallsBackToTimeStamps) {
-    testhooks::FailWatchesForTesting(factory(), EACCES);
-    factory().SetChangeHandleWarning(WarnNever);
-
+    failWatches(EACCES);
     // Just made: its times can't tell a change in the same tick.
     auto fresh = live("fresh");
     EXPECT_FALSE(fresh->hasChanged());
@@ -221,8 +217,7 @@ TEST_F(ObserverTest, FailedWatchFallsBackToTimeStamps) {
         ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
         return now.tv_sec > status.st_ctim.tv_sec;
     }));
-    auto removedFrom = live("old");
-    auto beforeReplacement = live("old/sub");
+    auto removedFrom = live("old"), beforeReplacement = live("old/sub");
     EXPECT_FALSE(removedFrom->hasChanged());
     EXPECT_FALSE(beforeReplacement->hasChanged());
     tree.remove("old/gone.txt");
@@ -239,10 +234,8 @@ TEST_F(ObserverTest, RemoteFoldersFollowRemotePathPolicy) {
     EXPECT_FALSE(timeChecked->hasChanged());
     tree.file("timed/new.txt");
     EXPECT_TRUE(timeChecked->hasChanged());
-
     factory().SetRemotePathPolicy(RemoteReload);
     EXPECT_TRUE(live("reloaded")->hasChanged());
-
     factory().SetRemotePathPolicy(RemoteNone);
     auto ignored = live("ignored");
     tree.file("ignored/new.txt");
@@ -253,49 +246,26 @@ TEST_F(ObserverTest, RemoteFoldersFollowRemotePathPolicy) {
     EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 0u);
 }
 
-TEST_F(ObserverTest, FrozenObserverWakesOnlyOnItsDeliveredEvent) {
+TEST_F(ObserverTest, FrozenObserverWakesOnlyOnItsDeliveredIncludeFrozenEvent) {
     auto frozenA = frozen("a"), frozenB = frozen("b");
     auto liveA = live("a");
     tree.file("a/new.txt");
     ASSERT_TRUE(eventually([&] { return liveA->hasChanged(); }));
     EXPECT_FALSE(frozenA->hasChanged()) << "the file system doesn't reach a frozen observer";
+    failWatches(ENOSPC);
+    auto timedA = live("a"), timedB = live("b");
+    publish("b", FrozenInclusion::LiveOnly);
+    deliver();
+    EXPECT_TRUE(timedB->hasChanged());
+    EXPECT_FALSE(frozenB->hasChanged()) << "a live-only event";
 
     publish("a", FrozenInclusion::IncludeFrozen);
     EXPECT_FALSE(frozenA->hasChanged()) << "held until delivered";
     deliver();
     EXPECT_TRUE(frozenA->hasChanged());
+    EXPECT_TRUE(timedA->hasChanged());
     EXPECT_FALSE(frozenB->hasChanged());
     EXPECT_FALSE(frozen("a")->hasChanged()) << "made after the event";
-}
-
-TEST_F(ObserverTest, LiveOnlyEventSkipsFrozenObservers) {
-    auto frozenA = frozen("a");
-    auto liveA = live("a");
-    testhooks::FailWatchesForTesting(factory(), ENOSPC);
-    factory().SetChangeHandleWarning(WarnNever);
-    auto timedA = live("a");
-
-    publish("a", FrozenInclusion::LiveOnly);
-    deliver();
-    EXPECT_TRUE(liveA->hasChanged());
-    EXPECT_TRUE(timedA->hasChanged());
-    EXPECT_FALSE(frozenA->hasChanged());
-
-    auto liveB = live("b");
-    publish("b", FrozenInclusion::IncludeFrozen);
-    deliver();
-    EXPECT_TRUE(liveB->hasChanged());
-}
-
-TEST_F(ObserverTest, ObserversOutliveTheirFactory) {
-    auto watched = live("a");
-    auto stillFrozen = frozen("a");
-    ProcessStore::resetForTesting();
-    EXPECT_TRUE(watched->hasChanged()) << "nobody reads its watch any more";
-    EXPECT_FALSE(stillFrozen->hasChanged());
-    watched.reset();
-    stillFrozen.reset();
-    EXPECT_FALSE(live("a")->hasChanged()) << "a new factory";
 }
 
 TEST_F(ObserverTest, ConcurrentHasChangedStaysTrueOnceTrue) {
@@ -303,8 +273,7 @@ TEST_F(ObserverTest, ConcurrentHasChangedStaysTrueOnceTrue) {
     observers.push_back(live("a"));
     observers.push_back(live("a"));
     observers.push_back(frozen("a"));
-    testhooks::FailWatchesForTesting(factory(), ENOSPC);
-    factory().SetChangeHandleWarning(WarnNever);
+    failWatches(ENOSPC);
     observers.push_back(live("b"));
     testhooks::FailWatchesForTesting(factory(), 0);
 
@@ -315,41 +284,30 @@ TEST_F(ObserverTest, ConcurrentHasChangedStaysTrueOnceTrue) {
         readers.emplace_back([&] {
             std::vector<bool> seen(observers.size(), false);
             ++running;
-            while (!done.load()) {
+            while (!done.load())
                 for (std::size_t i = 0; i < observers.size(); ++i) {
                     const bool now = observers[i]->hasChanged();
-                    if (seen[i] && !now) flipped = true;
+                    flipped = flipped || (seen[i] && !now);
                     seen[i] = seen[i] || now;
                 }
-            }
         });
     // Observers of the same folder come and go meanwhile.
-    const Folder churned = folder("a");
-    std::thread churn([&] {
+    std::thread churn([&, churned = folder("a")] {
         Notification ignored;
         while (!done.load()) factory().CreateObserver(churned, ignored);
     });
-
     EXPECT_TRUE(eventually([&] { return running.load() == 6; }));
     tree.file("a/new.txt");
     tree.file("b/new.txt");
     publish("a", FrozenInclusion::IncludeFrozen);
     deliver();
     EXPECT_TRUE(eventually([&] {
-        for (const auto& observer : observers)
-            if (!observer->hasChanged()) return false;
-        return true;
+        return std::all_of(observers.begin(), observers.end(), [](const auto& o) { return o->hasChanged(); });
     }));
     done = true;
     churn.join();
     for (auto& reader : readers) reader.join();
     EXPECT_FALSE(flipped.load());
-}
-
-TEST_F(ObserverTest, UnknownPolicyValueIsFatal) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(factory().SetChangeHandleWarning(3), "Unrecognized ChangeHandleWarning");
-    EXPECT_DEATH(factory().SetRemotePathPolicy(-1), "Unrecognized RemotePathPolicy");
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "foundation/msg_svc/eventmgr/EventMgr.hpp"
 #include "foundation/usm/StateStore.hpp"
-#include "tfsearch_path/IPath.hpp"
 #include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
 #include "thornfell/PackageRegistry.hpp"
 
@@ -23,43 +22,11 @@ ComponentIdentifier component(unsigned char n, const char* version = "1.0") {
     return ComponentIdentifier(u"pkg" + ustring(1, char16_t(u'0' + n)), ComponentVersion(version), uuid);
 }
 
-PackageDescription package(const ComponentIdentifier& id, const char16_t* root) {
-    return PackageDescription{.id = id, .root = folder(root)};
-}
+PackageDescription package(const ComponentIdentifier& id, const char16_t* root) { return {.id = id, .root = folder(root)}; }
 
 std::vector<ComponentIdentifier> all(const IPackageRegistry& registry) {
     return *registry.GetPackages([](const IPackage&, const IPackageRegistry&) { return true; });
 }
-
-namespace stub {
-using namespace Thornfell::PathManagement;
-using foundation::storage::vfs::AbsoluteIRI;
-
-// A path that only keeps the entries it was made from.
-class EntriesOnlyPath : public IPath {
-public:
-    explicit EntriesOnlyPath(PathEntryVector entries) : entries_(std::make_shared<const PathEntryVector>(std::move(entries))) {}
-    PathEntryList GetMainEntries() const override { return entries_; }
-    PathEntryVector GetMethodEntries() const override { return {}; }
-    PathEntryVector GetMethodEntriesByName(SearchScope, const ustring&, FilenameMatchingPolicy) const override { return {}; }
-    PathEntryVector GetPartiallyMatchingEntries(SearchScope, const ustring&, FilenameMatchingPolicy) const override { return {}; }
-    PathEntryPointer GetMainEntryForEntry(const IPathEntry&) const override { return nullptr; }
-    PathEntryPointer GetParentEntryForEntry(const IPathEntry&) const override { return nullptr; }
-    PathEntryPointer GetPathEntryFromAbsoluteIRI(const CanonicalAbsoluteIRI&) const override { return nullptr; }
-    PathEntryPointer GetPathEntryFromAbsoluteIRI(const AbsoluteIRI&, FilenameMatchingPolicy) const override { return nullptr; }
-    boost::optional<FoundItem> FindFirstInScope(SearchScope, const detail::SearchTarget&, FilenameMatchingPolicy) const override {
-        return boost::none;
-    }
-    std::vector<FoundItem> FindAllInScope(SearchScope, const detail::SearchTarget&, FilenameMatchingPolicy) const override { return {}; }
-    bool ForEachEntry(SearchScope, const PathEntryVisitor&) const override { return false; }
-    bool ConcurrentForEachEntry(SearchScope, const PathEntryVisitor&) const override { return false; }
-    bool FirstEntryIsBeforeSecondOnPath(const IPathEntry&, const IPathEntry&) const override { return false; }
-    bool IsEntryOnPath(const IPathEntry&) const override { return false; }
-
-private:
-    PathEntryList entries_;
-};
-} // namespace stub
 
 class PackageRegistryTest : public ::testing::Test {
 protected:
@@ -78,16 +45,11 @@ protected:
 
 TEST_F(PackageRegistryTest, OwnerIsThePackageWithTheDeepestRoot) {
     const auto outer = component(1), inner = component(2);
-    const auto registry = PackageRegistryBuilder()
-                              .Add(package(inner, u"/r/a/sub/b"))
-                              .Add(package(outer, u"/r/a"))
-                              .Build();
-    EXPECT_EQ(registry->GetOwner(folder(u"/r/a/sub/b/x/y")), inner);
-    EXPECT_EQ(registry->GetOwner(folder(u"/r/a/sub/b")), inner);
-    EXPECT_EQ(registry->GetOwner(folder(u"/r/a/sub")), outer);
-    EXPECT_EQ(registry->GetOwner(folder(u"/r/a")), outer);
-    EXPECT_EQ(registry->GetOwner(folder(u"/r")), std::nullopt);
-    EXPECT_EQ(registry->GetOwner(folder(u"/r/ab")), std::nullopt);
+    const auto registry = PackageRegistryBuilder().Add(package(inner, u"/r/a/sub/b")).Add(package(outer, u"/r/a")).Build();
+    const std::pair<const char16_t*, std::optional<ComponentIdentifier>> cases[] = {
+        {u"/r/a/sub/b/x/y", inner}, {u"/r/a/sub/b", inner}, {u"/r/a/sub", outer},
+        {u"/r/a", outer},           {u"/r", std::nullopt},  {u"/r/ab", std::nullopt}};
+    for (const auto& [path, owner] : cases) EXPECT_EQ(registry->GetOwner(folder(path)), owner);
     EXPECT_EQ(registry->GetDisplayName(inner), u"pkg2");
 }
 
@@ -116,10 +78,10 @@ TEST_F(PackageRegistryTest, PackagesComeInInstallationOrderAndKeepTheirStamps) {
     EXPECT_EQ(next->GetPackage(component(1, "2.0")), nullptr);
 }
 
-TEST_F(PackageRegistryTest, FolderRecordsAndTheirEntries) {
+TEST_F(PackageRegistryTest, FolderRecordsTheirEntriesAndTheComponentPath) {
     const auto id = component(1);
     auto description = package(id, u"/p/a");
-    description.pathFolders = {folder(u"/p/a/lib")};
+    description.pathFolders = {folder(u"/p/a/z"), folder(u"/p/a/b")};
     description.otherFolders = {folder(u"/p/a/doc")};
     description.properties = {{"PathPosition", std::string("begin")}, {"ManualInstall", true}};
     auto& registrar = GetPackageRegistrarForUpdate();
@@ -127,13 +89,12 @@ TEST_F(PackageRegistryTest, FolderRecordsAndTheirEntries) {
     const auto pkg = registrar.GetRegistry()->GetPackage(id);
 
     const auto folders = pkg->GetFolders();
-    ASSERT_EQ(folders->size(), 3u);
-    EXPECT_EQ((*folders)[0].folder, folder(u"/p/a"));
-    EXPECT_EQ((*folders)[1].folder, folder(u"/p/a/lib"));
-    EXPECT_EQ((*folders)[2].folder, folder(u"/p/a/doc"));
-    EXPECT_EQ(*(*folders)[0].kinds, std::set<int>{0});
-    EXPECT_EQ(*(*folders)[1].kinds, std::set<int>{0});
-    EXPECT_EQ(*(*folders)[2].kinds, std::set<int>{1});
+    ASSERT_EQ(folders->size(), 4u);
+    const std::pair<const char16_t*, int> expected[] = {{u"/p/a", 0}, {u"/p/a/z", 0}, {u"/p/a/b", 0}, {u"/p/a/doc", 1}};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ((*folders)[i].folder, folder(expected[i].first));
+        EXPECT_EQ(*(*folders)[i].kinds, std::set<int>{expected[i].second});
+    }
     EXPECT_EQ(std::get<std::string>(*pkg->GetProperty("PathPosition")), "begin");
     EXPECT_EQ(pkg->GetProperty("missing"), std::nullopt);
 
@@ -143,16 +104,34 @@ TEST_F(PackageRegistryTest, FolderRecordsAndTheirEntries) {
 
     registrar.SetEntryProvider(countingProvider());
     const auto records = pkg->GetEntryRecords();
-    ASSERT_EQ(records->size(), 3u);
-    EXPECT_EQ((*records)[1].entry->GetIRI(), folder(u"/p/a/lib"));
+    ASSERT_EQ(records->size(), 4u);
+    EXPECT_EQ((*records)[1].entry->GetIRI(), folder(u"/p/a/z"));
     EXPECT_EQ(pkg->GetEntryRecords(), records);
-    EXPECT_EQ(pkg->GetFolderEntry(folder(u"/p/a/lib")), (*records)[1].entry);
-
-    const auto below = pkg->GetFolderEntry(folder(u"/p/a/lib/+inner"));
+    EXPECT_EQ(pkg->GetFolderEntry(folder(u"/p/a/z")), (*records)[1].entry);
+    const auto below = pkg->GetFolderEntry(folder(u"/p/a/z/+inner"));
     ASSERT_NE(below, nullptr);
-    EXPECT_EQ(pkg->GetFolderEntry(folder(u"/p/a/lib/+inner")), below);
+    EXPECT_EQ(pkg->GetFolderEntry(folder(u"/p/a/z/+inner")), below);
     EXPECT_EQ(pkg->GetFolderEntry(folder(u"/p/b")), nullptr);
-    EXPECT_EQ(made, (std::map<ustring, int>{{u"/p/a", 1}, {u"/p/a/lib", 1}, {u"/p/a/doc", 1}, {u"/p/a/lib/+inner", 1}}));
+
+    // The component path is made once, from the path folders in record order.
+    int calls = 0;
+    std::vector<ustring> pathFolders;
+    OrvianComponents::ModularPackageRegistry modular([&](std::vector<EntryPointer> entries) {
+        ++calls;
+        for (const auto& entry : entries) pathFolders.push_back(entry->GetIRI().getPath());
+        // The component only keeps the path: a stand-in that is never read will do.
+        auto owner = std::make_shared<int>(0);
+        return std::shared_ptr<const Thornfell::PathManagement::IPath>(
+            owner, reinterpret_cast<const Thornfell::PathManagement::IPath*>(owner.get()));
+    });
+    EXPECT_EQ(modular.GetOwningComponent(folder(u"/p/a/z/deeper")), id);
+    EXPECT_EQ(modular.GetComponent(component(9)), nullptr);
+    const auto componentObject = modular.GetComponent(id);
+    ASSERT_NE(componentObject, nullptr);
+    EXPECT_EQ(componentObject->GetPath(), componentObject->GetPath());
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(pathFolders, (std::vector<ustring>{u"/p/a", u"/p/a/z", u"/p/a/b"}));
+    EXPECT_EQ(made, (std::map<ustring, int>{{u"/p/a", 1}, {u"/p/a/z", 1}, {u"/p/a/b", 1}, {u"/p/a/doc", 1}, {u"/p/a/z/+inner", 1}}));
 }
 
 TEST_F(PackageRegistryTest, InstallWorksOutTheChangesAndPublishesThemInOrder) {
@@ -161,11 +140,7 @@ TEST_F(PackageRegistryTest, InstallWorksOutTheChangesAndPublishesThemInOrder) {
     EXPECT_TRUE(all(*registrar.GetRegistry()).empty());
 
     auto changing = package(changed, u"/p/c");
-    registrar.Install(PackageRegistryBuilder()
-                          .Add(package(kept, u"/p/k"))
-                          .Add(package(gone, u"/p/g"))
-                          .Add(changing)
-                          .Build());
+    registrar.Install(PackageRegistryBuilder().Add(package(kept, u"/p/k")).Add(package(gone, u"/p/g")).Add(changing).Build());
     const auto before = registrar.GetRegistry();
 
     std::vector<std::string> events;
@@ -199,33 +174,6 @@ TEST_F(PackageRegistryTest, InstallWorksOutTheChangesAndPublishesThemInOrder) {
     registrar.Install(after);
     EXPECT_EQ(events.size(), 4u);
     EXPECT_TRUE(changes->GetAdded().empty() && changes->GetRemoved().empty() && changes->GetChanged(3).empty());
-}
-
-TEST_F(PackageRegistryTest, ComponentPathIsMadeOnceFromThePathFoldersInRecordOrder) {
-    const auto id = component(1);
-    auto description = package(id, u"/p/a");
-    description.pathFolders = {folder(u"/p/a/z"), folder(u"/p/a/b")};
-    description.otherFolders = {folder(u"/p/a/doc")};
-    auto& registrar = GetPackageRegistrarForUpdate();
-    registrar.SetEntryProvider(countingProvider());
-    registrar.Install(PackageRegistryBuilder().Add(description).Build());
-
-    int calls = 0;
-    std::vector<ustring> folders;
-    OrvianComponents::ModularPackageRegistry modular([&](std::vector<EntryPointer> entries) {
-        ++calls;
-        for (const auto& entry : entries) folders.push_back(entry->GetIRI().getPath());
-        return std::make_shared<const stub::EntriesOnlyPath>(std::move(entries));
-    });
-    EXPECT_EQ(modular.GetOwningComponent(folder(u"/p/a/z/deeper")), id);
-    EXPECT_EQ(modular.GetComponent(component(9)), nullptr);
-
-    const auto componentObject = modular.GetComponent(id);
-    ASSERT_NE(componentObject, nullptr);
-    const auto path = componentObject->GetPath();
-    EXPECT_EQ(componentObject->GetPath(), path);
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(folders, (std::vector<ustring>{u"/p/a", u"/p/a/z", u"/p/a/b"}));
 }
 
 } // namespace

@@ -37,7 +37,14 @@ TEST(StateStore, EngineInstancesKeepTheirOwnSlots) {
         {
             EngineInstance::MakeCurrent nested(second);
             EXPECT_EQ(QvmStore::find<Named>(id), nullptr);
-            EXPECT_EQ(QvmStore::findOrInsert<Named>(id, [] { return named("second"); }).name, "second");
+            // Insert into an empty slot takes the object; into a full one
+            // leaves the caller its own.
+            auto kept = named("second"), other = named("other");
+            Named& inserted = QvmStore::insert(id, kept);
+            EXPECT_EQ(&inserted, QvmStore::find<Named>(id));
+            EXPECT_EQ(kept, nullptr);
+            EXPECT_EQ(QvmStore::insert(id, other).name, "second");
+            ASSERT_NE(other, nullptr);
         }
         // The instance current before comes back.
         EXPECT_EQ(QvmStore::findOrFail<Named>(id).name, "first");
@@ -46,36 +53,21 @@ TEST(StateStore, EngineInstancesKeepTheirOwnSlots) {
     EXPECT_THROW(QvmStore::findOrFail<Named>(id), std::logic_error);
 }
 
-TEST(StateStore, InsertIntoAFullSlotLeavesTheOwnerItsObject) {
-    const auto id = QvmStore::getNextID(typeid(Named));
-    EngineInstance instance;
-    EngineInstance::MakeCurrent current(instance);
-    auto kept = named("kept");
-    auto other = named("other");
-    Named& inserted = QvmStore::insert(id, kept);
-    EXPECT_EQ(&inserted, QvmStore::find<Named>(id));
-    EXPECT_EQ(kept, nullptr);
-    EXPECT_EQ(QvmStore::insert(id, other).name, "kept");
-    ASSERT_NE(other, nullptr);
-}
-
 TEST(StateStore, ObjectsEndNewestFirstAndMayUseTheStoreWhileEnding) {
     std::vector<std::string> log;
-    const auto a = QvmStore::getNextID(typeid(Named));
-    const auto b = QvmStore::getNextID(typeid(Named));
-    const auto late = QvmStore::getNextID(typeid(Named));
-
-    // An object that asks for another slot while it ends: that one is made
-    // then, and ends too before the store is gone.
+    const auto a = QvmStore::getNextID(typeid(Named)), b = QvmStore::getNextID(typeid(Named)),
+               late = QvmStore::getNextID(typeid(Named));
+    // Asks for another slot while it ends: that one is made then, and ends
+    // too before the store is gone.
     struct Reaching {
         Reaching(foundation::usm::SlotID late, std::vector<std::string>* log) : late(late), log(log) {}
+        foundation::usm::SlotID late;
+        std::vector<std::string>* log;
         ~Reaching() {
             log->push_back("reaching");
             EXPECT_TRUE(QvmStore::isRequiredContextActive());
             QvmStore::findOrInsert<Named>(late, [this] { return named("late", log); });
         }
-        foundation::usm::SlotID late;
-        std::vector<std::string>* log;
     };
     const auto reaching = QvmStore::getNextID(typeid(Reaching));
     {
@@ -88,33 +80,21 @@ TEST(StateStore, ObjectsEndNewestFirstAndMayUseTheStoreWhileEnding) {
     EXPECT_EQ(log, (std::vector<std::string>{"b", "reaching", "late", "a"}));
 }
 
-TEST(StateStore, ProcessScopeIsEverywhereAndResets) {
+TEST(StateStoreThread, ProcessScopeIsEverywhereEngineInstanceIsPerThread) {
     const auto id = ProcessStore::getNextID(typeid(Named));
     ProcessStore::findOrInsert<Named>(id, [] { return named("process"); });
-    std::thread([&] {
-        EXPECT_TRUE(ProcessStore::isRequiredContextActive());
-        EXPECT_NE(ProcessStore::find<Named>(id), nullptr);
-    }).join();
-    ProcessStore::resetForTesting();
-    EXPECT_EQ(ProcessStore::find<Named>(id), nullptr);
-}
-
-TEST(StateStoreThread, FreshThreadHasNoEngineInstance) {
     EngineInstance instance;
     EngineInstance::MakeCurrent current(instance);
     ASSERT_TRUE(QvmStore::isRequiredContextActive());
-    bool active = true;
-    bool threw = false;
     std::thread([&] {
-        active = QvmStore::isRequiredContextActive();
-        try {
-            QvmStore::findOrInsert<Named>(QvmStore::getNextID(typeid(Named)), [] { return named("x"); });
-        } catch (const std::logic_error&) {
-            threw = true;
-        }
+        EXPECT_TRUE(ProcessStore::isRequiredContextActive());
+        EXPECT_NE(ProcessStore::find<Named>(id), nullptr);
+        EXPECT_FALSE(QvmStore::isRequiredContextActive());
+        EXPECT_THROW(QvmStore::findOrInsert<Named>(QvmStore::getNextID(typeid(Named)), [] { return named("x"); }),
+                     std::logic_error);
     }).join();
-    EXPECT_FALSE(active);
-    EXPECT_TRUE(threw);
+    ProcessStore::resetForTesting();
+    EXPECT_EQ(ProcessStore::find<Named>(id), nullptr);
 }
 
 TEST(StateStoreConcurrent, RacingInsertsKeepOneObject) {
@@ -132,13 +112,12 @@ TEST(StateStoreConcurrent, RacingInsertsKeepOneObject) {
             std::vector<const Counted*> seen(kThreads);
             std::barrier start(kThreads);
             std::vector<std::thread> threads;
-            for (int t = 0; t < kThreads; ++t) {
+            for (int t = 0; t < kThreads; ++t)
                 threads.emplace_back([&, t] {
                     EngineInstance::MakeCurrent current(instance);
                     start.arrive_and_wait();
                     seen[t] = &QvmStore::findOrInsert<Counted>(id, [&] { return std::make_unique<Counted>(&live); });
                 });
-            }
             for (auto& thread : threads) thread.join();
             for (int t = 1; t < kThreads; ++t) EXPECT_EQ(seen[t], seen[0]);
             // The losers' objects are gone; one object per round is kept.

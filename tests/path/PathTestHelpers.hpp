@@ -1,13 +1,15 @@
 #pragma once
-// Shared by the path tests: seeded random folder trees, and a plain walk of a
-// path's entries that the indexed queries are checked against.
+// Shared by the path tests: a plain walk of a path's entries that the indexed
+// queries are checked against, and entries made in memory.
 #include "support/EngineFixture.hpp"
 #include "support/TempTree.hpp"
 #include "foundation/storage/vfs/PathComparator.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
+#include "PathEntry.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -27,27 +29,6 @@ inline bool SameName(const ustring& a, const ustring& b, FilenameMatchingPolicy 
     return policy == CaseRuleTwo ? foundation::storage::vfs::equalFolded(a, b) : a == b;
 }
 
-// A tree of main folders made from a seed: plain, package, class (with UDD
-// classes), private and resources folders; folder and file names that differ
-// only in case; and stems held by every main folder ("common", "Foo").
-class RandomTree {
-public:
-    RandomTree(std::uint64_t seed, int mainFolders);
-
-    // Entries of the main folders, in path order, from the process's factory.
-    PathEntryVector MainEntries() const;
-
-    // Every stem used anywhere, and one that is used nowhere.
-    std::vector<ustring> stems;
-    std::mt19937_64 random;
-    TempTree tree;
-
-private:
-    enum class FolderKind { Main, Package, Class, UDDClass, Leaf };
-    void Fill(const std::string& folder, FolderKind kind, int depth);
-    std::vector<std::string> mains;
-};
-
 // One entry as a plain walk of the main entries sees it.
 struct WalkedEntry {
     PathEntryPointer entry;
@@ -57,14 +38,34 @@ struct WalkedEntry {
 
 // Every entry under the main entries, each before its children, children in
 // the order packages, methods, UDD classes, private, resources.
-std::vector<WalkedEntry> WalkInPathOrder(const PathEntryVector& mainEntries);
+inline std::vector<WalkedEntry> WalkInPathOrder(const PathEntryVector& mainEntries) {
+    std::vector<WalkedEntry> walked;
+    std::function<void(const PathEntryPointer&, const PathEntryPointer&, std::size_t)> visit =
+        [&](const PathEntryPointer& entry, const PathEntryPointer& parent, std::size_t mainIndex) {
+            walked.push_back({entry, parent, mainIndex});
+            for (const PathEntryList& children :
+                 {entry->GetPackageEntries(), entry->GetMethodEntries(), entry->GetUDDClassEntries()})
+                for (const PathEntryPointer& child : *children) visit(child, entry, mainIndex);
+            if (auto child = entry->GetPrivateEntry()) visit(child, entry, mainIndex);
+            if (auto child = entry->GetResourcesEntry()) visit(child, entry, mainIndex);
+        };
+    for (std::size_t i = 0; i < mainEntries.size(); ++i) visit(mainEntries[i], nullptr, i);
+    return walked;
+}
 
 // An entry made in memory, for trees too large to write to disk: its files
 // are the stems with ".tf", and it has no observer.
-PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type, const std::vector<ustring>& stems,
-                             PathEntryPointer privateChild = nullptr);
-
-// Whether the folder names of `entry`'s location end in `parts`.
-bool LocationEndsWith(const IPathEntry& entry, const std::vector<ustring>& parts, FilenameMatchingPolicy policy);
+inline PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type, const std::vector<ustring>& stems,
+                             PathEntryPointer privateChild = nullptr) {
+    const foundation::storage::vfs::CanonicalAbsoluteIRI iri(foundation::storage::vfs::toAbsoluteIRI(u"file", location),
+                                                             ustring());
+    PathItemVector items;
+    for (const ustring& stem : stems)
+        items.push_back(std::make_shared<const PathItem>(ustring(stem), ustring(u".tf"),
+                                                         foundation::storage::vfs::CanonicalAbsoluteIRI(iri)));
+    return std::make_shared<const PathEntry>(iri, iri.toString(), type, PathEntryVector(), PathEntryVector(),
+                                             PathEntryVector(), std::move(privateChild), nullptr, std::move(items),
+                                             foundation::storage::vfs::PathComparator(), nullptr, nullptr);
+}
 
 } // namespace tfsp::test
