@@ -11,7 +11,6 @@
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/partitioner.h>
-#include <oneapi/tbb/task_arena.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -57,24 +56,12 @@ tbb::blocked_range<std::size_t> IndexRange(std::size_t count) { return {0, count
 template <class Body>
 void ParallelForEachInRange(const tbb::blocked_range<std::size_t>& range, const Body& body) {
     if (range.empty()) return;
-    const auto loop = [&range, &body] {
-        tbb::parallel_for(
-            range,
-            [&body](const tbb::blocked_range<std::size_t>& chunk) {
-                for (std::size_t index = chunk.begin(); index != chunk.end(); ++index) body(index);
-            },
-            tbb::auto_partitioner());
-    };
-#if defined(__SANITIZE_THREAD__)
-    // The oneTBB library isn't built for ThreadSanitizer, which therefore
-    // can't see the pool hand its own task objects from thread to thread and
-    // reports that as races. Under it the loops keep to the calling thread;
-    // everything else stays as concurrent as ever.
-    tbb::task_arena callerOnly(1);
-    callerOnly.execute(loop);
-#else
-    loop();
-#endif
+    tbb::parallel_for(
+        range,
+        [&body](const tbb::blocked_range<std::size_t>& chunk) {
+            for (std::size_t index = chunk.begin(); index != chunk.end(); ++index) body(index);
+        },
+        tbb::auto_partitioner());
 }
 
 // Keeps `list` sorted by address, and so in path order, whichever thread

@@ -22,17 +22,9 @@ namespace Thornfell::PathManagement {
 
 class AsynchronousWorkerQueue;
 
-// The maps take their memory from the scalable allocator. That library isn't
-// built for ThreadSanitizer, which can't see memory freed on the worker and
-// handed out again elsewhere and would report the reuse as a race; under it
-// the maps use the standard allocator, which it follows.
-#if defined(__SANITIZE_THREAD__)
-template <class T>
-using PathMapAllocator = std::allocator<T>;
-#else
+// The maps take their memory from the scalable allocator.
 template <class T>
 using PathMapAllocator = tbb::tbb_allocator<T>;
-#endif
 
 class Path final : public IPath {
 public:
