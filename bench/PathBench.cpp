@@ -125,6 +125,7 @@ void RegisterAll(Setup& setup) {
     };
     for (const auto& [name, query] : {std::pair{"FindFirstInScope/heldByOneFolder", setup.heldByOneFolder},
                                       std::pair{"FindFirstInScope/heldBy100Folders", Utf16("sharedBy100")},
+                                      std::pair{"FindFirstInScope/heldBy1000Folders", Utf16("sharedBy1000")},
                                       std::pair{"FindFirstInScope/absent", Utf16("notOnThePath")},
                                       std::pair{"FindFirstInScope/partialMainFolder", setup.partialInMainFolder},
                                       std::pair{"FindFirstInScope/partialPackage", setup.partialInPackage}})
@@ -150,7 +151,7 @@ int main(int argc, char** argv) {
     foundation::usm::EngineInstance::MakeCurrent current(engine);
     {
         tfsp::bench::GeneratedTreeOptions options;
-        options.sharedStems = {{"sharedBy100", 100}};
+        options.sharedStems = {{"sharedBy100", 100}, {"sharedBy1000", 1000}};
         const tfsp::bench::GeneratedTree tree(options);
 
         Setup setup(GetCurrentPathFactory());
