@@ -14,6 +14,7 @@
 #include <oneapi/tbb/task_arena.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <functional>
 #include <iterator>
@@ -142,7 +143,13 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
 }
 
 std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(kStemBucketsPerEntry * allEntries.size());
+    // Ten buckets an entry is a floor, not a ceiling: folders of hundreds of
+    // files would outgrow it, and each growth splits buckets and hashes their
+    // keys again while the build runs. Reserving for the items, which is at
+    // least the number of keys, lets the fill run without a split.
+    std::size_t items = 0;
+    for (const PathEntryPointer& entry : allEntries) items += entry->GetPathItems()->size();
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::max(kStemBucketsPerEntry * allEntries.size(), items));
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
         const EntrySlot slot = &allEntries[index];
         // The items stay alive with the entry, which `allEntries` holds, so the
@@ -250,6 +257,10 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
         for (std::size_t index = 0; index < count; ++index) {
             const PathEntryPointer& candidate = CandidateAt(candidates, index);
             if (scope.contains(candidate->GetPathEntryType())) callback(candidate, result);
+            // A first match is final: the candidates behind it can't change
+            // the answer, and a common name has a thousand of them.
+            if constexpr (std::is_same_v<Strategy, FindFirstStrategy>)
+                if (result) break;
         }
         return result;
     }
@@ -283,7 +294,6 @@ public:
 
     void operator()(const PathEntryPointer& entry, typename Strategy::Result& result) const {
         if constexpr (std::is_same_v<Strategy, FindFirstStrategy>) {
-            if (result) return;
             PathItemPointer item = entry->FindFirst(target_, policy_);
             if (item && predicate_(entry)) result.emplace(std::move(item), entry);
         } else {
@@ -307,11 +317,20 @@ bool IsPathnameSeparator(char16_t c) { return Constants::PathnameSeparatorStr.fi
 // ------------------------------------------------------------------- hashing
 
 std::size_t Path::UstringHashCompare::hash(const ustring& text) {
+    // FNV-1a over the bytes of the code units, low byte first. Nearly every
+    // code unit has a high byte of zero, whose step is a bare multiplication:
+    // folding it into the step before halves the chain of multiplications.
+    static_assert(std::endian::native == std::endian::little, "the bytes of a code unit are taken low byte first");
+    constexpr std::uint64_t kPrime = 1099511628211ULL;
+    constexpr std::uint64_t kPrimeSquared = kPrime * kPrime;
     std::uint64_t hash = 14695981039346656037ULL;
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    for (std::size_t i = 0, n = text.size() * sizeof(char16_t); i < n; ++i) {
-        hash ^= bytes[i];
-        hash *= 1099511628211ULL;
+    for (const char16_t unit : text) {
+        if (unit < 0x100) {
+            hash = (hash ^ unit) * kPrimeSquared;
+        } else {
+            hash = (hash ^ (unit & 0xFFu)) * kPrime;
+            hash = (hash ^ (unit >> 8)) * kPrime;
+        }
     }
     return static_cast<std::size_t>(hash);
 }

@@ -34,6 +34,35 @@ struct NormalizedStemLess {
     bool operator()(const ustring& key, const PathItemPointer& item) const { return key < item->normalizedStem; }
 };
 
+// Orders normalized stems against an ASCII name as if the name were
+// normalized, folding it on the fly: a lookup then needs no folded copy.
+struct AsciiFoldedName {
+    ustring_view name;
+};
+
+int CompareWithFolded(const ustring& normalized, AsciiFoldedName key) {
+    const std::size_t common = std::min(normalized.size(), key.name.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        const char16_t c = key.name[i];
+        const char16_t folded = (c >= u'A' && c <= u'Z') ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
+        if (normalized[i] != folded) return normalized[i] < folded ? -1 : 1;
+    }
+    return normalized.size() < key.name.size() ? -1 : normalized.size() > key.name.size() ? 1 : 0;
+}
+
+struct FoldedNameLess {
+    bool operator()(const PathItemPointer& item, AsciiFoldedName key) const {
+        return CompareWithFolded(item->normalizedStem, key) < 0;
+    }
+    bool operator()(AsciiFoldedName key, const PathItemPointer& item) const {
+        return CompareWithFolded(item->normalizedStem, key) > 0;
+    }
+};
+
+bool IsAscii(ustring_view text) {
+    return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; });
+}
+
 } // namespace
 
 bool PathItemLess(const PathItemPointer& a, const PathItemPointer& b) {
@@ -87,8 +116,12 @@ const FilenameMatcher& PathEntry::GetFilenameMatcher(FilenameMatchingPolicy poli
 
 boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
     const ustring& name, const FilenameMatcherFunction& matcher) const {
-    const ustring key = PathItem::Normalize(ustring(name));
-    auto [first, last] = std::equal_range(pathItems->begin(), pathItems->end(), key, NormalizedStemLess{});
+    // The normalized form of an ASCII name is its ASCII folding, the same
+    // that PathItem::Normalize gives it.
+    auto [first, last] =
+        IsAscii(name) ? std::equal_range(pathItems->begin(), pathItems->end(), AsciiFoldedName{name}, FoldedNameLess{})
+                      : std::equal_range(pathItems->begin(), pathItems->end(), PathItem::Normalize(ustring(name)),
+                                         NormalizedStemLess{});
     boost::container::small_vector<const PathItemPointer*, 4> kept;
     for (auto it = first; it != last; ++it)
         if (matcher((*it)->stem, name)) kept.push_back(&*it);
