@@ -1,6 +1,7 @@
 #include "Path.hpp"
 
 #include "AsynchronousWorkerQueue.hpp"
+#include "SearchPathPublicFunctions.hpp"
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
@@ -316,7 +317,7 @@ bool IsPathnameSeparator(char16_t c) { return Constants::PathnameSeparatorStr.fi
 
 // ------------------------------------------------------------------- hashing
 
-std::size_t Path::UstringHashCompare::hash(const ustring& text) {
+std::size_t Path::UstringHashCompare::hash(ustring_view text) {
     // FNV-1a over the bytes of the code units, low byte first. Nearly every
     // code unit has a high byte of zero, whose step is a bare multiplication:
     // folding it into the step before halves the chain of multiplications.
@@ -368,8 +369,8 @@ Path::~Path() {
 // ------------------------------------------------------------------ lookups
 
 Path::EntrySlotRange Path::LookUpEntriesByStem(const ustring& name) const {
-    const ustring key = PathItem::Normalize(ustring(name));
-    const auto found = pathItemStemToPathEntryMap->equal_range(&key);
+    const NormalizedName key(name);
+    const auto found = pathItemStemToPathEntryMap->equal_range(key.view());
     if (found.first == found.second) return {};
     const EntrySlotList& slots = found.first->second;
     return {slots.data(), slots.size()};
@@ -379,8 +380,8 @@ Path::EntrySlotRange Path::LookUpEntriesByBasename(const ustring& name) const {
     // The prefix of a package or class folder is ignored: the map files them
     // under their bare name, beside plain folders.
     const bool prefixed = !name.empty() && (name.front() == u'@' || name.front() == u'+');
-    const ustring key = PathItem::Normalize(prefixed ? name.substr(1) : ustring(name));
-    const auto found = std::as_const(*pathEntryBasenameToPathEntriesMap).equal_range(key);
+    const NormalizedName key(prefixed ? ustring_view(name).substr(1) : ustring_view(name));
+    const auto found = std::as_const(*pathEntryBasenameToPathEntriesMap).equal_range(key.view());
     if (found.first == found.second) return {};
     const EntrySlotList& slots = found.first->second;
     return {slots.data(), slots.size()};

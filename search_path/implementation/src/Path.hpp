@@ -58,16 +58,21 @@ public:
             return a == b;
         }
     };
-    // 64-bit FNV-1a over the bytes of the code units.
+    // 64-bit FNV-1a over the bytes of the code units. Lookups may pass a
+    // view, so that a name needn't be copied into a string to be found.
     struct UstringHashCompare {
-        static std::size_t hash(const ustring& text);
-        static bool equal(const ustring& a, const ustring& b) { return a == b; }
+        using is_transparent = void;
+        static std::size_t hash(ustring_view text);
+        static bool equal(ustring_view a, ustring_view b) { return a == b; }
     };
     // Keys are pointers to the normalized stems inside the items; they hash
     // and compare as the strings they point to, never by address.
     struct IndirectUstringHashCompare {
+        using is_transparent = void;
         static std::size_t hash(const ustring* text) { return UstringHashCompare::hash(*text); }
+        static std::size_t hash(ustring_view text) { return UstringHashCompare::hash(text); }
         static bool equal(const ustring* a, const ustring* b) { return *a == *b; }
+        static bool equal(ustring_view a, const ustring* b) { return a == *b; }
     };
 
     using PathEntryInfoCache =

@@ -1,5 +1,6 @@
 #include "PathEntry.hpp"
 
+#include "SearchPathPublicFunctions.hpp"
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
@@ -29,39 +30,10 @@ std::shared_ptr<const PathItemVector> Sorted(PathItemVector&& items) {
     return std::make_shared<const PathItemVector>(std::move(items));
 }
 
+// Orders items by normalized stem against a normalized name.
 struct NormalizedStemLess {
-    bool operator()(const PathItemPointer& item, const ustring& key) const { return item->normalizedStem < key; }
-    bool operator()(const ustring& key, const PathItemPointer& item) const { return key < item->normalizedStem; }
+    bool operator()(const PathItemPointer& item, ustring_view key) const { return item->normalizedStem < key; }
 };
-
-// Orders normalized stems against an ASCII name as if the name were
-// normalized, folding it on the fly: a lookup then needs no folded copy.
-struct AsciiFoldedName {
-    ustring_view name;
-};
-
-int CompareWithFolded(const ustring& normalized, AsciiFoldedName key) {
-    const std::size_t common = std::min(normalized.size(), key.name.size());
-    for (std::size_t i = 0; i < common; ++i) {
-        const char16_t c = key.name[i];
-        const char16_t folded = (c >= u'A' && c <= u'Z') ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
-        if (normalized[i] != folded) return normalized[i] < folded ? -1 : 1;
-    }
-    return normalized.size() < key.name.size() ? -1 : normalized.size() > key.name.size() ? 1 : 0;
-}
-
-struct FoldedNameLess {
-    bool operator()(const PathItemPointer& item, AsciiFoldedName key) const {
-        return CompareWithFolded(item->normalizedStem, key) < 0;
-    }
-    bool operator()(AsciiFoldedName key, const PathItemPointer& item) const {
-        return CompareWithFolded(item->normalizedStem, key) > 0;
-    }
-};
-
-bool IsAscii(ustring_view text) {
-    return std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; });
-}
 
 } // namespace
 
@@ -116,14 +88,13 @@ const FilenameMatcher& PathEntry::GetFilenameMatcher(FilenameMatchingPolicy poli
 
 boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
     const ustring& name, const FilenameMatcherFunction& matcher) const {
-    // The normalized form of an ASCII name is its ASCII folding, the same
-    // that PathItem::Normalize gives it.
-    auto [first, last] =
-        IsAscii(name) ? std::equal_range(pathItems->begin(), pathItems->end(), AsciiFoldedName{name}, FoldedNameLess{})
-                      : std::equal_range(pathItems->begin(), pathItems->end(), PathItem::Normalize(ustring(name)),
-                                         NormalizedStemLess{});
+    const NormalizedName key(name);
+    const auto end = pathItems->end();
+    // Most names are held once: a lower bound and a step forward find the
+    // range with half the comparisons of an equal range.
+    auto it = std::lower_bound(pathItems->begin(), end, key.view(), NormalizedStemLess{});
     boost::container::small_vector<const PathItemPointer*, 4> kept;
-    for (auto it = first; it != last; ++it)
+    for (; it != end && (*it)->normalizedStem == key.view(); ++it)
         if (matcher((*it)->stem, name)) kept.push_back(&*it);
     return kept;
 }
