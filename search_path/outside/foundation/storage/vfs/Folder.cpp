@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <string_view>
@@ -9,6 +11,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace foundation::storage::vfs {
 
@@ -91,6 +94,25 @@ EntryKind classify(int dirFd, const dirent& entry) {
     }
 }
 
+// The name under which the kernel opened the folder at `path`: links and
+// ".." resolved in one walk of the path, where realpath walks it once for
+// each component. Empty where that doesn't tell (no /proc, or a folder no
+// longer reachable by name): the caller then asks realpath. A location that
+// isn't a folder throws.
+std::string resolvedByKernel(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return {};  // realpath then tells the failures apart, as it always did
+    char link[32];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    char resolved[PATH_MAX];
+    const ssize_t length = ::readlink(link, resolved, sizeof resolved);
+    ::close(fd);
+    if (length <= 0 || static_cast<std::size_t>(length) >= sizeof resolved || resolved[0] != '/') return {};
+    const std::string_view name(resolved, static_cast<std::size_t>(length));
+    if (name.ends_with(" (deleted)")) return {};
+    return std::string(name);
+}
+
 bool isDotOrDotDot(const char* name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
@@ -107,13 +129,17 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
     if (std::optional<CanonicalAbsoluteIRI> known = state_->knownCanonical()) return *std::move(known);
 
     const std::string path = nativePath(iri_);
-    const std::unique_ptr<char, FreeDeleter> resolved(::realpath(path.c_str(), nullptr));
-    if (!resolved) throw Exception::fromErrno(errno, iri_.getPath(), "realpath");
-    struct stat st;
-    if (::stat(resolved.get(), &st) != 0) throw Exception::fromErrno(errno, iri_.getPath(), "stat");
-    if (!S_ISDIR(st.st_mode)) throw Exception(ErrorCode::NotFound, iri_.getPath(), "not a folder");
+    std::string resolved = resolvedByKernel(path);
+    if (resolved.empty()) {
+        const std::unique_ptr<char, FreeDeleter> walked(::realpath(path.c_str(), nullptr));
+        if (!walked) throw Exception::fromErrno(errno, iri_.getPath(), "realpath");
+        struct stat st;
+        if (::stat(walked.get(), &st) != 0) throw Exception::fromErrno(errno, iri_.getPath(), "stat");
+        if (!S_ISDIR(st.st_mode)) throw Exception(ErrorCode::NotFound, iri_.getPath(), "not a folder");
+        resolved = walked.get();
+    }
 
-    CanonicalAbsoluteIRI canonical(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved.get())), ustring());
+    CanonicalAbsoluteIRI canonical(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved)), ustring());
     std::lock_guard lock(state_->canonicalMutex);
     if (!state_->canonical) state_->canonical = std::move(canonical);
     return *state_->canonical;
