@@ -266,15 +266,22 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
         return result;
     }
     if constexpr (Strategy::mayRunInParallel) {
-        std::vector<Result> resultByIndex(count);
-        ParallelForEachInRange(IndexRange(count), [&](std::size_t index) {
-            const PathEntryPointer& candidate = CandidateAt(candidates, index);
-            if (scope.contains(candidate->GetPathEntryType())) callback(candidate, resultByIndex[index]);
+        // One partial result for each run of a grain's candidates, not one
+        // for each candidate: the pool gets the same chunks, and a query
+        // allocates a handful of vectors instead of one for each hit.
+        const std::size_t runs = (count + kGrainSize - 1) / kGrainSize;
+        std::vector<Result> resultByRun(runs);
+        ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
+            const std::size_t end = std::min(count, (run + 1) * kGrainSize);
+            for (std::size_t index = run * kGrainSize; index < end; ++index) {
+                const PathEntryPointer& candidate = CandidateAt(candidates, index);
+                if (scope.contains(candidate->GetPathEntryType())) callback(candidate, resultByRun[run]);
+            }
         });
         std::size_t total = 0;
-        for (const Result& partial : resultByIndex) total += partial.size();
+        for (const Result& partial : resultByRun) total += partial.size();
         result.reserve(total);
-        for (Result& partial : resultByIndex)
+        for (Result& partial : resultByRun)
             result.insert(result.end(), std::make_move_iterator(partial.begin()), std::make_move_iterator(partial.end()));
     }
     return result;
@@ -300,7 +307,6 @@ public:
         } else {
             PathItemVector items = entry->FindAll(target_, policy_);
             if (items.empty() || !predicate_(entry)) return;
-            result.reserve(result.size() + items.size());
             for (PathItemPointer& item : items) result.emplace_back(std::move(item), entry);
         }
     }
