@@ -57,8 +57,11 @@ std::string nativePath(const AbsoluteIRI& iri) {
     return fl::i18n::ustring_to_utf8(path);
 }
 
-struct DirCloser {
-    void operator()(DIR* dir) const noexcept { ::closedir(dir); }
+struct FdCloser {
+    int fd;
+    ~FdCloser() {
+        if (fd >= 0) ::close(fd);
+    }
 };
 
 struct FreeDeleter {
@@ -77,7 +80,7 @@ EntryKind followLink(int dirFd, const char* name) {
 
 // Takes the type from the directory itself where the file system gives it,
 // so that a plain listing costs no stat per entry.
-EntryKind classify(int dirFd, const dirent& entry) {
+EntryKind classify(int dirFd, const dirent64& entry) {
     switch (entry.d_type) {
     case DT_DIR:
         return EntryKind::Folder;
@@ -161,9 +164,11 @@ const Folder::Listing& Folder::listing() const {
     if (state_->listing) return *state_->listing;
 
     const std::string path = nativePath(iri_);
-    const std::unique_ptr<DIR, DirCloser> dir(::opendir(path.c_str()));
-    if (!dir) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
-    const int dirFd = ::dirfd(dir.get());
+    // The folder is read with getdents64 itself: opendir would stat it a
+    // second time, and a bare descriptor is all the reading needs.
+    const FdCloser dir{::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (dir.fd < 0) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
+    const int dirFd = dir.fd;
 
     auto listing = std::make_unique<Listing>();
     listing->files.reserve(16);
@@ -179,26 +184,28 @@ const Folder::Listing& Folder::listing() const {
         stamp.changed = info.st_ctim;
         listing->stamp = stamp;
     }
+    alignas(dirent64) char buffer[32 * 1024];
     for (;;) {
-        errno = 0;
-        const dirent* entry = ::readdir(dir.get());
-        if (!entry) {
-            if (errno != 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
-            break;
-        }
-        if (isDotOrDotDot(entry->d_name)) continue;
-        switch (classify(dirFd, *entry)) {
-        case EntryKind::File:
-            listing->files.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name));
-            break;
-        case EntryKind::Folder:
-            listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name), false);
-            break;
-        case EntryKind::FolderViaLink:
-            listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name), true);
-            break;
-        case EntryKind::Gone:  // removed while we read the folder
-            break;
+        const ssize_t filled = ::getdents64(dirFd, buffer, sizeof buffer);
+        if (filled < 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
+        if (filled == 0) break;
+        for (ssize_t offset = 0; offset < filled;) {
+            const auto& entry = *reinterpret_cast<const dirent64*>(buffer + offset);
+            offset += entry.d_reclen;
+            if (isDotOrDotDot(entry.d_name)) continue;
+            switch (classify(dirFd, entry)) {
+            case EntryKind::File:
+                listing->files.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name));
+                break;
+            case EntryKind::Folder:
+                listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name), false);
+                break;
+            case EntryKind::FolderViaLink:
+                listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name), true);
+                break;
+            case EntryKind::Gone:  // removed while we read the folder
+                break;
+            }
         }
     }
 
