@@ -6,7 +6,7 @@ PACKAGES=(
   libtbb-dev libboost-dev libboost-log-dev libboost-locale-dev libboost-date-time-dev
   libboost-thread-dev libboost-system-dev librange-v3-dev libicu-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  nlohmann-json3-dev libcli11-dev
+  nlohmann-json3-dev libcli11-dev jq
 )
 missing=()
 for p in "${PACKAGES[@]}"; do
