@@ -58,10 +58,13 @@ std::string nativePath(const AbsoluteIRI& iri) {
 }
 
 struct FdCloser {
-    int fd;
+    explicit FdCloser(int descriptor) : fd(descriptor) {}
     ~FdCloser() {
         if (fd >= 0) ::close(fd);
     }
+    FdCloser(const FdCloser&) = delete;
+    FdCloser& operator=(const FdCloser&) = delete;
+    const int fd;
 };
 
 struct FreeDeleter {
@@ -100,11 +103,11 @@ EntryKind classify(int dirFd, const dirent64& entry) {
 // The name under which the kernel opened the folder at `path`: links and
 // ".." resolved in one walk of the path, where realpath walks it once for
 // each component. Empty where that doesn't tell (no /proc, or a folder no
-// longer reachable by name): the caller then asks realpath. A location that
-// isn't a folder throws.
+// longer reachable by name, or no folder there at all): the caller then asks
+// realpath, which tells the failures apart.
 std::string resolvedByKernel(const std::string& path) {
     const int fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return {};  // realpath then tells the failures apart, as it always did
+    if (fd < 0) return {};
     char link[32];
     std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
     char resolved[PATH_MAX];
