@@ -78,6 +78,11 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     if (treatAsRemote_.load(std::memory_order_acquire) || isOnRemoteFileSystem(path))
         return createRemoteObserver(folder);
 
+    // Events still queued are of changes made before now: the listing shows
+    // them already, or the check below finds them. Handed to the records
+    // first, they can't mark this observer changed when the reader gets to
+    // them after it is made.
+    watcher_->drainPending();
     auto events = std::make_unique<FolderEventView>(records_, folder.getIRI().toString());
     auto added = watcher_->addWatch(path, events->record());
     if (!added.lease) {
