@@ -79,11 +79,14 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
         return createRemoteObserver(folder);
 
     // Events still queued are of changes made before now: the listing shows
-    // them already, or the check below finds them. Handed to the records
-    // first, they can't mark this observer changed when the reader gets to
-    // them after it is made.
-    watcher_->drainPending();
-    auto events = std::make_unique<FolderEventView>(records_, folder.getIRI().toString());
+    // them already, or the check below finds them. Where another observer
+    // of the folder shares its counters, they are handed over first, so that
+    // they can't mark this observer changed when the reader gets to them
+    // after it is made. A folder nobody observes has no such events, and
+    // saves the read.
+    const ustring key = folder.getIRI().toString();
+    if (records_->observed(key)) watcher_->drainPending();
+    auto events = std::make_unique<FolderEventView>(records_, key);
     auto added = watcher_->addWatch(path, events->record());
     if (!added.lease) {
         if (added.error == ENOENT || added.error == ENOTDIR) return std::make_unique<AlwaysChangedObserver>();
