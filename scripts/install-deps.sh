@@ -10,7 +10,7 @@ PACKAGES=(
   libtbb-dev libboost-dev libboost-log-dev libboost-locale-dev libboost-date-time-dev
   libboost-thread-dev libboost-system-dev librange-v3-dev libicu-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  nlohmann-json3-dev libcli11-dev
+  nlohmann-json3-dev libcli11-dev jq
 )
 TBB_SOURCE=0
 case "${1:-}" in

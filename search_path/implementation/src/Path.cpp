@@ -1,6 +1,7 @@
 #include "Path.hpp"
 
 #include "AsynchronousWorkerQueue.hpp"
+#include "SearchPathPublicFunctions.hpp"
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
@@ -13,6 +14,7 @@
 #include <oneapi/tbb/partitioner.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <functional>
 #include <iterator>
@@ -129,7 +131,13 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
 }
 
 std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(kStemBucketsPerEntry * allEntries.size());
+    // Ten buckets an entry is a floor, not a ceiling: folders of hundreds of
+    // files would outgrow it, and each growth splits buckets and hashes their
+    // keys again while the build runs. Reserving for the items, which is at
+    // least the number of keys, lets the fill run without a split.
+    std::size_t items = 0;
+    for (const PathEntryPointer& entry : allEntries) items += entry->GetPathItems()->size();
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::max(kStemBucketsPerEntry * allEntries.size(), items));
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
         const EntrySlot slot = &allEntries[index];
         // The items stay alive with the entry, which `allEntries` holds, so the
@@ -237,19 +245,30 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
         for (std::size_t index = 0; index < count; ++index) {
             const PathEntryPointer& candidate = CandidateAt(candidates, index);
             if (scope.contains(candidate->GetPathEntryType())) callback(candidate, result);
+            // A first match is final: the candidates behind it can't change
+            // the answer, and a common name has a thousand of them.
+            if constexpr (std::is_same_v<Strategy, FindFirstStrategy>)
+                if (result) break;
         }
         return result;
     }
     if constexpr (Strategy::mayRunInParallel) {
-        std::vector<Result> resultByIndex(count);
-        ParallelForEachInRange(IndexRange(count), [&](std::size_t index) {
-            const PathEntryPointer& candidate = CandidateAt(candidates, index);
-            if (scope.contains(candidate->GetPathEntryType())) callback(candidate, resultByIndex[index]);
+        // One partial result for each run of a grain's candidates, not one
+        // for each candidate: the pool gets the same chunks, and a query
+        // allocates a handful of vectors instead of one for each hit.
+        const std::size_t runs = (count + kGrainSize - 1) / kGrainSize;
+        std::vector<Result> resultByRun(runs);
+        ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
+            const std::size_t end = std::min(count, (run + 1) * kGrainSize);
+            for (std::size_t index = run * kGrainSize; index < end; ++index) {
+                const PathEntryPointer& candidate = CandidateAt(candidates, index);
+                if (scope.contains(candidate->GetPathEntryType())) callback(candidate, resultByRun[run]);
+            }
         });
         std::size_t total = 0;
-        for (const Result& partial : resultByIndex) total += partial.size();
+        for (const Result& partial : resultByRun) total += partial.size();
         result.reserve(total);
-        for (Result& partial : resultByIndex)
+        for (Result& partial : resultByRun)
             result.insert(result.end(), std::make_move_iterator(partial.begin()), std::make_move_iterator(partial.end()));
     }
     return result;
@@ -270,13 +289,11 @@ public:
 
     void operator()(const PathEntryPointer& entry, typename Strategy::Result& result) const {
         if constexpr (std::is_same_v<Strategy, FindFirstStrategy>) {
-            if (result) return;
             PathItemPointer item = entry->FindFirst(target_, policy_);
             if (item && predicate_(entry)) result.emplace(std::move(item), entry);
         } else {
             PathItemVector items = entry->FindAll(target_, policy_);
             if (items.empty() || !predicate_(entry)) return;
-            result.reserve(result.size() + items.size());
             for (PathItemPointer& item : items) result.emplace_back(std::move(item), entry);
         }
     }
@@ -293,12 +310,21 @@ bool IsPathnameSeparator(char16_t c) { return Constants::PathnameSeparatorStr.fi
 
 // ------------------------------------------------------------------- hashing
 
-std::size_t Path::UstringHashCompare::hash(const ustring& text) {
+std::size_t Path::UstringHashCompare::hash(ustring_view text) {
+    // FNV-1a over the bytes of the code units, low byte first. Nearly every
+    // code unit has a high byte of zero, whose step is a bare multiplication:
+    // folding it into the step before halves the chain of multiplications.
+    static_assert(std::endian::native == std::endian::little, "the bytes of a code unit are taken low byte first");
+    constexpr std::uint64_t kPrime = 1099511628211ULL;
+    constexpr std::uint64_t kPrimeSquared = kPrime * kPrime;
     std::uint64_t hash = 14695981039346656037ULL;
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    for (std::size_t i = 0, n = text.size() * sizeof(char16_t); i < n; ++i) {
-        hash ^= bytes[i];
-        hash *= 1099511628211ULL;
+    for (const char16_t unit : text) {
+        if (unit < 0x100) {
+            hash = (hash ^ unit) * kPrimeSquared;
+        } else {
+            hash = (hash ^ (unit & 0xFFu)) * kPrime;
+            hash = (hash ^ (unit >> 8)) * kPrime;
+        }
     }
     return static_cast<std::size_t>(hash);
 }
@@ -336,8 +362,8 @@ Path::~Path() {
 // ------------------------------------------------------------------ lookups
 
 Path::EntrySlotRange Path::LookUpEntriesByStem(const ustring& name) const {
-    const ustring key = PathItem::Normalize(ustring(name));
-    const auto found = pathItemStemToPathEntryMap->equal_range(&key);
+    const NormalizedName key(name);
+    const auto found = pathItemStemToPathEntryMap->equal_range(key.view());
     if (found.first == found.second) return {};
     const EntrySlotList& slots = found.first->second;
     return {slots.data(), slots.size()};
@@ -347,8 +373,8 @@ Path::EntrySlotRange Path::LookUpEntriesByBasename(const ustring& name) const {
     // The prefix of a package or class folder is ignored: the map files them
     // under their bare name, beside plain folders.
     const bool prefixed = !name.empty() && (name.front() == u'@' || name.front() == u'+');
-    const ustring key = PathItem::Normalize(prefixed ? name.substr(1) : ustring(name));
-    const auto found = std::as_const(*pathEntryBasenameToPathEntriesMap).equal_range(key);
+    const NormalizedName key(prefixed ? ustring_view(name).substr(1) : ustring_view(name));
+    const auto found = std::as_const(*pathEntryBasenameToPathEntriesMap).equal_range(key.view());
     if (found.first == found.second) return {};
     const EntrySlotList& slots = found.first->second;
     return {slots.data(), slots.size()};

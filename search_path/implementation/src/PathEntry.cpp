@@ -1,5 +1,6 @@
 #include "PathEntry.hpp"
 
+#include "SearchPathPublicFunctions.hpp"
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
@@ -29,9 +30,9 @@ std::shared_ptr<const PathItemVector> Sorted(PathItemVector&& items) {
     return std::make_shared<const PathItemVector>(std::move(items));
 }
 
+// Orders items by normalized stem against a normalized name.
 struct NormalizedStemLess {
-    bool operator()(const PathItemPointer& item, const ustring& key) const { return item->normalizedStem < key; }
-    bool operator()(const ustring& key, const PathItemPointer& item) const { return key < item->normalizedStem; }
+    bool operator()(const PathItemPointer& item, ustring_view key) const { return item->normalizedStem < key; }
 };
 
 } // namespace
@@ -87,10 +88,13 @@ const FilenameMatcher& PathEntry::GetFilenameMatcher(FilenameMatchingPolicy poli
 
 boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
     const ustring& name, const FilenameMatcherFunction& matcher) const {
-    const ustring key = PathItem::Normalize(ustring(name));
-    auto [first, last] = std::equal_range(pathItems->begin(), pathItems->end(), key, NormalizedStemLess{});
+    const NormalizedName key(name);
+    const auto end = pathItems->end();
+    // Most names are held once: a lower bound and a step forward find the
+    // range with half the comparisons of an equal range.
+    auto it = std::lower_bound(pathItems->begin(), end, key.view(), NormalizedStemLess{});
     boost::container::small_vector<const PathItemPointer*, 4> kept;
-    for (auto it = first; it != last; ++it)
+    for (; it != end && (*it)->normalizedStem == key.view(); ++it)
         if (matcher((*it)->stem, name)) kept.push_back(&*it);
     return kept;
 }

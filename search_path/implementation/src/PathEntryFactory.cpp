@@ -10,6 +10,7 @@
 #include "tfsearch_path/PathEvents.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <typeinfo>
@@ -22,25 +23,51 @@ using foundation::storage::vfs::Folder;
 
 namespace {
 
+// The items of one folder, made in one allocation instead of one each. An
+// item's shared pointer shares ownership of the whole block, so an item
+// stays valid for as long as anyone holds it, whatever became of its entry.
+class PathItemBlock {
+public:
+    explicit PathItemBlock(std::size_t capacity) : items_(std::allocator<PathItem>().allocate(capacity)), capacity_(capacity) {}
+    ~PathItemBlock() {
+        std::destroy_n(items_, size_);
+        std::allocator<PathItem>().deallocate(items_, capacity_);
+    }
+    PathItemBlock(const PathItemBlock&) = delete;
+    PathItemBlock& operator=(const PathItemBlock&) = delete;
+
+    // Room must be left: the block never grows, since items don't move.
+    const PathItem& Emplace(ustring&& stem, ustring&& extension, CanonicalAbsoluteIRI&& folder) {
+        const PathItem* item = std::construct_at(items_ + size_, std::move(stem), std::move(extension), std::move(folder));
+        ++size_;
+        return *item;
+    }
+
+private:
+    PathItem* const items_;
+    std::size_t size_ = 0;
+    const std::size_t capacity_;
+};
+
 // Splits a file name at its last dot. A name that ends in a dot keeps that
 // dot as its extension, so that it can still be asked for.
-PathItemPointer MakeItem(const ustring& rawName, const CanonicalAbsoluteIRI& folder) {
-    const ustring name = rawName.empty() ? rawName : fl::filesystem::detail::make_native_form(rawName, 1);
+PathItemPointer MakeItem(const ustring& rawName, const CanonicalAbsoluteIRI& folder,
+                         const std::shared_ptr<PathItemBlock>& block) {
+    ustring name = rawName.empty() ? rawName : fl::filesystem::detail::make_native_form(rawName, 1);
     const ustring afterDot = fl::filesystem::extract_extension(name);
-    ustring stem;
     ustring extension;
     if (!afterDot.empty()) {
-        stem = fl::filesystem::extract_stem(name);
+        // The stem is what stands before the extension's dot: the name cut
+        // short, which reuses its buffer.
+        name.resize(name.size() - afterDot.size() - 1);
         extension.reserve(afterDot.size() + 1);
         extension.push_back(u'.');
         extension.append(afterDot);
     } else if (!name.empty() && name.back() == u'.') {
-        stem = name.substr(0, name.size() - 1);
+        name.pop_back();
         extension = u".";
-    } else {
-        stem = name;
     }
-    return std::make_shared<const PathItem>(std::move(stem), std::move(extension), CanonicalAbsoluteIRI(folder));
+    return PathItemPointer(block, &block->Emplace(std::move(name), std::move(extension), CanonicalAbsoluteIRI(folder)));
 }
 
 using WeakEntryMap = tbb::concurrent_hash_map<CanonicalAbsoluteIRI, std::weak_ptr<const IPathEntry>, IRIHashCompare>;
@@ -214,7 +241,8 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
     {
         std::vector<foundation::storage::vfs::File> files = folder.listFiles(ustring());
         items.reserve(files.size());
-        for (const auto& file : files) items.push_back(MakeItem(file.getName(), canonical));
+        const auto block = std::make_shared<PathItemBlock>(files.size());
+        for (const auto& file : files) items.push_back(MakeItem(file.getName(), canonical, block));
     }
     const PathEntryType type = GetFolderEntryType(folder);
     PathEntryChildren children = ListChildren(folder, canonical, type, state);

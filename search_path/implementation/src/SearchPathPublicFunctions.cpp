@@ -5,6 +5,9 @@
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
+#include "tfsearch_path/PathItem.hpp"
+
+#include <algorithm>
 
 #include <exception>
 
@@ -31,6 +34,19 @@ void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::N
 }
 
 } // namespace detail
+
+NormalizedName::NormalizedName(ustring_view name) {
+    const bool ascii = std::all_of(name.begin(), name.end(), [](char16_t c) { return c < 0x80; });
+    if (ascii && name.size() <= buffer_.size()) {
+        std::transform(name.begin(), name.end(), buffer_.begin(), [](char16_t c) {
+            return (c >= u'A' && c <= u'Z') ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
+        });
+        view_ = ustring_view(buffer_.data(), name.size());
+    } else {
+        other_ = PathItem::Normalize(ustring(name));
+        view_ = other_;
+    }
+}
 
 void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                        foundation::core::except::Notification& notification) {

@@ -4,6 +4,8 @@
 #include "foundation/core/except/Notification.hpp"
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 
+#include <array>
+
 namespace Thornfell::PathManagement {
 
 namespace detail {
@@ -17,6 +19,23 @@ void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::N
 // message about `folder`, or lets an exception it doesn't know go on.
 void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                        foundation::core::except::Notification& notification);
+
+// PathItem::Normalize of a name, as a view, without a string on the heap for
+// the names lookups nearly always get: those of ASCII characters, whose
+// normal form is their ASCII folding, are folded into a buffer inside.
+class NormalizedName {
+public:
+    explicit NormalizedName(ustring_view name);
+    NormalizedName(const NormalizedName&) = delete;
+    NormalizedName& operator=(const NormalizedName&) = delete;
+
+    ustring_view view() const { return view_; }
+
+private:
+    std::array<char16_t, 64> buffer_;
+    ustring other_;  // the normal form of any other name
+    ustring_view view_;
+};
 
 // The component text of the manager's messages.
 inline constexpr const char* MpathComponent = "ORVIAN:mpath";

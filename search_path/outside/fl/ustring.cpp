@@ -2,15 +2,21 @@
 
 #include <boost/locale/utf.hpp>
 
+#include <algorithm>
+
 namespace fl::i18n {
 
 namespace utf = boost::locale::utf;
 
 ustring utf8_to_ustring(std::string_view utf8) {
-    ustring out;
+    // Names are mostly ASCII: widen the ASCII run at the start in one go,
+    // and decode only from the first byte that isn't.
+    const auto ascii = std::find_if(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+    ustring out(utf8.begin(), ascii);
+    if (ascii == utf8.end()) return out;
     out.reserve(utf8.size());
-    const char* it = utf8.data();
-    const char* const end = it + utf8.size();
+    const char* it = utf8.data() + (ascii - utf8.begin());
+    const char* const end = utf8.data() + utf8.size();
     while (it != end) {
         // Names are mostly ASCII: copy those bytes without decoding.
         if (static_cast<unsigned char>(*it) < 0x80) {

@@ -15,6 +15,11 @@ std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const ustring& key) {
     return made;
 }
 
+bool FolderRecordTable::observed(const ustring& key) const {
+    Table::const_accessor entry;
+    return table_.find(entry, key) && !entry->second.expired();
+}
+
 void FolderRecordTable::release(std::shared_ptr<FolderRecord>&& record) {
     // Every holder drops its share before it looks, so the look of the last
     // one to drop finds the entry expired.

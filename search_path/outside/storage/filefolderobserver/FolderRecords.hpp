@@ -33,6 +33,8 @@ class FolderRecordTable {
 public:
     // The record of `key`, made if nobody observes the folder yet.
     std::shared_ptr<FolderRecord> acquire(const ustring& key);
+    // Whether some observer of the folder is alive.
+    bool observed(const ustring& key) const;
     // Drops the caller's share, and the table's entry if that was the last.
     void release(std::shared_ptr<FolderRecord>&& record);
     // What a FileFolderChangedEvent does.

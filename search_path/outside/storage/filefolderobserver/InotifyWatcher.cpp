@@ -112,9 +112,6 @@ void InotifyWatcher::stop() {
 
 void InotifyWatcher::readLoop() {
     foundation::core::diag::setCurrentThreadName("FileFolderObserver inotify reader");
-    // Large enough for many events per read; aligned as the kernel writes
-    // them.
-    alignas(struct inotify_event) char buffer[64 * 1024];
     for (;;) {
         pollfd fds[2] = {{inotifyFd_, POLLIN, 0}, {wakeFd_, POLLIN, 0}};
         if (::poll(fds, 2, -1) < 0) {
@@ -123,11 +120,34 @@ void InotifyWatcher::readLoop() {
         }
         if (fds[1].revents != 0) return;
         if (fds[0].revents == 0) continue;
-        const ssize_t length = ::read(inotifyFd_, buffer, sizeof buffer);
+        if (!readQueued(inotifyFd_)) break;
+    }
+    // Nobody reads the queue from here on, so no watched folder can be
+    // trusted any more: say so, and count it as lost events.
+    noteOverflow();
+    stopped_.store(true, std::memory_order_release);
+}
+
+void InotifyWatcher::drainPending() {
+    int fd = -1;
+    {
+        std::lock_guard lock(mutex_);
+        if (stopped()) return;
+        fd = inotifyFd_;
+    }
+    if (fd >= 0) readQueued(fd);
+}
+
+bool InotifyWatcher::readQueued(int fd) {
+    std::lock_guard lock(readMutex_);
+    char* const buffer = readBuffer_;
+    for (;;) {
+        const ssize_t length = ::read(fd, buffer, sizeof readBuffer_);
         if (length < 0) {
-            if (errno == EINTR || errno == EAGAIN) continue;
-            break;
+            if (errno == EINTR) continue;
+            return errno == EAGAIN;  // the queue is empty
         }
+        if (length == 0) return true;
         for (ssize_t offset = 0; offset + static_cast<ssize_t>(sizeof(inotify_event)) <= length;) {
             inotify_event event;
             std::memcpy(&event, buffer + offset, sizeof event);
@@ -135,10 +155,6 @@ void InotifyWatcher::readLoop() {
             offset += static_cast<ssize_t>(sizeof event + event.len);
         }
     }
-    // Nobody reads the queue from here on, so no watched folder can be
-    // trusted any more: say so, and count it as lost events.
-    noteOverflow();
-    stopped_.store(true, std::memory_order_release);
 }
 
 void InotifyWatcher::handleEvent(int wd, std::uint32_t mask) {

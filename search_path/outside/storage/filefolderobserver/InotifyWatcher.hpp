@@ -12,6 +12,8 @@
 // process with frozen observers only never has them.
 #include "storage/filefolderobserver/FolderRecords.hpp"
 
+#include <sys/inotify.h>
+
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -56,6 +58,11 @@ public:
     // Watches the folder at `path` (a native path) for `record`.
     AddResult addWatch(const std::string& path, const std::shared_ptr<FolderRecord>& record);
 
+    // Hands every event the kernel has queued so far to its records, on the
+    // calling thread. An observer made afterwards then counts only changes
+    // made after this call, not the queued ones the reader hadn't got to.
+    void drainPending();
+
     // Counts the times the kernel's queue overflowed: events were lost then,
     // and every watched folder has to count as changed.
     std::uint64_t overflowCount() const { return overflows_.load(std::memory_order_acquire); }
@@ -77,7 +84,16 @@ private:
     int startLocked();  // an errno, or 0
     void release(const std::shared_ptr<WatchLease::Watch>& watch, const FolderRecord* record);
     void readLoop();
+    // Reads and handles what the queue holds; false when reading failed for
+    // good. Under readMutex_, so that the events of one read are handled
+    // before anyone else reads.
+    bool readQueued(int fd);
     void handleEvent(int wd, std::uint32_t mask);
+
+    std::mutex readMutex_;
+    // Large enough for many events per read; aligned as the kernel writes
+    // them. Guarded by readMutex_.
+    alignas(struct inotify_event) char readBuffer_[64 * 1024];
 
     mutable std::mutex mutex_;  // guards the fields below, and pairs add/remove of watches with the table
     int inotifyFd_ = -1;

@@ -78,7 +78,15 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     if (treatAsRemote_.load(std::memory_order_acquire) || isOnRemoteFileSystem(path))
         return createRemoteObserver(folder);
 
-    auto events = std::make_unique<FolderEventView>(records_, folder.getIRI().toString());
+    // Events still queued are of changes made before now: the listing shows
+    // them already, or the check below finds them. Where another observer
+    // of the folder shares its counters, they are handed over first, so that
+    // they can't mark this observer changed when the reader gets to them
+    // after it is made. A folder nobody observes has no such events, and
+    // saves the read.
+    const ustring key = folder.getIRI().toString();
+    if (records_->observed(key)) watcher_->drainPending();
+    auto events = std::make_unique<FolderEventView>(records_, key);
     auto added = watcher_->addWatch(path, events->record());
     if (!added.lease) {
         if (added.error == ENOENT || added.error == ENOTDIR) return std::make_unique<AlwaysChangedObserver>();

@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <string_view>
@@ -9,6 +11,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace foundation::storage::vfs {
 
@@ -54,8 +57,14 @@ std::string nativePath(const AbsoluteIRI& iri) {
     return fl::i18n::ustring_to_utf8(path);
 }
 
-struct DirCloser {
-    void operator()(DIR* dir) const noexcept { ::closedir(dir); }
+struct FdCloser {
+    explicit FdCloser(int descriptor) : fd(descriptor) {}
+    ~FdCloser() {
+        if (fd >= 0) ::close(fd);
+    }
+    FdCloser(const FdCloser&) = delete;
+    FdCloser& operator=(const FdCloser&) = delete;
+    const int fd;
 };
 
 struct FreeDeleter {
@@ -74,7 +83,7 @@ EntryKind followLink(int dirFd, const char* name) {
 
 // Takes the type from the directory itself where the file system gives it,
 // so that a plain listing costs no stat per entry.
-EntryKind classify(int dirFd, const dirent& entry) {
+EntryKind classify(int dirFd, const dirent64& entry) {
     switch (entry.d_type) {
     case DT_DIR:
         return EntryKind::Folder;
@@ -89,6 +98,25 @@ EntryKind classify(int dirFd, const dirent& entry) {
     default:
         return EntryKind::File;
     }
+}
+
+// The name under which the kernel opened the folder at `path`: links and
+// ".." resolved in one walk of the path, where realpath walks it once for
+// each component. Empty where that doesn't tell (no /proc, or a folder no
+// longer reachable by name, or no folder there at all): the caller then asks
+// realpath, which tells the failures apart.
+std::string resolvedByKernel(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return {};
+    char link[32];
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    char resolved[PATH_MAX];
+    const ssize_t length = ::readlink(link, resolved, sizeof resolved);
+    ::close(fd);
+    if (length <= 0 || static_cast<std::size_t>(length) >= sizeof resolved || resolved[0] != '/') return {};
+    const std::string_view name(resolved, static_cast<std::size_t>(length));
+    if (name.ends_with(" (deleted)")) return {};
+    return std::string(name);
 }
 
 bool isDotOrDotDot(const char* name) {
@@ -107,13 +135,17 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
     if (std::optional<CanonicalAbsoluteIRI> known = state_->knownCanonical()) return *std::move(known);
 
     const std::string path = nativePath(iri_);
-    const std::unique_ptr<char, FreeDeleter> resolved(::realpath(path.c_str(), nullptr));
-    if (!resolved) throw Exception::fromErrno(errno, iri_.getPath(), "realpath");
-    struct stat st;
-    if (::stat(resolved.get(), &st) != 0) throw Exception::fromErrno(errno, iri_.getPath(), "stat");
-    if (!S_ISDIR(st.st_mode)) throw Exception(ErrorCode::NotFound, iri_.getPath(), "not a folder");
+    std::string resolved = resolvedByKernel(path);
+    if (resolved.empty()) {
+        const std::unique_ptr<char, FreeDeleter> walked(::realpath(path.c_str(), nullptr));
+        if (!walked) throw Exception::fromErrno(errno, iri_.getPath(), "realpath");
+        struct stat st;
+        if (::stat(walked.get(), &st) != 0) throw Exception::fromErrno(errno, iri_.getPath(), "stat");
+        if (!S_ISDIR(st.st_mode)) throw Exception(ErrorCode::NotFound, iri_.getPath(), "not a folder");
+        resolved = walked.get();
+    }
 
-    CanonicalAbsoluteIRI canonical(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved.get())), ustring());
+    CanonicalAbsoluteIRI canonical(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved)), ustring());
     std::lock_guard lock(state_->canonicalMutex);
     if (!state_->canonical) state_->canonical = std::move(canonical);
     return *state_->canonical;
@@ -135,9 +167,11 @@ const Folder::Listing& Folder::listing() const {
     if (state_->listing) return *state_->listing;
 
     const std::string path = nativePath(iri_);
-    const std::unique_ptr<DIR, DirCloser> dir(::opendir(path.c_str()));
-    if (!dir) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
-    const int dirFd = ::dirfd(dir.get());
+    // The folder is read with getdents64 itself: opendir would stat it a
+    // second time, and a bare descriptor is all the reading needs.
+    const FdCloser dir{::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (dir.fd < 0) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
+    const int dirFd = dir.fd;
 
     auto listing = std::make_unique<Listing>();
     listing->files.reserve(16);
@@ -153,26 +187,28 @@ const Folder::Listing& Folder::listing() const {
         stamp.changed = info.st_ctim;
         listing->stamp = stamp;
     }
+    alignas(dirent64) char buffer[32 * 1024];
     for (;;) {
-        errno = 0;
-        const dirent* entry = ::readdir(dir.get());
-        if (!entry) {
-            if (errno != 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
-            break;
-        }
-        if (isDotOrDotDot(entry->d_name)) continue;
-        switch (classify(dirFd, *entry)) {
-        case EntryKind::File:
-            listing->files.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name));
-            break;
-        case EntryKind::Folder:
-            listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name), false);
-            break;
-        case EntryKind::FolderViaLink:
-            listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry->d_name), true);
-            break;
-        case EntryKind::Gone:  // removed while we read the folder
-            break;
+        const ssize_t filled = ::getdents64(dirFd, buffer, sizeof buffer);
+        if (filled < 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
+        if (filled == 0) break;
+        for (ssize_t offset = 0; offset < filled;) {
+            const auto& entry = *reinterpret_cast<const dirent64*>(buffer + offset);
+            offset += entry.d_reclen;
+            if (isDotOrDotDot(entry.d_name)) continue;
+            switch (classify(dirFd, entry)) {
+            case EntryKind::File:
+                listing->files.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name));
+                break;
+            case EntryKind::Folder:
+                listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name), false);
+                break;
+            case EntryKind::FolderViaLink:
+                listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name), true);
+                break;
+            case EntryKind::Gone:  // removed while we read the folder
+                break;
+            }
         }
     }
 

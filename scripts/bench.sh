@@ -1,0 +1,107 @@
+#!/usr/bin/env bash
+# Builds the release build, runs every benchmark program with fixed arguments
+# and prints one table of the figures against their aims, then the ratios
+# measured within the same run.
+#   scripts/bench.sh [--repetitions N]     (default 3; each value is the median)
+#
+# A figure is one line of FIGURES below:
+#   kind | figure | value | unit | aim
+# kind   "figure" or "ratio" (ratios are printed after the figures)
+# value  PROGRAM:BENCHMARK:FIELD, or two of those divided ("A / B"); BENCHMARK
+#        is the name without the /real_time, /iterations:, /repeats: and /min_time: that
+#        the library adds; FIELD is real_time or cpu_time (converted to the
+#        row's unit; in a ratio, to ms) or a counter of the benchmark. A query
+#        that runs on the caller's thread alone is read as cpu_time, which
+#        other load on the machine disturbs less; parallel work as real_time.
+# unit   ns, us or ms for times; anything else is printed as it is
+# aim    the value must stay below it; "-" for a figure without an aim
+set -euo pipefail
+ROOT="$(cd "$(dirname "$0")/.." && pwd)"
+REPETITIONS=3
+case "${1:-}" in
+  --repetitions) REPETITIONS="${2:?a number}" ;;
+  "") ;;
+  *) echo "usage: $0 [--repetitions N]" >&2; exit 2 ;;
+esac
+
+FIGURES=(
+  "figure|Path build, 2,000 folders, 100,000 items|PathBench:PathBuild:real_time|ms|15"
+  "figure|FindFirstInScope, name held by one folder|PathBench:FindFirstInScope/heldByOneFolder/policy:1:cpu_time|ns|120"
+  "figure|FindFirstInScope, name held by 1,000 folders|PathBench:FindFirstInScope/heldBy1000Folders/policy:1:cpu_time|ns|150"
+  "figure|FindFirstInScope, absent name|PathBench:FindFirstInScope/absent/policy:1:cpu_time|ns|50"
+  "figure|FindAllInScope, name held by 100 folders|PathBench:FindAllInScope/heldBy100Folders:real_time|us|8"
+  "figure|index memory per item|PathBench:PathIndexMemory:index_bytes_per_item|B|80"
+  "figure|entry build, 2,000 folders, live observers|EntryBench:BM_BuildEntries:build_ms|ms|-"
+  "ratio|entry build vs bare opendir/readdir walk|EntryBench:BM_BuildEntries:build_ms / EntryBench:BM_BuildEntries:bare_walk_ms|x|1.5"
+  "ratio|current folder change vs main path build|ManagerBench:BM_CurrentFolderChange:real_time / ManagerBench:BM_CurrentFolderChange:build_ms|x|-"
+)
+
+"$ROOT/scripts/install-deps.sh"
+"$ROOT/scripts/build.sh" release >/dev/null
+BENCH_DIR="$ROOT/build/release/bench"
+OUT="$(mktemp -d)"
+trap 'rm -rf "$OUT"' EXIT
+
+# The programs named by the figures, each run once, with only the benchmarks
+# that the figures read.
+for program in $(printf '%s\n' "${FIGURES[@]}" | cut -d'|' -f3 | sed 's| / |\n|' | cut -d: -f1 | sort -u); do
+  names=$(printf '%s\n' "${FIGURES[@]}" | cut -d'|' -f3 | sed 's| / |\n|' | grep "^$program:" | cut -d: -f2- |
+    sed 's|:[^:]*$||' | sort -u | paste -sd'|')
+  echo "running $program ..." >&2
+  "$BENCH_DIR/$program" --benchmark_filter="^($names)(/|\$)" \
+    --benchmark_repetitions="$REPETITIONS" --benchmark_report_aggregates_only=true \
+    --benchmark_out="$OUT/$program.json" --benchmark_out_format=json >/dev/null
+done
+
+# The median of one field of one benchmark (its only run, for a benchmark that
+# fixes its own repetitions); real_time in the unit asked for.
+value_of() {  # PROGRAM:BENCHMARK:FIELD unit
+  local ref="$1" unit="$2"
+  local program="${ref%%:*}" rest="${ref#*:}"
+  local field="${rest##*:}" name="${rest%:*}"
+  jq -r --arg name "$name" --arg field "$field" --arg unit "$unit" '
+    def scale: {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9};
+    [.benchmarks[] | select((.run_name | gsub("/(real_time|iterations:[0-9]+|repeats:[0-9]+|min_time:[0-9.]+)"; "")) == $name)]
+    | ([.[] | select(.aggregate_name == "median")] + [.[] | select(.run_type == "iteration")])[0]
+    | if . == null then "missing"
+      elif ($field == "real_time" or $field == "cpu_time") and (scale[$unit] != null)
+        then .[$field] * scale[.time_unit] / scale[$unit]
+      else (.[$field] // "missing") end' "$OUT/$program.json"
+}
+
+evaluate() {  # value expression, unit
+  local expression="$1" unit="$2"
+  if [[ "$expression" == *" / "* ]]; then
+    local numerator denominator
+    numerator=$(value_of "${expression%% / *}" ms)
+    denominator=$(value_of "${expression##* / }" ms)
+    awk -v a="$numerator" -v b="$denominator" 'BEGIN { if (a == "missing" || b == "missing" || b == 0) print "missing"; else print a / b }'
+  else
+    value_of "$expression" "$unit"
+  fi
+}
+
+print_rows() {  # kind
+  local line kind figure expression unit aim value verdict
+  for line in "${FIGURES[@]}"; do
+    IFS='|' read -r kind figure expression unit aim <<<"$line"
+    [[ "$kind" == "$1" ]] || continue
+    value=$(evaluate "$expression" "$unit")
+    if [[ "$value" == missing ]]; then
+      verdict="no value"
+    elif [[ "$aim" == - ]]; then
+      verdict="-"
+    else
+      verdict=$(awk -v v="$value" -v a="$aim" 'BEGIN { print (v < a) ? "holds" : "MISSED" }')
+    fi
+    [[ "$value" == missing ]] || value=$(awk -v v="$value" 'BEGIN { printf (v < 0.1 ? "%.4f" : v < 10 ? "%.2f" : "%.0f"), v }')
+    [[ "$aim" == - ]] || aim="< $aim $unit"
+    printf '%-48s %12s %-3s %-12s %s\n' "$figure" "$value" "$unit" "$aim" "$verdict"
+  done
+}
+
+printf '%-48s %16s %-12s %s\n' "figure" "value" "aim" "holds"
+print_rows figure
+echo
+printf '%-48s %16s %-12s %s\n' "ratio (same run)" "value" "aim" "holds"
+print_rows ratio
