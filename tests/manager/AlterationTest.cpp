@@ -201,6 +201,7 @@ TEST_F(AlterationTest, PackageRootsExpandByPhase) {
     tree.file("p/sub/s.tf");
     OrvianComponents::ComponentFeature::Set(true);
     const auto id = InstallPackage("p", /*managed=*/true, "1.0", {"p/sub"});
+    Cd("cwd");
     struct Case {
         bool gup;
         std::vector<std::string> main, folders;
@@ -217,7 +218,7 @@ TEST_F(AlterationTest, PackageRootsExpandByPhase) {
         for (const auto& folder : *Manager().GetPathFolders())
             folders.push_back(fl::i18n::ustring_to_utf8(folder.makePathRelativeTo(tree.iri())));
         EXPECT_THAT(folders, ElementsAreArray(c.folders));
-        EXPECT_THAT(Folders(*Manager().GetUserSearchPath()), ElementsAre("a", "b")) << "no expansion there";
+        EXPECT_THAT(Folders(*Manager().GetUserSearchPath()), ElementsAre("cwd", "a", "b")) << "no expansion there";
         std::vector<BaseMsgID> expected{
             BaseMsgID("ORVIAN:mpath", "packageMemberFoldersNotAllowedOnPath", {Text("p/sub"), u"p", Text("p")})};
         if (c.packagesLastMessage) expected.emplace_back("ORVIAN:mpath", "packagesMustBeLastOnPath");

@@ -13,7 +13,7 @@ using ::testing::IsEmpty;
 class AtomicUnitTest : public ManagerFixture {
 protected:
     AtomicUnitTest() {
-        for (const char* folder : {"plain", "n", "n/x", "m", "m/y"}) tree.file(std::string(folder) + "/f.tf");
+        for (const char* folder : {"plain", "q", "r", "n", "n/x", "m", "m/y"}) tree.file(std::string(folder) + "/f.tf");
         InstallPackage("n", /*managed=*/false, "1.0", {"n/x"});
         InstallPackage("m", /*managed=*/true, "1.0", {"m/y"});
         host::takeWarnings();
@@ -39,8 +39,8 @@ TEST_F(AtomicUnitTest, WarnsOfEachKindOfTear) {
         {{}, {}},                                                        // all of it gone: whole again
         {{"n", "n/x", "plain"}, {}},                                      // together, in order
         {{"n/x", "n", "plain"}, {"ReorderedEntries:\n\tn"}},              // order turned
-        {{"n", "n/x", "plain"}, {}},                                      // the run again
-        {{"n", "plain", "n/x"}, {"ReorderedEntries:\n\tn"}},              // a stranger between
+        {{"n", "n/x", "plain", "q", "r"}, {}},                            // the run again
+        {{"n", "plain", "q", "r", "n/x"}, {"ReorderedEntries:\n\tn"}},    // strangers between
         {{"n", "plain"}, {"RemovedEntries:\n\tn"}},                       // something left behind
         {{"plain", "n", "n/x", "m", "m/y"}, {}},                          // the managed package takes no part
         {{"plain"}, {}},

@@ -40,7 +40,9 @@ expect "current folder first" "$TREE/project/main.tf" "$TFPATH" which --cd "$TRE
 expect "private current folder" "$TREE/project/private/localHelper.tf" "$TFPATH" which --cd "$TREE/project" localHelper "$CORE"
 expect "current folder on the path stands first, once" "$EXTRA
 $CORE" bash -c "'$TFPATH' path --json --cd '$EXTRA' '$CORE' '$EXTRA' | grep '\"folder\"' | sed 's/.*: \"//; s/\".*//'"
-expect_status "special folder refused on the path" 0 "$TFPATH" path "$CORE/+geometry"
+expect "special folder refused on the path" "search path, 0 folders:" "$TFPATH" path --no-current-folder "$CORE/+geometry"
+expect "special folder refusal says why" "tfpath: '$CORE/+geometry' was not added to the path: package folders (with a leading '+') can't stand on the path. Add the folder that holds the package folder instead." \
+  bash -c "'$TFPATH' path --no-current-folder '$CORE/+geometry' 2>&1 >/dev/null"
 
-echo "$((17 - failures)) passed, $failures failed"
+echo "$((18 - failures)) passed, $failures failed"
 [[ $failures -eq 0 ]]
