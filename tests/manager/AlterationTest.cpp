@@ -83,7 +83,7 @@ TEST_F(AlterationTest, StagesCarryOneSetOfListsAndOnlyRealChangesArePublished) {
     ChangeLog log([&](const PathChangeEvent&) { seen.push_back(Folders(*Manager().GetMainPath())); });
 
     SetPath({"a", "b"});
-    EXPECT_THAT(log.events, IsEmpty()) << "nothing changed";
+    EXPECT_EQ(log.events.size(), 0u) << "nothing changed";
 
     SetPath({"b", "c"});
     ASSERT_THAT(log.Stages(), ElementsAreArray(kAllStages));
@@ -117,7 +117,7 @@ TEST_F(AlterationTest, AChangeOnlyTheUserSearchPathShowsPublishesNothing) {
     SetPath({"n"});
     EXPECT_THAT(Folders(*Manager().GetUserSearchPath()), ElementsAre("n"));
     EXPECT_THAT(Folders(*Manager().GetSearchPath()), ElementsAre("n"));
-    EXPECT_THAT(log.events, IsEmpty());
+    EXPECT_EQ(log.events.size(), 0u);
 }
 
 TEST_F(AlterationTest, TheRecursionGuardRefusesAndTheRunningInstallationGoesOn) {
@@ -159,7 +159,7 @@ TEST_F(AlterationTest, FixedEntriesRefuseAdditionsAndRemovalsUntilTheHandlesGo) 
         auto handle = Manager().PushMutabilityPolicy(PathEntriesFixed);
         EXPECT_TRUE(refuses({"a", "b", "c"}));
         EXPECT_TRUE(refuses({"a"}));
-        EXPECT_THAT(log.events, IsEmpty());
+        EXPECT_EQ(log.events.size(), 0u);
         EXPECT_FALSE(refuses({"b", "a"})) << "reordering goes through";
         EXPECT_EQ(log.events.size(), 3u);
         auto copy = handle;
@@ -233,7 +233,7 @@ TEST_F(AlterationTest, MementosRoundTrip) {
     const auto memento = Manager().CreateMemento();
     ChangeLog log;
     Manager().RestoreMemento(*memento);
-    EXPECT_THAT(log.events, IsEmpty());
+    EXPECT_EQ(log.events.size(), 0u);
     SetPath({"a", "b", "c"});
     log.events.clear();
     Manager().RestoreMemento(*memento);

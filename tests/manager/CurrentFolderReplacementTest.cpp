@@ -115,7 +115,7 @@ TEST_F(CurrentFolderReplacementTest, OnAWorkingFolderChange) {
 
     log.events.clear();
     Cd("other");  // the replaced manager is heard no more
-    EXPECT_THAT(log.events, IsEmpty());
+    EXPECT_EQ(log.events.size(), 0u);
     EXPECT_EQ(componentChanges, 1);
     EXPECT_THAT(Folders(*Manager().GetSearchPath()), ElementsAre("a"));
 }

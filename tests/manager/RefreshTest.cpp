@@ -39,7 +39,7 @@ TEST_F(RefreshTest, NothingChangedBuildsAndPublishesNothing) {
     ChangeLog log;
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(Manager().Refresh(TrustObservers));
     EXPECT_EQ(Manager().GetSearchPath(), search);
-    EXPECT_THAT(log.events, IsEmpty());
+    EXPECT_EQ(log.events.size(), 0u);
 }
 
 TEST_F(RefreshTest, FilesAddedRemovedAndRenamedAreSeenOnce) {
@@ -59,7 +59,7 @@ TEST_F(RefreshTest, FilesAddedRemovedAndRenamedAreSeenOnce) {
         EXPECT_THAT(Refreshed(log), ElementsAre("b")) << changes[i].first;
         log.events.clear();
         EXPECT_TRUE(Manager().Refresh(TrustObservers));
-        EXPECT_THAT(log.events, IsEmpty()) << changes[i].first;
+        EXPECT_EQ(log.events.size(), 0u) << changes[i].first;
     }
 }
 
@@ -81,7 +81,7 @@ TEST_F(RefreshTest, AGoneFolderKeepsItsPlaceAndSettles) {
     const auto mainPath = Manager().GetMainPath();
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(Manager().Refresh(TrustObservers));
     EXPECT_EQ(Manager().GetMainPath(), mainPath);
-    EXPECT_THAT(log.events, IsEmpty());
+    EXPECT_EQ(log.events.size(), 0u);
     EXPECT_TRUE(Manager().Refresh(ForceRefresh));
     EXPECT_THAT(Refreshed(log), ElementsAre("cwd", "a"));
     EXPECT_EQ(Manager().GetMainPath()->GetMainEntries()->at(1), entry);
@@ -102,7 +102,7 @@ TEST_F(RefreshTest, AVanishedWorkingFolderIsReportedOnce) {
     EXPECT_THAT(Refreshed(log), ElementsAre("cwd"));
     log.events.clear();
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(Manager().Refresh(TrustObservers));
-    EXPECT_THAT(log.events, IsEmpty());
+    EXPECT_EQ(log.events.size(), 0u);
 }
 
 TEST_F(RefreshTest, AForcedRefreshListsEachFolderOnceCurrentFolderFirst) {

@@ -44,5 +44,13 @@ expect "special folder refused on the path" "search path, 0 folders:" "$TFPATH" 
 expect "special folder refusal says why" "tfpath: '$CORE/+geometry' was not added to the path: package folders (with a leading '+') can't stand on the path. Add the folder that holds the package folder instead." \
   bash -c "'$TFPATH' path --no-current-folder '$CORE/+geometry' 2>&1 >/dev/null"
 
-echo "$((18 - failures)) passed, $failures failed"
+HERE="$(cd "$(dirname "$0")" && pwd)"
+expect "the example session" "$(cat "$HERE/session.expected")" \
+  bash -c "cd '$TREE' && '$TFPATH' run ../session.tfs 2>&1 | sed 's|$TREE|TREE|g'"
+expect "a hard failure names its line and why" "tfpath: <stdin>:2: unknown command 'bogus'" \
+  bash -c "printf 'path show\nbogus x\npath show\n' | '$TFPATH' run 2>&1 >/dev/null"
+expect "a missing argument" "tfpath: <stdin>:1: path add: missing folder" bash -c "echo 'path add' | '$TFPATH' run 2>&1"
+expect_status "a hard failure ends the run with status 1" 1 bash -c "echo 'cd /no/such/folder' | '$TFPATH' run"
+
+echo "$((22 - failures)) passed, $failures failed"
 [[ $failures -eq 0 ]]
