@@ -87,7 +87,6 @@ private:
 
     bool RefreshOutOfDateEntries() {
         std::atomic<bool> goneFolder{false};
-        tbb::task_group group;
         // Folders read again in bulk shouldn't each warn about their change
         // handles; the host's setting comes back on every way out.
         auto& observers =
@@ -96,8 +95,9 @@ private:
         observers.SetChangeHandleWarning(storage::filefolderobserver::WarnNever);
         BOOST_SCOPE_EXIT_ALL(&observers, warning) { observers.SetChangeHandleWarning(warning); };
 
-        for (const std::size_t i : outOfDateIndices) {
-            group.run([this, i, &goneFolder] {
+        RunOnPool([&] {
+            tbb::task_group group;
+            for (const std::size_t i : outOfDateIndices) group.run([this, i, &goneFolder] {
                 const PathEntryPointer old = updatedEntries[i];
                 PathEntryPointer fresh;
                 try {
@@ -115,8 +115,8 @@ private:
                 results.push_back({fresh, old, i});
                 updatedEntries[i] = std::move(fresh);
             });
-        }
-        group.wait();
+            group.wait();
+        });
         std::sort(results.begin(), results.end(), [](const Result& a, const Result& b) { return a.index < b.index; });
         return goneFolder;
     }

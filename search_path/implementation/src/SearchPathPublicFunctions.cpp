@@ -6,6 +6,8 @@
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
+#include <oneapi/tbb/task_arena.h>
+
 #include <exception>
 
 namespace Thornfell::PathManagement {
@@ -49,6 +51,15 @@ void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& fol
         }
     }
     notification.add(resource_core::BaseMsgID(MpathComponent, key, {GetStringFromIRI(folder)}));
+}
+
+void RunOnPool(const std::function<void()>& work) {
+#if defined(__SANITIZE_THREAD__)
+    tbb::task_arena callerOnly(1);
+    callerOnly.execute(work);
+#else
+    work();
+#endif
 }
 
 } // namespace Thornfell::PathManagement

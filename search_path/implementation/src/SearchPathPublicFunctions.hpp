@@ -4,6 +4,8 @@
 #include "foundation/core/except/Notification.hpp"
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 
+#include <functional>
+
 namespace Thornfell::PathManagement {
 
 namespace detail {
@@ -17,6 +19,12 @@ void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::N
 // message about `folder`, or lets an exception it doesn't know go on.
 void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                        foundation::core::except::Notification& notification);
+
+// Runs `work`, which hands tasks to the oneTBB pool and waits for them. The
+// oneTBB library isn't built for ThreadSanitizer, which therefore can't see
+// the pool hand its task objects from thread to thread and reports that as
+// races: under it the tasks keep to the calling thread.
+void RunOnPool(const std::function<void()>& work);
 
 // The component text of the manager's messages.
 inline constexpr const char* MpathComponent = "ORVIAN:mpath";
