@@ -1,6 +1,8 @@
-// What a change of the working folder costs on a 2,000-folder path, next to
-// the cost of building that main path. A change of the current folder must
-// only recompose wrappers around the main path, never rebuild its indexes.
+// What the manager's roads cost on a 2,000-folder path, each next to the cost
+// of building that main path in the same run: a change of the working folder
+// (only wrappers are recomposed), an alteration whose entries are all cached
+// (the road around the build), and a refresh with nothing or one file
+// changed (live observers: nothing to read, or one folder).
 #include "support/BenchEntries.hpp"
 
 #include "foundation/usm/StateStore.hpp"
@@ -8,6 +10,8 @@
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
+#include "foundation/storage/vfs/Folder.hpp"
+#include "foundation/storage/vfs/StorageSystem.hpp"
 #include "thornfell/CurrentWorkingFolder.hpp"
 #include "thornfell/PackageRegistry.hpp"
 
@@ -15,6 +19,8 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <thread>
 
 namespace {
 
@@ -74,5 +80,82 @@ void BM_CurrentFolderChange(benchmark::State& state) {
     state.counters["main_entries"] = static_cast<double>(mainEntries.size());
 }
 BENCHMARK(BM_CurrentFolderChange)->Unit(benchmark::kMicrosecond);
+
+double Seconds(std::chrono::steady_clock::time_point since) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+}
+
+// Mean seconds of building the main path from `entries`.
+double BuildSeconds(const PathEntryVector& entries, int builds = 5) {
+    double total = 0;
+    for (int i = 0; i < builds; ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        auto path = GetCurrentPathFactory().CreatePath(entries);
+        total += Seconds(start);
+    }
+    return total / builds;
+}
+
+// The whole path handed over again, every entry cached and up to date.
+// "road_percent": what the alteration costs beyond building its main path,
+// over that build.
+void BM_SetPathFoldersWarm(benchmark::State& state) {
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    Host host;
+    const auto folders = tfsp::bench::MainFolderIRIs(Tree());
+    double total = 0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        foundation::core::except::Notification notification;
+        host.manager->SetPathFolders(FolderRange(folders), notification);
+        total += Seconds(start);
+    }
+    const double build = BuildSeconds(*host.manager->GetMainPath()->GetMainEntries());
+    const double alteration = total / static_cast<double>(state.iterations());
+    state.counters["build_ms"] = 1e3 * build;
+    state.counters["road_percent"] = 100.0 * (alteration - build) / build;
+}
+BENCHMARK(BM_SetPathFoldersWarm)->Unit(benchmark::kMillisecond);
+
+// Refresh(0) with no folder changed: one look at each entry's observer.
+void BM_RefreshNothingChanged(benchmark::State& state) {
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    Host host;
+    for (auto _ : state) benchmark::DoNotOptimize(host.manager->Refresh(TrustObservers));
+}
+BENCHMARK(BM_RefreshNothingChanged)->Unit(benchmark::kMicrosecond);
+
+// Refresh(0) after one file was added to one folder, once the observer has
+// heard of it. "budget_ms" is one listing of that folder plus one build of
+// the main path; "percent_of_budget" the refresh over it.
+void BM_RefreshOneFileAdded(benchmark::State& state) {
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    Host host;
+    const std::string folder = Tree().mainFolders()[Tree().mainFolders().size() / 3];
+    const auto iri = GetIRIFromString(fl::i18n::utf8_to_ustring(folder));
+    const auto entry = [&] { return host.manager->GetMainPath()->GetPathEntryFromAbsoluteIRI(foundation::storage::vfs::CanonicalAbsoluteIRI(iri, u"")); };
+    double total = 0;
+    int added = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::ofstream(folder + "/added" + std::to_string(added++) + ".tf").flush();
+        while (!entry()->IsOutOfDate()) std::this_thread::sleep_for(std::chrono::microseconds(100));
+        state.ResumeTiming();
+        const auto start = std::chrono::steady_clock::now();
+        host.manager->Refresh(TrustObservers);
+        total += Seconds(start);
+    }
+    for (int i = 0; i < added; ++i) std::filesystem::remove(folder + "/added" + std::to_string(i) + ".tf");
+    const auto listingStart = std::chrono::steady_clock::now();
+    const int listings = 20;
+    for (int i = 0; i < listings; ++i)
+        benchmark::DoNotOptimize(
+            foundation::storage::vfs::Folder(iri, OrvianStorageSystem::GetStorageSystemReference()).listFiles(u"").size());
+    const double listing = Seconds(listingStart) / listings;
+    const double budget = listing + BuildSeconds(*host.manager->GetMainPath()->GetMainEntries());
+    state.counters["budget_ms"] = 1e3 * budget;
+    state.counters["percent_of_budget"] = 100.0 * total / static_cast<double>(state.iterations()) / budget;
+}
+BENCHMARK(BM_RefreshOneFileAdded)->Unit(benchmark::kMillisecond)->Iterations(20);
 
 } // namespace

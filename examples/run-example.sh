@@ -24,3 +24,6 @@ run which --cd "$TREE/project" localHelper "$TREE/toolbox/core"
 echo
 echo "\$ tfpath which nosuchname ...   (exits with status 1)"
 if "$TFPATH" which nosuchname "$TREE/toolbox/core"; then exit 1; fi
+echo
+echo "\$ tfpath run ../session.tfs   (in $TREE)"
+(cd "$TREE" && "$TFPATH" run ../session.tfs)

@@ -42,10 +42,16 @@ TEST_F(CompositionTest, OffPhaseCurrentFolderNotOnThePathGoesInFront) {
 
 TEST_F(CompositionTest, OffPhaseCurrentFolderAtPositionFiveStandsFirstOnceAsTheMainPathsObject) {
     Cd("f5");
+    // The current folder manager's entry goes out of date, so that the main
+    // path gets an entry of its own for the folder.
+    const auto ownEntry = Manager().GetSearchPath()->GetMainEntries()->front();
+    tree.file("f5/y.tf");
+    ASSERT_TRUE(Eventually([&] { return ownEntry->IsOutOfDate(); }));
     SetPath({"f1", "f2", "f3", "f4", "f5", "f6"});
     const auto search = Manager().GetSearchPath();
     EXPECT_THAT(Folders(*search), ElementsAre("f5", "f1", "f2", "f3", "f4", "f6"));
     const auto& mainEntries = *Manager().GetMainPath()->GetMainEntries();
+    ASSERT_NE(mainEntries[4], ownEntry);
     EXPECT_EQ(search->GetMainEntries()->front(), mainEntries[4]);
     // A name of that folder is found once, in front.
     const detail::SearchTarget target(u"x", {u".tf"});

@@ -98,12 +98,17 @@ TEST_F(CurrentFolderTest, FollowsTheWorkingFolderAndSignalsTheOldPath) {
 
 TEST_F(CurrentFolderTest, OnTheMainPathTheCurrentFolderIsTheMainPathsOwnEntry) {
     const auto current = Make("plain");
-    GetPathEntryFactory().GetPathEntry(tree.iri("plain"));
-    const auto mainEntry = GetPathEntryFactory().GetPathEntry(tree.iri("plain"));
+    // The folder changes, so that the main path gets an entry of its own,
+    // another object than the manager's.
+    const auto ownEntry = current->GetCurrentFolderPath()->GetMainEntries()->front();
+    tree.file("plain/new.tf");
+    ASSERT_TRUE(Eventually([&] { return ownEntry->IsOutOfDate(); }));
+    const auto mainEntry = GetPathEntryFactory().CreateUpdatedPathEntry(Canonical("plain"), Monitor());
+    ASSERT_NE(mainEntry, ownEntry);
     const auto mainPath = GetCurrentPathFactory().CreatePath({mainEntry});
     const auto fitted = current->GetCurrentFolderPathForMainPath(*mainPath);
     EXPECT_EQ(fitted->GetMainEntries()->front(), mainEntry);
-    EXPECT_NE(fitted, current->GetCurrentFolderPath());
+    EXPECT_EQ(current->GetCurrentFolderPath()->GetMainEntries()->front(), ownEntry);
 }
 
 TEST_F(CurrentFolderTest, ComponentChangesArePublishedOnlyWhenTheOwnerChanges) {

@@ -14,6 +14,7 @@
 #include <boost/uuid/random_generator.hpp>
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -50,16 +51,47 @@ protected:
             names.push_back(fl::i18n::ustring_to_utf8(entry->GetIRI().makePathRelativeTo(tree.iri())));
         return names;
     }
+    std::vector<std::string> Names(const PathEntryVector& entries) const {
+        std::vector<std::string> names;
+        for (const auto& entry : entries)
+            names.push_back(fl::i18n::ustring_to_utf8(entry->GetIRI().makePathRelativeTo(tree.iri())));
+        return names;
+    }
+    // Folders of the tree as the messages name them.
+    ustring Text(const std::string& relative) const { return GetStringFromIRI(Canonical(relative)); }
     OrvianComponents::ComponentIdentifier InstallPackage(const std::string& root, bool managed = true,
-                                                         const std::string& version = "1.0") {
+                                                         const std::string& version = "1.0",
+                                                         const std::vector<std::string>& pathFolders = {}) {
         OrvianComponents::ComponentIdentifier id(fl::i18n::utf8_to_ustring(root), OrvianComponents::ComponentVersion(version),
                                                  boost::uuids::random_generator()());
         Thornfell::PackageRegistry::PackageDescription package{id, Canonical(root)};
         package.managed = managed;
+        for (const auto& folder : pathFolders) package.pathFolders.push_back(Canonical(folder));
         auto& registrar = Thornfell::PackageRegistry::GetPackageRegistrarForUpdate();
         registrar.Install(Thornfell::PackageRegistry::PackageRegistryBuilder(*registrar.GetRegistry()).Add(package).Build());
         return id;
     }
+
+    // The stages of PathChangeEvent as they are published; `onEvent` runs
+    // inside each, as a subscriber of the bus.
+    struct ChangeLog {
+        explicit ChangeLog(std::function<void(const PathChangeEvent&)> onEvent = {})
+            : connection(foundation::msg_svc::eventmgr::getEngineEventMgr()->subscribe(
+                  PathChangeEvent::TypeName(), [this, onEvent](const foundation::msg_svc::eventmgr::BaseEvent& e) {
+                      const auto& event = static_cast<const PathChangeEvent&>(e);
+                      events.push_back(event);
+                      if (onEvent) onEvent(event);
+                  })) {}
+        std::vector<PathChangeEvent::Stage> Stages() const {
+            std::vector<PathChangeEvent::Stage> stages;
+            for (const auto& event : events) stages.push_back(event.GetStage());
+            return stages;
+        }
+        std::vector<PathChangeEvent> events;
+        foundation::msg_svc::eventmgr::ScopedConnection connection;
+    };
+    static constexpr PathChangeEvent::Stage kAllStages[] = {PathChangeEvent::BeforeChange, PathChangeEvent::AfterChange,
+                                                            PathChangeEvent::AfterChangeNotified};
 
     TempTree tree;
     OrvianComponents::ModularPackageRegistry registry{

@@ -40,7 +40,17 @@ expect "current folder first" "$TREE/project/main.tf" "$TFPATH" which --cd "$TRE
 expect "private current folder" "$TREE/project/private/localHelper.tf" "$TFPATH" which --cd "$TREE/project" localHelper "$CORE"
 expect "current folder on the path stands first, once" "$EXTRA
 $CORE" bash -c "'$TFPATH' path --json --cd '$EXTRA' '$CORE' '$EXTRA' | grep '\"folder\"' | sed 's/.*: \"//; s/\".*//'"
-expect_status "special folder refused on the path" 0 "$TFPATH" path "$CORE/+geometry"
+expect "special folder refused on the path" "search path, 0 folders:" "$TFPATH" path --no-current-folder "$CORE/+geometry"
+expect "special folder refusal says why" "tfpath: '$CORE/+geometry' was not added to the path: package folders (with a leading '+') can't stand on the path. Add the folder that holds the package folder instead." \
+  bash -c "'$TFPATH' path --no-current-folder '$CORE/+geometry' 2>&1 >/dev/null"
 
-echo "$((17 - failures)) passed, $failures failed"
+HERE="$(cd "$(dirname "$0")" && pwd)"
+expect "the example session" "$(cat "$HERE/session.expected")" \
+  bash -c "cd '$TREE' && '$TFPATH' run ../session.tfs 2>&1 | sed 's|$TREE|TREE|g'"
+expect "a hard failure names its line and why" "tfpath: <stdin>:2: unknown command 'bogus'" \
+  bash -c "printf 'path show\nbogus x\npath show\n' | '$TFPATH' run 2>&1 >/dev/null"
+expect "a missing argument" "tfpath: <stdin>:1: path add: missing folder" bash -c "echo 'path add' | '$TFPATH' run 2>&1"
+expect_status "a hard failure ends the run with status 1" 1 bash -c "echo 'cd /no/such/folder' | '$TFPATH' run"
+
+echo "$((22 - failures)) passed, $failures failed"
 [[ $failures -eq 0 ]]

@@ -31,6 +31,31 @@ nlohmann::ordered_json ChildrenToJson(const PathEntryList& children) {
     for (const auto& child : *children) list.push_back(EntryToJson(*child));
     return list;
 }
+void PrintTree(std::ostream& out, const IPathEntry& entry, int depth) {
+    auto children = [&out, depth](const PathEntryList& list) {
+        for (const auto& child : *list) PrintTree(out, *child, depth + 1);
+    };
+    if (depth > 0)
+        out << std::string(2 * depth + 2, ' ') << ToUtf8(entry.GetIRI().getName()) << "  ["
+            << EntryTypeName(entry.GetPathEntryType()) << "]\n";
+    children(entry.GetPackageEntries());
+    children(entry.GetMethodEntries());
+    children(entry.GetUDDClassEntries());
+    if (auto child = entry.GetPrivateEntry(); child && child.get() != &entry) PrintTree(out, *child, depth + 1);
+    if (auto child = entry.GetResourcesEntry()) PrintTree(out, *child, depth + 1);
+}
+
+nlohmann::ordered_json TreeJson(const IPathEntry& entry) {
+    nlohmann::ordered_json children = nlohmann::ordered_json::array();
+    entry.ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& child) {
+        if (child.get() != &entry)
+            children.push_back({{"folder", ToUtf8(GetStringFromIRI(child->GetIRI()))},
+                                {"type", EntryTypeName(child->GetPathEntryType())}});
+        return false;
+    });
+    return children;
+}
+
 } // namespace
 
 nlohmann::ordered_json EntryToJson(const IPathEntry& entry) {
@@ -60,6 +85,28 @@ void PrintEntry(std::ostream& out, const IPathEntry& entry, int depth) {
     for (const auto& child : *entry.GetUDDClassEntries()) PrintEntry(out, *child, depth + 1);
     if (auto child = entry.GetPrivateEntry()) PrintEntry(out, *child, depth + 1);
     if (auto child = entry.GetResourcesEntry()) PrintEntry(out, *child, depth + 1);
+}
+
+void PrintSearchPath(std::ostream& out, const IPath& path, bool tree, bool json) {
+    const auto mainEntries = path.GetMainEntries();
+    if (json) {
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
+        for (const auto& entry : *mainEntries) {
+            nlohmann::ordered_json item{{"folder", ToUtf8(GetStringFromIRI(entry->GetIRI()))},
+                                        {"type", EntryTypeName(entry->GetPathEntryType())}};
+            if (tree) item["entries"] = TreeJson(*entry);
+            list.push_back(std::move(item));
+        }
+        out << list.dump(2) << "\n";
+        return;
+    }
+    out << "search path, " << mainEntries->size() << " folders:\n";
+    std::size_t position = 0;
+    for (const auto& entry : *mainEntries) {
+        out << "  " << ++position << "  " << ToUtf8(GetStringFromIRI(entry->GetIRI())) << "  ["
+            << EntryTypeName(entry->GetPathEntryType()) << "]\n";
+        if (tree) PrintTree(out, *entry, 0);
+    }
 }
 
 } // namespace tfpath

@@ -4,42 +4,11 @@
 #include "EngineSession.hpp"
 #include "EntryFormat.hpp"
 
-#include "tfsearch_path/PathFunctions.hpp"
-
 #include <iostream>
 
 namespace tfpath {
 
 using namespace Thornfell::PathManagement;
-
-namespace {
-
-void PrintTree(std::ostream& out, const IPathEntry& entry, int depth) {
-    auto children = [&out, depth](const PathEntryList& list) {
-        for (const auto& child : *list) PrintTree(out, *child, depth + 1);
-    };
-    if (depth > 0)
-        out << std::string(2 * depth + 2, ' ') << ToUtf8(entry.GetIRI().getName()) << "  ["
-            << EntryTypeName(entry.GetPathEntryType()) << "]\n";
-    children(entry.GetPackageEntries());
-    children(entry.GetMethodEntries());
-    children(entry.GetUDDClassEntries());
-    if (auto child = entry.GetPrivateEntry(); child && child.get() != &entry) PrintTree(out, *child, depth + 1);
-    if (auto child = entry.GetResourcesEntry()) PrintTree(out, *child, depth + 1);
-}
-
-nlohmann::ordered_json TreeJson(const IPathEntry& entry) {
-    nlohmann::ordered_json children = nlohmann::ordered_json::array();
-    entry.ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& child) {
-        if (child.get() != &entry)
-            children.push_back({{"folder", ToUtf8(GetStringFromIRI(child->GetIRI()))},
-                                {"type", EntryTypeName(child->GetPathEntryType())}});
-        return false;
-    });
-    return children;
-}
-
-} // namespace
 
 void AddPathCommand(CLI::App& app, const GlobalOptions& global) {
     struct Options {
@@ -60,26 +29,7 @@ void AddPathCommand(CLI::App& app, const GlobalOptions& global) {
         ApplyGlobalOptions(global);
         EngineSession session(options->cd.empty() ? std::nullopt : std::optional(options->cd), !options->noCurrentFolder);
         session.SetPathFolders(options->folders);
-        const auto searchPath = session.manager().GetSearchPath();
-        const auto mainEntries = searchPath->GetMainEntries();
-        if (options->json) {
-            nlohmann::ordered_json out = nlohmann::ordered_json::array();
-            for (const auto& entry : *mainEntries) {
-                nlohmann::ordered_json item{{"folder", ToUtf8(GetStringFromIRI(entry->GetIRI()))},
-                                            {"type", EntryTypeName(entry->GetPathEntryType())}};
-                if (options->tree) item["entries"] = TreeJson(*entry);
-                out.push_back(std::move(item));
-            }
-            std::cout << out.dump(2) << "\n";
-            return;
-        }
-        std::cout << "search path, " << mainEntries->size() << " folders:\n";
-        std::size_t position = 0;
-        for (const auto& entry : *mainEntries) {
-            std::cout << "  " << ++position << "  " << ToUtf8(GetStringFromIRI(entry->GetIRI())) << "  ["
-                      << EntryTypeName(entry->GetPathEntryType()) << "]\n";
-            if (options->tree) PrintTree(std::cout, *entry, 0);
-        }
+        PrintSearchPath(std::cout, *session.manager().GetSearchPath(), options->tree, options->json);
     });
 }
 

@@ -1,6 +1,7 @@
 // tfpath which NAME DIR...: which file a name finds in the given folders.
 #include "Commands.hpp"
 #include "EntryFormat.hpp"
+#include "QueryOptions.hpp"
 
 #include "EngineSession.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
@@ -15,43 +16,6 @@ namespace tfpath {
 using namespace Thornfell::PathManagement;
 
 namespace {
-
-// "--ext .a,.b," lists ".a", ".b" and the empty extension, in that order.
-std::vector<ustring> ParseExtensions(const std::string& text) {
-    std::vector<ustring> extensions;
-    std::size_t start = 0;
-    for (;;) {
-        const std::size_t comma = text.find(',', start);
-        extensions.push_back(fl::i18n::utf8_to_ustring(text.substr(start, comma - start)));
-        if (comma == std::string::npos) return extensions;
-        start = comma + 1;
-    }
-}
-
-FilenameMatchingPolicy ParsePolicy(const std::string& text) {
-    if (text == "exact") return CaseRuleOne;
-    if (text == "fold") return CaseRuleTwo;
-    return StorageSystemRule;
-}
-
-std::vector<PathEntryType> ParseScope(const std::string& text) {
-    static const std::pair<const char*, PathEntryType> names[] = {{"main", Main},         {"package", Package},
-                                                                  {"method", Method},     {"private", Private},
-                                                                  {"uddclass", UDDClass}, {"resources", Resources}};
-    std::vector<PathEntryType> scope;
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        std::size_t comma = text.find(',', start);
-        if (comma == std::string::npos) comma = text.size();
-        const std::string name = text.substr(start, comma - start);
-        bool known = false;
-        for (const auto& [word, type] : names)
-            if (name == word) scope.push_back(type), known = true;
-        if (!known && !name.empty()) throw CLI::ValidationError("--scope", "unknown entry type '" + name + "'");
-        start = comma + 1;
-    }
-    return scope;
-}
 
 // One path of the given folders, in order. Folders that can't be read, or
 // that are special folders themselves, are reported and left out.
@@ -105,11 +69,8 @@ void AddWhichCommand(CLI::App& app, const GlobalOptions& global) {
     command->add_option("--cd", options->cd, "answer from a search path with this working folder first");
     command->callback([options, &global] {
         ApplyGlobalOptions(global);
-        const detail::SearchTarget target(fl::i18n::utf8_to_ustring(options->name), ParseExtensions(options->extensions));
-        const FilenameMatchingPolicy policy = ParsePolicy(options->policy);
-        const std::vector<PathEntryType> types = ParseScope(options->scope);
-        const SearchScope scope(types.data(), types.data() + types.size());
-
+        const NameQuery query{options->name, options->extensions, options->policy, options->scope, options->all};
+        ParseScope(query.scope);  // a bad scope is refused before any folder is read
         std::optional<EngineSession> session;
         std::optional<foundation::usm::EngineInstance> engine;
         std::optional<foundation::usm::EngineInstance::MakeCurrent> current;
@@ -123,12 +84,7 @@ void AddWhichCommand(CLI::App& app, const GlobalOptions& global) {
             current.emplace(*engine);
             path = PathOfFolders(options->folders);
         }
-        std::vector<std::string> found;
-        if (options->all) {
-            for (const auto& hit : path->FindAllInScope(scope, target, policy)) found.push_back(ItemPath(*hit.GetPathItem()));
-        } else if (auto hit = path->FindFirstInScope(scope, target, policy)) {
-            found.push_back(ItemPath(*hit->GetPathItem()));
-        }
+        const std::vector<std::string> found = FindFiles(*path, query);
         path.reset();
         if (found.empty()) {
             std::cerr << "tfpath: '" << options->name << "' not found\n";

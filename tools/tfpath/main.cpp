@@ -18,6 +18,8 @@ int main(int argc, char** argv) {
     tfpath::AddEntryCommand(app, global);
     tfpath::AddWhichCommand(app, global);
     tfpath::AddPathCommand(app, global);
+    tfpath::AddRunCommand(app, global);
+    tfpath::AddWatchCommand(app, global);
     int status = 0;
     try {
         app.parse(argc, argv);

@@ -5,6 +5,7 @@
 #include "SearchPathPublicFunctions.hpp"
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
+#include "host/HostServices.hpp"
 #include "orvian/FeatureSwitches.hpp"
 #include "ovutil/LocalEventMgr.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
@@ -14,6 +15,7 @@
 #include "tfsearch_path/MultiMaskedPath.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathManagerEvents.hpp"
+#include "thornfell/CurrentWorkingFolder.hpp"
 
 #include <boost/make_shared.hpp>
 #include <boost/scope_exit.hpp>
@@ -24,6 +26,7 @@
 #include <atomic>
 #include <typeinfo>
 #include <unordered_set>
+#include <utility>
 
 namespace Thornfell::PathManagement {
 
@@ -84,7 +87,6 @@ private:
 
     bool RefreshOutOfDateEntries() {
         std::atomic<bool> goneFolder{false};
-        tbb::task_group group;
         // Folders read again in bulk shouldn't each warn about their change
         // handles; the host's setting comes back on every way out.
         auto& observers =
@@ -93,14 +95,17 @@ private:
         observers.SetChangeHandleWarning(storage::filefolderobserver::WarnNever);
         BOOST_SCOPE_EXIT_ALL(&observers, warning) { observers.SetChangeHandleWarning(warning); };
 
-        for (const std::size_t i : outOfDateIndices) {
-            group.run([this, i, &goneFolder] {
+        {
+            tbb::task_group group;
+            for (const std::size_t i : outOfDateIndices) group.run([this, i, &goneFolder] {
                 const PathEntryPointer old = updatedEntries[i];
                 PathEntryPointer fresh;
                 try {
                     fresh = old->GetUpdatedPathEntry(entryFactory, folderMonitor);
                 } catch (const foundation::storage::vfs::Exception& e) {
                     if (e.getErrorCode() != 4) return;  // unreadable for now: the old entry stays
+                    // Still gone: the entry that keeps its place already stands.
+                    if (dynamic_cast<const InaccessibleFolderPathEntry*>(old.get())) return;
                     // A vanished folder keeps its place.
                     goneFolder = true;
                     fresh = std::make_shared<InaccessibleFolderPathEntry>(old->GetPathEntryType(), old->GetIRI(),
@@ -110,8 +115,8 @@ private:
                 results.push_back({fresh, old, i});
                 updatedEntries[i] = std::move(fresh);
             });
+            group.wait();
         }
-        group.wait();
         std::sort(results.begin(), results.end(), [](const Result& a, const Result& b) { return a.index < b.index; });
         return goneFolder;
     }
@@ -164,13 +169,7 @@ MainSearchPathManager::MainSearchPathManager(boost::shared_ptr<foundation::msg_s
       pathFolders(std::make_shared<const CanonicalFolderVector>()), packagesFeaturePhase(phase) {
     SetCurrentFolderPathManager();
     const std::shared_ptr<const IPath> userPath = pathFactory.CreatePath({});
-    const auto current = currentFolderManager->GetCurrentFolderPathForMainPath(*userPath);
-    const auto searchPath = ComposeSearchPath(pathFactory, userPath, current, packagesFeaturePhase);
-    const auto userSearchPath =
-        packagesFeaturePhase == Off
-            ? searchPath
-            : ComposeUserSearchPath(currentFolderManager->GetCurrentFolderPathForMainPath(*userPath),
-                                    currentFolderManager->GetCurrentFolderComponent(), userPath);
+    auto [userSearchPath, searchPath] = ComposeSearchPaths(userPath, userPath);
     paths = std::make_unique<InstalledPaths>(InstalledPaths{userPath, userPath, userSearchPath, searchPath});
     folderMonitor.SetPath(searchPath);
 
@@ -180,7 +179,11 @@ MainSearchPathManager::MainSearchPathManager(boost::shared_ptr<foundation::msg_s
         eventManager->subscribe(registryChanged, [this, registryChanged](const foundation::msg_svc::eventmgr::BaseEvent& event) {
             if (!event.isKindOf(registryChanged)) throw std::bad_cast();
             currentFolderManager->HandleModularPackageRegistryChanged();
+            ReleaseRetiredCurrentFolderManagers();
         });
+    workingFolderConnection = eventManager->subscribe(
+        Thornfell::current_working_folder::CurrentWorkingFolderChangedEvent::TypeName(),
+        [this](const foundation::msg_svc::eventmgr::BaseEvent&) { ReleaseRetiredCurrentFolderManagers(); });
 }
 
 MainSearchPathManager::~MainSearchPathManager() {
@@ -191,10 +194,12 @@ MainSearchPathManager::~MainSearchPathManager() {
     }
     pathFolders.reset();
     registryConnection.disconnect();
+    workingFolderConnection.disconnect();
     pendingCurrentFolderChange.reset();
     componentsOnPath.reset();
     paths.reset();
     currentFolderManager.reset();
+    retiredCurrentFolderManagers.clear();
     currentFolderManagerFactory.reset();
     eventManager.reset();
 }
@@ -208,11 +213,32 @@ std::optional<ComponentIdentifier> MainSearchPathManager::GetCurrentFolderCompon
 }
 
 void MainSearchPathManager::SetCurrentFolderPathManager() {
-    currentFolderManager = currentFolderManagerFactory->CreateCurrentFolderPathManager(currentFolderPolicy);
+    std::unique_ptr<ICurrentFolderPathManager> replaced = std::exchange(
+        currentFolderManager, currentFolderManagerFactory->CreateCurrentFolderPathManager(currentFolderPolicy));
+    // A subscriber of an installation may replace the manager whose report
+    // started that installation, and whose handler is still running.
+    if (replaced && pathChangeInProgress) retiredCurrentFolderManagers.push_back(std::move(replaced));
+    replaced.reset();
+    const ICurrentFolderPathManager* sender = currentFolderManager.get();
     currentFolderManager->ConnectCurrentFolderChangedHandler(
-        [this](const std::shared_ptr<const IPath>& oldPath, const std::optional<ComponentIdentifier>& oldComponent) {
+        [this, sender](const std::shared_ptr<const IPath>& oldPath, const std::optional<ComponentIdentifier>& oldComponent) {
+            // A retired manager still follows the working folder until it
+            // ends; what it reports is no longer the current folder.
+            if (sender != currentFolderManager.get()) return;
             HandleCurrentFolderPathChanged(oldPath, oldComponent);
         });
+}
+
+void MainSearchPathManager::ReleaseRetiredCurrentFolderManagers() {
+    if (!pathChangeInProgress) retiredCurrentFolderManagers.clear();
+}
+
+MainSearchPathManager::SearchPaths MainSearchPathManager::ComposeSearchPaths(
+    const std::shared_ptr<const IPath>& userPath, const std::shared_ptr<const IPath>& mainPath) const {
+    const auto current = currentFolderManager->GetCurrentFolderPathForMainPath(*userPath);
+    auto searchPath = ComposeSearchPath(pathFactory, mainPath, current, packagesFeaturePhase);
+    if (packagesFeaturePhase == Off) return {searchPath, searchPath};
+    return {ComposeUserSearchPath(current, GetCurrentFolderComponent(), userPath), std::move(searchPath)};
 }
 
 std::shared_ptr<const IPath> MainSearchPathManager::ComposeSearchPath(const IPathFactory& pathFactory,
@@ -246,6 +272,7 @@ std::shared_ptr<const IPath> MainSearchPathManager::ComposeUserSearchPath(const 
 
 void MainSearchPathManager::SetCurrentFolderPolicy(CurrentFolderPolicy policy) {
     if (policy == currentFolderPolicy) return;
+    ReleaseRetiredCurrentFolderManagers();
     currentFolderPolicy = policy;
     pendingCurrentFolderChange.reset();
     const auto oldPath = currentFolderManager->GetCurrentFolderPath();
@@ -265,16 +292,12 @@ void MainSearchPathManager::HandleCurrentFolderPathChanged(const std::shared_ptr
         return;
     }
     const InstalledPaths old = *paths;
-    const auto current = currentFolderManager->GetCurrentFolderPathForMainPath(*old.userPath);
-    const auto searchPath = ComposeSearchPath(pathFactory, old.mainPath, current, packagesFeaturePhase);
-    std::shared_ptr<const IPath> userSearchPath;
+    const auto [userSearchPath, searchPath] = ComposeSearchPaths(old.userPath, old.mainPath);
     PathEntryVectorDifferentiator searchDifferences, userSearchDifferences;
     if (packagesFeaturePhase != Off) {
         searchDifferences = Difference(*old.searchPath->GetMainEntries(), *searchPath->GetMainEntries());
-        userSearchPath = ComposeUserSearchPath(current, currentFolderManager->GetCurrentFolderComponent(), old.userPath);
         userSearchDifferences = Difference(*old.userSearchPath->GetMainEntries(), *userSearchPath->GetMainEntries());
     } else {
-        userSearchPath = searchPath;
         searchDifferences = CurrentFolderDifferences(oldPath, currentFolderManager->GetCurrentFolderPath(), *old.searchPath,
                                                      *searchPath);
         userSearchDifferences = searchDifferences;
@@ -334,6 +357,7 @@ void MainSearchPathManager::InstallNewPath(std::shared_ptr<const IPath> userPath
     default: FL_DIAG_TERMINATE("Unidentified PathManagerMutabilityPolicy assigned to MainSearchPathManager");
     }
     if (pathChangeInProgress) throw RecursivePathChangeException();
+    if (!isCurrentFolderChange) CheckPackagesAtomicUnits(searchDifferences, *userPath, *Registry());
 
     {
         const bool previous = pathChangeInProgress;
@@ -360,17 +384,12 @@ void MainSearchPathManager::InstallPaths(std::shared_ptr<const IPath> userPath, 
                                          std::shared_ptr<const CanonicalFolderVector> folders,
                                          std::shared_ptr<const ComponentVector> components) {
     const InstalledPaths old = *paths;
-    const auto searchPath =
-        ComposeSearchPath(pathFactory, mainPath, currentFolderManager->GetCurrentFolderPathForMainPath(*userPath),
-                          packagesFeaturePhase);
+    auto [userSearchPath, searchPath] = ComposeSearchPaths(userPath, mainPath);
     const auto searchDifferences = Difference(*old.searchPath->GetMainEntries(), *searchPath->GetMainEntries());
-    std::shared_ptr<const IPath> userSearchPath = searchPath;
-    PathEntryVectorDifferentiator userSearchDifferences = searchDifferences;
-    if (packagesFeaturePhase != Off) {
-        userSearchPath = ComposeUserSearchPath(currentFolderManager->GetCurrentFolderPathForMainPath(*userPath),
-                                               currentFolderManager->GetCurrentFolderComponent(), userPath);
-        userSearchDifferences = Difference(*old.userSearchPath->GetMainEntries(), *userSearchPath->GetMainEntries());
-    }
+    const auto userSearchDifferences =
+        packagesFeaturePhase == Off
+            ? searchDifferences
+            : Difference(*old.userSearchPath->GetMainEntries(), *userSearchPath->GetMainEntries());
     if (!pathChangeInProgress) {
         // A folder that leaves the path is no longer frozen by name.
         const auto registry = packagesFeaturePhase != Off ? Registry() : nullptr;
@@ -464,6 +483,7 @@ void MainSearchPathManager::SetPathFolders(const FolderRange& folders, foundatio
 
 void MainSearchPathManager::SetPathFolders(const CanonicalFolderRange& folders,
                                            foundation::core::except::Notification& notification) {
+    ReleaseRetiredCurrentFolderManagers();
     if (packagesFeaturePhase != Off) {
         CanonicalFolderVector unique;
         IRISet seen;
@@ -565,6 +585,79 @@ void MainSearchPathManager::SetPathFoldersWithPackages(const CanonicalFolderVect
                  std::make_shared<const ComponentVector>(std::move(classified.components)));
 }
 
+// ---- Packages as atomic units --------------------------------------------
+
+namespace {
+
+using BrokenPackages = std::unordered_set<ComponentIdentifier, OrvianComponents::ComponentIdentifierHash>;
+
+bool OnThePath(const std::set<int>& kinds) { return kinds.contains(0); }
+
+// Whether the package's path folders stand on the path as one run, in the
+// package's order.
+bool PackageFoldersContiguous(const PackageRegistry::IPackage& package, const IPath& userPath) {
+    std::vector<CanonicalAbsoluteIRI> run;
+    for (const auto& record : *package.GetEntryRecords())
+        if (record.entry && OnThePath(*record.kinds)) run.push_back(record.entry->GetIRI());
+    const auto mains = userPath.GetMainEntries();
+    if (mains->empty()) return false;
+    return std::search(mains->begin(), mains->end(), run.begin(), run.end(),
+                       [](const PathEntryPointer& entry, const CanonicalAbsoluteIRI& folder) {
+                           return entry->GetIRI() == folder;
+                       }) != mains->end();
+}
+
+// Whether anything of the package is left on the path.
+bool AnyPackageFolderOnPath(const PackageRegistry::IPackage& package, const IPath& userPath) {
+    if (userPath.GetPathEntryFromAbsoluteIRI(package.GetRoot())) return true;
+    const auto folders = package.GetFolders();
+    return std::any_of(folders->begin(), folders->end(), [&userPath](const PackageRegistry::PackageFolderRecord& record) {
+        return OnThePath(*record.kinds) && userPath.GetPathEntryFromAbsoluteIRI(record.folder);
+    });
+}
+
+// The packages, not managed ones, whose folders among `entries` leave them
+// broken by `rule`.
+template <class Rule>
+BrokenPackages FindBrokenPackages(const PathEntryVector& entries, const IPackageRegistry& registry, Rule rule) {
+    BrokenPackages broken;
+    for (const auto& entry : entries) {
+        const auto owner = registry.GetOwner(entry->GetIRI());
+        if (!owner) continue;
+        const auto package = registry.GetPackage(*owner);
+        // A managed package stands on the path whole, by its root.
+        if (!package || package->IsManaged()) continue;
+        if (rule(*package)) broken.insert(*owner);
+    }
+    return broken;
+}
+
+void WarnOfBrokenPackages(const BrokenPackages& broken, const char* key, const IPackageRegistry& registry) {
+    if (broken.empty()) return;
+    ustring names;
+    for (const auto& id : broken) names += u"\n\t" + registry.GetDisplayName(id);
+    qvWarningMsgId(resource_core::BaseMsgID(MpathComponent, key, {names}));
+}
+
+} // namespace
+
+void MainSearchPathManager::CheckPackagesAtomicUnits(const PathEntryVectorDifferentiator& differences,
+                                                     const IPath& userPath, const IPackageRegistry& registry) const {
+    auto torn = [&userPath](const PackageRegistry::IPackage& package) {
+        return !PackageFoldersContiguous(package, userPath);
+    };
+    auto leftBehind = [&userPath](const PackageRegistry::IPackage& package) {
+        return AnyPackageFolderOnPath(package, userPath);
+    };
+    // All three sets are known before the first warning goes out.
+    const BrokenPackages added = FindBrokenPackages(*differences.GetAdded(), registry, torn);
+    const BrokenPackages removed = FindBrokenPackages(*differences.GetRemoved(), registry, leftBehind);
+    const BrokenPackages reordered = FindBrokenPackages(*differences.GetReordered(), registry, torn);
+    WarnOfBrokenPackages(added, "PackagesBrokenAsAtomicUnitDueToAddedEntries", registry);
+    WarnOfBrokenPackages(removed, "PackagesBrokenAsAtomicUnitDueToRemovedEntries", registry);
+    WarnOfBrokenPackages(reordered, "PackagesBrokenAsAtomicUnitDueToReorderedEntries", registry);
+}
+
 // ---- Refresh -------------------------------------------------------------
 
 void MainSearchPathManager::MarkPathEntriesOutOfDate(RefreshType type) {
@@ -585,6 +678,7 @@ void MainSearchPathManager::MarkPathEntriesOutOfDate(RefreshType type) {
 
 bool MainSearchPathManager::Refresh(RefreshType type) {
     if (pathChangeInProgress) return false;
+    ReleaseRetiredCurrentFolderManagers();
     MarkPathEntriesOutOfDate(type);
     const InstalledPaths old = *paths;
     PathEntryRefresher refresher(old.mainPath->GetMainEntries(), entryFactory, folderMonitor, Registry(),
@@ -618,13 +712,7 @@ bool MainSearchPathManager::Refresh(RefreshType type) {
                 userEntries.push_back(std::move(found));
         userPath = pathFactory.CreatePath(std::move(userEntries));
     }
-    const auto searchPath = ComposeSearchPath(
-        pathFactory, mainPath, currentFolderManager->GetCurrentFolderPathForMainPath(*userPath), packagesFeaturePhase);
-    const auto userSearchPath =
-        packagesFeaturePhase != Off
-            ? ComposeUserSearchPath(currentFolderManager->GetCurrentFolderPathForMainPath(*userPath),
-                                    GetCurrentFolderComponent(), userPath)
-            : searchPath;
+    const auto [userSearchPath, searchPath] = ComposeSearchPaths(userPath, mainPath);
     const auto differences = Difference(before, after);
     try {
         InstallNewPath(userPath, mainPath, userSearchPath, searchPath, std::shared_ptr(pathFolders),

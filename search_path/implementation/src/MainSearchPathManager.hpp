@@ -69,8 +69,19 @@ private:
         std::optional<OrvianComponents::ComponentIdentifier> oldComponent;
     };
     struct ClassifiedFolders;
+    // The two search paths composed around the current folder path of the
+    // moment; with the phase Off they are one object.
+    struct SearchPaths {
+        std::shared_ptr<const IPath> userSearchPath;
+        std::shared_ptr<const IPath> searchPath;
+    };
 
+    SearchPaths ComposeSearchPaths(const std::shared_ptr<const IPath>& userPath,
+                                   const std::shared_ptr<const IPath>& mainPath) const;
     void SetCurrentFolderPathManager();
+    // Destroys the current folder managers replaced during an installation;
+    // does nothing while one runs.
+    void ReleaseRetiredCurrentFolderManagers();
     void HandleCurrentFolderPathChanged(const std::shared_ptr<const IPath>& oldPath,
                                         const std::optional<OrvianComponents::ComponentIdentifier>& oldComponent);
     void InstallNewPath(std::shared_ptr<const IPath> userPath, std::shared_ptr<const IPath> mainPath,
@@ -95,6 +106,8 @@ private:
     void SetPathFoldersWithPackages(const CanonicalFolderVector& folders, foundation::core::except::Notification& notification);
     void SetPathFromEntries(PathEntryVector entries);
     void MarkPathEntriesOutOfDate(RefreshType type);
+    void CheckPackagesAtomicUnits(const PathEntryVectorDifferentiator& differences, const IPath& userPath,
+                                  const Thornfell::PackageRegistry::IPackageRegistry& registry) const;
     std::shared_ptr<const Thornfell::PackageRegistry::IPackageRegistry> Registry() const;
 
     boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager;
@@ -103,6 +116,12 @@ private:
     const IPathFactory& pathFactory;
     std::unique_ptr<ICurrentFolderPathManagerFactory> currentFolderManagerFactory;
     std::unique_ptr<ICurrentFolderPathManager> currentFolderManager;
+    // Managers replaced while an installation ran: one of them may have
+    // started it and still be on the stack, so they live until the manager
+    // is idle again. They are no longer heard.
+    std::vector<std::unique_ptr<ICurrentFolderPathManager>> retiredCurrentFolderManagers;
+    // Ends the retired managers once a working folder change has been dealt with.
+    foundation::msg_svc::eventmgr::ScopedConnection workingFolderConnection;
     CurrentFolderPolicy currentFolderPolicy;
     std::unique_ptr<InstalledPaths> paths;
     IFolderMonitor& folderMonitor;

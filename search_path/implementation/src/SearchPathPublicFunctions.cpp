@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+
 #include <exception>
 
 namespace Thornfell::PathManagement {

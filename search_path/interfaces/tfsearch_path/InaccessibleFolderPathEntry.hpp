@@ -3,12 +3,19 @@
 // path, with no files and no child folders.
 #include "tfsearch_path/IPathEntry.hpp"
 
+#include <memory>
+
+namespace storage::filefolderobserver {
+class IFileFolderObserver;
+}
+
 namespace Thornfell::PathManagement {
 
 class InaccessibleFolderPathEntry final : public IPathEntry,
                                           public std::enable_shared_from_this<InaccessibleFolderPathEntry> {
 public:
     InaccessibleFolderPathEntry(PathEntryType type, foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor);
+    ~InaccessibleFolderPathEntry() override;
 
     PathEntryType GetPathEntryType() const override { return type_; }
     std::shared_ptr<const PathItemVector> GetPathItems() const override;
@@ -24,9 +31,11 @@ public:
     bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override;
-    // The folder couldn't be read when the entry was made: it counts as out
-    // of date, so that a refresh tries it again.
-    bool IsOutOfDate() const override { return true; }
+    // Out of date once the folder is there again, so that a refresh tries it
+    // then and not before. The parent folder is watched: while it doesn't
+    // change the answer costs no system call; after that, or where it can't
+    // be watched, one look at the folder.
+    bool IsOutOfDate() const override;
     // Tries the folder again; if it still can't be read, the storage
     // exception reaches the caller, who keeps this entry.
     PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const override;
@@ -37,6 +46,8 @@ private:
     foundation::storage::vfs::CanonicalAbsoluteIRI iri_;
     ustring descriptor_;
     foundation::storage::vfs::PathComparator comparator_;
+    std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> parentObserver_;
+    bool lookEveryTime_ = true;
 };
 
 } // namespace Thornfell::PathManagement

@@ -2,8 +2,12 @@
 
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
+#include "foundation/storage/vfs/StorageSystem.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
+
+#include <sys/stat.h>
 
 namespace Thornfell::PathManagement {
 
@@ -16,12 +20,38 @@ const PathEntryList& NoEntries() {
     static const auto entries = std::make_shared<const PathEntryVector>();
     return entries;
 }
+
+bool IsFolderThere(const foundation::storage::vfs::AbsoluteIRI& iri) {
+    struct stat status {};
+    return ::stat(fl::i18n::ustring_to_utf8(iri.getPath()).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
 } // namespace
 
 InaccessibleFolderPathEntry::InaccessibleFolderPathEntry(PathEntryType type,
                                                          foundation::storage::vfs::CanonicalAbsoluteIRI iri,
                                                          ustring descriptor)
-    : type_(type), iri_(std::move(iri)), descriptor_(std::move(descriptor)) {}
+    : type_(type), iri_(std::move(iri)), descriptor_(std::move(descriptor)) {
+    if (iri_.hasParent()) {
+        try {
+            // Its own warnings about change handles don't concern anybody:
+            // without a watch the folder is looked at each time.
+            foundation::core::except::Notification unused;
+            const auto storage = OrvianStorageSystem::GetStorageSystemReference();
+            parentObserver_ = storage::filefolderobserver::GetFileFolderObserverFactory(storage).CreateObserver(
+                foundation::storage::vfs::Folder(iri_.getParent(), storage), unused);
+        } catch (const foundation::storage::vfs::Exception&) {
+        }
+    }
+    // The folder may have come back before the watch began.
+    lookEveryTime_ = !parentObserver_ || IsFolderThere(iri_);
+}
+
+InaccessibleFolderPathEntry::~InaccessibleFolderPathEntry() = default;
+
+bool InaccessibleFolderPathEntry::IsOutOfDate() const {
+    if (!lookEveryTime_ && !parentObserver_->hasChanged()) return false;
+    return IsFolderThere(iri_);
+}
 
 std::shared_ptr<const PathItemVector> InaccessibleFolderPathEntry::GetPathItems() const { return NoItems(); }
 PathEntryList InaccessibleFolderPathEntry::GetPackageEntries() const { return NoEntries(); }

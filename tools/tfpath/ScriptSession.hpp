@@ -1,0 +1,76 @@
+#pragma once
+// A session that a person drives: one engine instance and its manager, and
+// what the commands of the session keep between lines (policy handles,
+// mementos, whether events are shown).
+//
+// Commands come in groups, each in a source of its own that fills the
+// table through its Add...SessionCommands function; the loop of `tfpath run`
+// only looks a command's first word up in the table.
+#include "EngineSession.hpp"
+#include "resource_core/BaseMsgID.hpp"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tfpath {
+
+// A failure that ends the run; the loop adds the file and the line.
+class SessionError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+class ScriptSession {
+public:
+    // Soft messages, warnings and events go to `out`.
+    explicit ScriptSession(std::ostream& out);
+    ~ScriptSession();
+    ScriptSession(const ScriptSession&) = delete;
+    ScriptSession& operator=(const ScriptSession&) = delete;
+
+    Thornfell::PathManagement::IMainSearchPathManager& manager() { return engine_.manager(); }
+    std::ostream& out() { return out_; }
+
+    // A folder word as the host takes it: relative to the working folder.
+    foundation::storage::vfs::AbsoluteIRI FolderIRI(const std::string& word) const;
+    // "message IDENTIFIER: text", with the text from the catalogue.
+    void Report(const resource_core::BaseMsgID& message);
+    void Report(const foundation::core::except::Notification& notification);
+    // Hands the whole list to the manager and reports what it says.
+    void SetPathFolders(const std::vector<foundation::storage::vfs::AbsoluteIRI>& folders);
+
+    // Each stage of each path change is printed while this is on.
+    void ShowEvents(bool on);
+    // Handles of pushed mutability policies, the latest last.
+    std::vector<std::shared_ptr<void>>& policyHandles() { return policyHandles_; }
+    std::map<std::string, std::shared_ptr<Thornfell::PathManagement::PathMemento>>& mementos() { return mementos_; }
+
+private:
+    std::ostream& out_;
+    EngineSession engine_;
+    foundation::msg_svc::eventmgr::ScopedConnection events_;
+    // Released before the manager: a handle must not outlive it.
+    std::vector<std::shared_ptr<void>> policyHandles_;
+    std::map<std::string, std::shared_ptr<Thornfell::PathManagement::PathMemento>> mementos_;
+};
+
+// A command: the session and the words after the command's name.
+using SessionCommand = std::function<void(ScriptSession&, const std::vector<std::string>& words)>;
+using SessionCommandTable = std::map<std::string, SessionCommand>;
+
+// path, cd, which, refresh, events, policy, memento.
+void AddPathSessionCommands(SessionCommandTable& table);
+
+// Options among the words of a command. Each removes what it takes.
+bool TakeFlag(std::vector<std::string>& words, const std::string& flag);
+// The word after `option`; SessionError when there is none.
+std::optional<std::string> TakeOption(std::vector<std::string>& words, const std::string& option);
+// SessionError for a word left over that looks like an option.
+void RefuseOptions(const std::vector<std::string>& words, const std::string& command);
+
+} // namespace tfpath
