@@ -340,6 +340,16 @@ void WriteCachedEntry(std::ostream& out, const IPathEntry& entry, int depth, con
     out << std::setw(depth + 1) << "" << "</D>\n";
 }
 
+bool IsFormatFault(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const ToolboxCacheWrongFormatException&) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
 } // namespace
 
 PathEntryPointer PathEntryFactory::BuildCachedEntry(const PathCacheReader::FolderContents& contents,
@@ -410,8 +420,10 @@ void PathEntryFactory::LoadToolboxCache(std::istream& in, const AbsoluteIRI& roo
             });
         });
     } catch (...) {
-        // Folders already built stay loaded; those not started don't run.
-        tasks.cancel();
+        // Every folder closed before a fault in the file is still built, so
+        // that what was read stays served whatever the pool had started;
+        // any other failure (out of memory) stops the tasks not yet begun.
+        if (!IsFormatFault(std::current_exception())) tasks.cancel();
         try {
             tasks.wait();
         } catch (...) {
