@@ -20,6 +20,7 @@ void AddListCommand(CLI::App& app, const GlobalOptions& global);
 void AddEntryCommand(CLI::App& app, const GlobalOptions& global);
 void AddWhichCommand(CLI::App& app, const GlobalOptions& global);
 void AddPathCommand(CLI::App& app, const GlobalOptions& global);
+void AddCacheCommand(CLI::App& app, const GlobalOptions& global);
 
 // Applies the global options to the process (install root, feature switches).
 void ApplyGlobalOptions(const GlobalOptions& global);

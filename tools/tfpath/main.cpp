@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
     tfpath::AddEntryCommand(app, global);
     tfpath::AddWhichCommand(app, global);
     tfpath::AddPathCommand(app, global);
+    tfpath::AddCacheCommand(app, global);
     int status = 0;
     try {
         app.parse(argc, argv);
