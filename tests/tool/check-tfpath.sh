@@ -42,5 +42,24 @@ expect "current folder on the path stands first, once" "$EXTRA
 $CORE" bash -c "'$TFPATH' path --json --cd '$EXTRA' '$CORE' '$EXTRA' | grep '\"folder\"' | sed 's/.*: \"//; s/\".*//'"
 expect_status "special folder refused on the path" 0 "$TFPATH" path "$CORE/+geometry"
 
-echo "$((17 - failures)) passed, $failures failed"
+# The toolbox cache, on a scratch copy of the toolbox.
+SCRATCH="$(mktemp -d)"
+trap 'rm -rf "$SCRATCH"' EXIT
+cp -r "$TREE/toolbox" "$SCRATCH/toolbox"
+TB="$SCRATCH/toolbox"
+expect_status "cache written" 0 "$TFPATH" cache write "$SCRATCH/tb.cache" --root "$TB"
+expect "cache counted" "9 folders, 16 files" "$TFPATH" cache check "$SCRATCH/tb.cache"
+expect "the shipped cache is the toolbox's" "9 folders, 16 files" "$TFPATH" cache check "$TREE/../tree.cache"
+rm "$TB/core/hello.tf"
+expect "a lookup served from the cache" "$TB/core/hello.tf" "$TFPATH" cache load "$SCRATCH/tb.cache" --root "$TB" which hello "$TB/core"
+expect_status "without the cache the file is gone" 1 "$TFPATH" which hello "$TB/core"
+printf '<Thornfell type="Path Cache File" version="2.0" date="x">\n <D name="core">\n <X/>' >"$SCRATCH/bad.cache"
+expect "fault offset" "tfpath: $SCRATCH/bad.cache: not a toolbox cache file: fault at byte 77" \
+  bash -c "'$TFPATH' cache check '$SCRATCH/bad.cache' 2>&1"
+expect_status "faulty cache check" 1 "$TFPATH" cache check "$SCRATCH/bad.cache"
+expect_status "faulty cache load" 1 "$TFPATH" cache load "$SCRATCH/bad.cache" --root "$TB"
+mkdir "$SCRATCH/dir.cache"
+expect_status "unwritable cache file" 1 "$TFPATH" cache write "$SCRATCH/dir.cache" --root "$TB"
+
+echo "$((26 - failures)) passed, $failures failed"
 [[ $failures -eq 0 ]]
