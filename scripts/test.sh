@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs, builds and runs the whole test suite.
-#   scripts/test.sh                 the suite, then the suite again under ThreadSanitizer
+#   scripts/test.sh                 the suite, then the suite again under ThreadSanitizer,
+#                                   then the cache reader fuzzed for 60 seconds
 #   scripts/test.sh --sanitize thread|address
 #                                   the whole suite in that sanitizer build only
 #   scripts/test.sh --plain         the suite without any sanitizer run
@@ -29,6 +30,8 @@ case "$MODE" in
     # the parallel index builds and queries, and the worker thread are
     # exercised throughout the suite.
     TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" run_suite thread
+    # The cache reader against inputs no test thought of (scripts/fuzz.sh).
+    "$ROOT/scripts/fuzz.sh" 60
     ;;
   plain) run_suite release ;;
   thread) TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" run_suite thread ;;
