@@ -86,14 +86,19 @@ TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListi
                              "a/private/secret.tf", "a/resources/icon.txt", "b/two.tf"})
         tree.file(std::string("install/toolbox/") + file);
     tree.file("elsewhere/three.tf");
+    tree.file("install/toolbox/quoted/say\"hi\".tf");
     auto& factory = FreshFactory();
     const std::vector<std::string> mains = {"install/toolbox/a", "install/toolbox/b"};
     std::vector<std::string> listed;
     for (const auto& folder : mains) listed.push_back(Describe(*factory.GetPathEntry(tree.iri(folder))));
-    const auto monitored = factory.GetPathEntry(tree.iri("elsewhere"));  // alive, but not frozen: not written
+    const auto monitored = factory.GetPathEntry(tree.iri("elsewhere"));
+    const auto quoted = factory.GetPathEntry(tree.iri("install/toolbox/quoted"));
     std::ostringstream out;
     factory.WriteToolboxCache(out, tree.iri("install/toolbox"));
+    // Not alive or not frozen, or a name the format can't hold: not written,
+    // so such a folder is listed from the disk as usual.
     EXPECT_EQ(out.str().find("elsewhere"), std::string::npos);
+    EXPECT_EQ(out.str().find("quoted"), std::string::npos);
     // A private folder is nested in its parent, named from the root.
     EXPECT_NE(out.str().find("\n  <D name=\"a/private\">\n   <C name=\"secret.tf\"/>\n  </D>\n"), std::string::npos);
 
