@@ -21,6 +21,11 @@ run which --scope method,uddclass lift "$TREE/toolbox/core"
 run path --cd "$TREE/project" "$TREE/toolbox/core" "$TREE/toolbox/extra"
 run --root "$TREE/toolbox" path --tree --cd "$TREE/toolbox/extra" "$TREE/toolbox/core" "$TREE/toolbox/extra"
 run which --cd "$TREE/project" localHelper "$TREE/toolbox/core"
+# The toolbox cache, written from examples/tree/toolbox by
+#   tfpath cache write examples/tree.cache --root examples/tree/toolbox
+# A lookup after the load lists no folder: the entries come from the file.
+run cache check "$HERE/tree.cache"
+run cache load "$HERE/tree.cache" --root "$TREE/toolbox" which --all hello "$TREE/toolbox/extra" "$TREE/toolbox/core"
 echo
 echo "\$ tfpath which nosuchname ...   (exits with status 1)"
 if "$TFPATH" which nosuchname "$TREE/toolbox/core"; then exit 1; fi

@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # Installs, builds and runs the whole test suite.
 #   scripts/test.sh                 the suite, then again under ThreadSanitizer,
-#                                   then under AddressSanitizer + UndefinedBehaviorSanitizer
+#                                   then under AddressSanitizer + UndefinedBehaviorSanitizer,
+#                                   then the cache reader fuzzed for 60 seconds
 #   scripts/test.sh --sanitize thread|address
 #                                   the whole suite in that sanitizer build only
 #   scripts/test.sh --plain         the suite without any sanitizer run
 # Extra arguments after these go to ctest (for example -R Path or -L manager).
 set -euo pipefail
 ROOT="$(cd "$(dirname "$0")/.." && pwd)"
-STAGES=(release thread address)
+STAGES=(release thread address fuzz)
 case "${1:-}" in
   --sanitize)
     case "${2:-}" in
@@ -35,6 +36,12 @@ export UBSAN_OPTIONS="print_stacktrace=1 halt_on_error=1"
 
 for kind in "${STAGES[@]}"; do
   started=$SECONDS
+  if [[ $kind == fuzz ]]; then
+    # The cache reader against inputs no test thought of (scripts/fuzz.sh).
+    "$ROOT/scripts/fuzz.sh" 60
+    echo "== fuzz: $((SECONDS - started)) s"
+    continue
+  fi
   "$ROOT/scripts/build.sh" "$kind"
   built=$((SECONDS - started))
   (cd "$ROOT/build/$kind" && ctest --output-on-failure -j "$JOBS" "$@")

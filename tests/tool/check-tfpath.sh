@@ -5,8 +5,10 @@ set -uo pipefail
 TFPATH="$1"
 TREE="$(cd "$2" && pwd -P)"
 failures=0
+checks=0
 expect() {  # description, expected output, command...
   local what="$1" want="$2"; shift 2
+  checks=$((checks + 1))
   local got
   got="$("$@" 2>/dev/null)"
   if [[ "$got" != "$want" ]]; then
@@ -15,6 +17,7 @@ expect() {  # description, expected output, command...
 }
 expect_status() {  # description, status, command...
   local what="$1" want="$2"; shift 2
+  checks=$((checks + 1))
   "$@" >/dev/null 2>&1; local got=$?
   if [[ "$got" != "$want" ]]; then echo "FAIL: $what: status $got, want $want"; failures=$((failures + 1)); fi
 }
@@ -52,5 +55,24 @@ expect "a hard failure names its line and why" "tfpath: <stdin>:2: unknown comma
 expect "a missing argument" "tfpath: <stdin>:1: path add: missing folder" bash -c "echo 'path add' | '$TFPATH' run 2>&1"
 expect_status "a hard failure ends the run with status 1" 1 bash -c "echo 'cd /no/such/folder' | '$TFPATH' run"
 
-echo "$((22 - failures)) passed, $failures failed"
+# The toolbox cache, on a scratch copy of the toolbox.
+SCRATCH="$(mktemp -d)"
+trap 'rm -rf "$SCRATCH"' EXIT
+cp -r "$TREE/toolbox" "$SCRATCH/toolbox"
+TB="$SCRATCH/toolbox"
+expect_status "cache written" 0 "$TFPATH" cache write "$SCRATCH/tb.cache" --root "$TB"
+expect "cache counted" "9 folders, 16 files" "$TFPATH" cache check "$SCRATCH/tb.cache"
+expect "the shipped cache is the toolbox's" "9 folders, 16 files" "$TFPATH" cache check "$TREE/../tree.cache"
+rm "$TB/core/hello.tf"
+expect "a lookup served from the cache" "$TB/core/hello.tf" "$TFPATH" cache load "$SCRATCH/tb.cache" --root "$TB" which hello "$TB/core"
+expect_status "without the cache the file is gone" 1 "$TFPATH" which hello "$TB/core"
+printf '<Thornfell type="Path Cache File" version="2.0" date="x">\n <D name="core">\n <X/>' >"$SCRATCH/bad.cache"
+expect "fault offset" "tfpath: $SCRATCH/bad.cache: not a toolbox cache file: fault at byte 77" \
+  bash -c "'$TFPATH' cache check '$SCRATCH/bad.cache' 2>&1"
+expect_status "faulty cache check" 1 "$TFPATH" cache check "$SCRATCH/bad.cache"
+expect_status "faulty cache load" 1 "$TFPATH" cache load "$SCRATCH/bad.cache" --root "$TB"
+mkdir "$SCRATCH/dir.cache"
+expect_status "unwritable cache file" 1 "$TFPATH" cache write "$SCRATCH/dir.cache" --root "$TB"
+
+echo "$((checks - failures)) passed, $failures failed"
 [[ $failures -eq 0 ]]

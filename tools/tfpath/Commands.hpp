@@ -22,6 +22,7 @@ void AddWhichCommand(CLI::App& app, const GlobalOptions& global);
 void AddPathCommand(CLI::App& app, const GlobalOptions& global);
 void AddRunCommand(CLI::App& app, const GlobalOptions& global);
 void AddWatchCommand(CLI::App& app, const GlobalOptions& global);
+void AddCacheCommand(CLI::App& app, const GlobalOptions& global);
 
 // Applies the global options to the process (install root, feature switches).
 void ApplyGlobalOptions(const GlobalOptions& global);

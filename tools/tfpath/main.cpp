@@ -20,6 +20,7 @@ int main(int argc, char** argv) {
     tfpath::AddPathCommand(app, global);
     tfpath::AddRunCommand(app, global);
     tfpath::AddWatchCommand(app, global);
+    tfpath::AddCacheCommand(app, global);
     int status = 0;
     try {
         app.parse(argc, argv);

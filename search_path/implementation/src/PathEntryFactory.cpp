@@ -4,14 +4,21 @@
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/usm/StateStore.hpp"
 #include "fl/filesystem/Filesystem.hpp"
+#include "fl/i18n/TextConverters.hpp"
 #include "host/HostServices.hpp"
 #include "ovutil/LocalEventMgr.hpp"
 #include "tfsearch_path/IFolderMonitor.hpp"
 #include "tfsearch_path/PathEvents.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
+#include <boost/date_time/posix_time/posix_time.hpp>
+#include <oneapi/tbb/task_group.h>
+
+#include <ctime>
+#include <iomanip>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <stdexcept>
 #include <typeinfo>
 
@@ -83,6 +90,12 @@ PathEntryPointer LockFrom(const WeakEntryMap& cache, const AbsoluteIRI& key) {
         weak = accessor->second;
     }
     return weak.lock();
+}
+
+void StoreWeak(WeakEntryMap& cache, const CanonicalAbsoluteIRI& key, const PathEntryPointer& entry) {
+    WeakEntryMap::accessor accessor;
+    cache.insert(accessor, key);
+    accessor->second = entry;
 }
 
 } // namespace
@@ -253,18 +266,10 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
         std::move(children.uddClasses), std::move(children.privateEntry), std::move(children.resourcesEntry),
         std::move(items), folder.getPathComparator(), std::move(observer), eventManager);
 
-    {
-        WeakEntryMap::accessor accessor;
-        CacheFor(state).insert(accessor, canonical);
-        accessor->second = entry;
-    }
+    StoreWeak(CacheFor(state), canonical, entry);
     if (type == Main && IsUnderInstallRoot(canonical)) {
         std::shared_lock lock(toolboxEntriesLock);
-        StrongEntryMap::accessor accessor;
-        toolboxEntries.insert(accessor, canonical);
-        // The entry it replaces, if any, is released after the accessor.
-        PathEntryPointer previous = std::exchange(accessor->second, entry);
-        accessor.release();
+        StoreToolboxEntry(entry);
     }
     return entry;
 }
@@ -289,12 +294,189 @@ PathEntryPointer PathEntryFactory::GetFrozenEntryFor(const PathEntryPointer& ent
         std::move(items), entry->GetPathComparator(), std::move(observer), eventManager);
 }
 
-void PathEntryFactory::LoadToolboxCache(std::istream&, const AbsoluteIRI&) {
-    throw std::logic_error("the toolbox cache can't be read by this build");
+void PathEntryFactory::StoreToolboxEntry(const PathEntryPointer& entry) const {
+    StrongEntryMap::accessor accessor;
+    toolboxEntries.insert(accessor, entry->GetIRI());
+    // The entry it replaces, if any, is released after the accessor.
+    PathEntryPointer previous = std::exchange(accessor->second, entry);
+    accessor.release();
 }
 
-void PathEntryFactory::WriteToolboxCache(std::ostream&, const AbsoluteIRI&) const {
-    throw std::logic_error("the toolbox cache can't be written by this build");
+// ---------------------------------------------------------------------------
+// The toolbox cache: entries from the file, and the file from the entries.
+
+struct PathEntryFactory::CacheFrame {
+    CanonicalAbsoluteIRI iri;
+    PathEntryChildren children;
+    PathItemVector items;
+    PathEntryType entryType;
+};
+
+namespace {
+
+// The cache's own split of a file name: at the last dot, so a name that ends
+// in a dot has the extension "." and one that starts with its only dot has
+// an empty stem.
+PathItemPointer MakeCachedItem(const PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder) {
+    const std::size_t dot = file.name.rfind(u'.');
+    ustring stem = dot == ustring::npos ? file.name : file.name.substr(0, dot);
+    ustring extension = dot == ustring::npos ? ustring() : file.name.substr(dot);
+    auto item = std::make_shared<PathItem>(std::move(stem), std::move(extension), CanonicalAbsoluteIRI(folder));
+    item->contentKind.store(file.kind == 'C' ? KindC : file.kind == 'N' ? KindN : KindU, std::memory_order_relaxed);
+    return item;
+}
+
+char KindLetter(std::int32_t kind) { return kind == KindC ? 'C' : kind == KindN ? 'N' : 'U'; }
+
+// "Thu Nov 19 04:12:03 2026": local time, English names whatever the
+// process's locale.
+ustring CacheDateStamp() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    if (!::localtime_r(&now, &local)) throw std::runtime_error("could not convert calendar time to local time");
+    std::ostringstream text;
+    text.imbue(std::locale(std::locale::classic(), new boost::posix_time::time_facet("%a %b %d %H:%M:%S %Y")));
+    text << boost::posix_time::ptime_from_tm(local);
+    return fl::i18n::utf8_to_ustring(text.str());
+}
+
+// The format has no escape, and a name ends at the first quotation mark. A
+// main folder with such a name anywhere in it is left out of the file, so it
+// is listed from the disk like any folder the cache doesn't hold.
+bool IsWritableToCache(const IPathEntry& entry, const CanonicalAbsoluteIRI& root) {
+    if (entry.GetIRI().makePathRelativeTo(root).find(u'"') != ustring::npos) return false;
+    for (const auto& item : *entry.GetPathItems())
+        if (item->stem.find(u'"') != ustring::npos || item->extension.find(u'"') != ustring::npos) return false;
+    for (const PathEntryList& children : {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
+        for (const auto& child : *children)
+            if (!IsWritableToCache(*child, root)) return false;
+    for (const PathEntryPointer& child : {entry.GetPrivateEntry(), entry.GetResourcesEntry()})
+        if (child && !IsWritableToCache(*child, root)) return false;
+    return true;
+}
+
+void WriteCachedEntry(std::ostream& out, const IPathEntry& entry, int depth, const CanonicalAbsoluteIRI& root,
+                      const fl::i18n::codecvt_ustring_to_string& toUtf8) {
+    out << std::setw(depth + 1) << "" << "<D name=\"" << toUtf8(entry.GetIRI().makePathRelativeTo(root)) << "\">\n";
+    for (const PathEntryList& children : {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
+        for (const auto& child : *children) WriteCachedEntry(out, *child, depth + 1, root, toUtf8);
+    for (const PathEntryPointer& child : {entry.GetPrivateEntry(), entry.GetResourcesEntry()})
+        if (child) WriteCachedEntry(out, *child, depth + 1, root, toUtf8);
+    for (const auto& item : *entry.GetPathItems())
+        out << std::setw(depth + 2) << "" << '<' << KindLetter(item->contentKind.load(std::memory_order_relaxed))
+            << " name=\"" << toUtf8(item->FileName()) << "\"/>\n";
+    out << std::setw(depth + 1) << "" << "</D>\n";
+}
+
+bool IsFormatFault(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const ToolboxCacheWrongFormatException&) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace
+
+PathEntryPointer PathEntryFactory::BuildCachedEntry(const PathCacheReader::FolderContents& contents,
+                                                    std::vector<CacheFrame>& frames, const CanonicalAbsoluteIRI& root,
+                                                    const foundation::storage::vfs::PathComparator& comparator) const {
+    CanonicalAbsoluteIRI iri(root, contents.name);
+    // The file is believed: the type comes from the names alone, an "@"
+    // folder in an "@" folder being a class of its class.
+    PathEntryType type = GetPathEntryTypeFromBaseName(iri.getName());
+    if (type == Method && !frames.empty() && frames.back().entryType == Method) type = UDDClass;
+    frames.push_back(CacheFrame{iri, {}, {}, type});
+    for (const auto& subfolder : contents.subfolders) {
+        PathEntryPointer child = BuildCachedEntry(subfolder, frames, root, comparator);
+        frames.pop_back();
+        if (child->GetPathEntryType() == Main) throw ToolboxCacheWrongFormatException();
+        PushChildEntryToCurrentPathEntry(frames.back().children, child);
+    }
+    CacheFrame& frame = frames.back();
+    frame.items.reserve(contents.files.size());
+    for (const auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri));
+    // Nothing is listed: the folder and its frozen observer don't read the disk.
+    auto observer = observerFactory.CreateFrozenObserver(Folder(iri, storageSystem));
+    auto entry = std::make_shared<const PathEntry>(
+        iri, iri.toString(), type, std::move(frame.children.packages), std::move(frame.children.methods),
+        std::move(frame.children.uddClasses), std::move(frame.children.privateEntry),
+        std::move(frame.children.resourcesEntry), std::move(frame.items), comparator, std::move(observer), eventManager);
+    StoreWeak(frozenEntries, iri, entry);
+    return entry;
+}
+
+void PathEntryFactory::LoadCachedFolder(const PathCacheReader::FolderContents& contents,
+                                        const CanonicalAbsoluteIRI& root,
+                                        const foundation::storage::vfs::PathComparator& comparator) const {
+    std::vector<CacheFrame> frames;
+    PathEntryPointer entry;
+    try {
+        entry = BuildCachedEntry(contents, frames, root, comparator);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) {
+        throw ToolboxCacheWrongFormatException();
+    }
+    frames.pop_back();
+    // Any top-level folder, whatever its type; the load holds the lock.
+    StoreToolboxEntry(entry);
+}
+
+void PathEntryFactory::LoadToolboxCache(std::istream& in, const AbsoluteIRI& root) {
+    utTicImpl();
+    struct StopwatchClose {
+        ~StopwatchClose() { utTocImpl("cachepath"); }
+    } closeStopwatch;
+
+    const Folder rootFolder(root, storageSystem);
+    const CanonicalAbsoluteIRI canonicalRoot = rootFolder.getCanonicalLocation();
+    // One rule for every entry of the load.
+    const foundation::storage::vfs::PathComparator comparator = rootFolder.getPathComparator();
+    fl::i18n::codecvt_string_to_ustring fromUtf8("UTF-8", true);
+    PathCacheReader reader(in, fromUtf8);
+
+    // The reader goes on with the next folder while the tasks build.
+    tbb::task_group tasks;
+    std::shared_lock lock(toolboxEntriesLock);
+    try {
+        reader.ReadFolders([&](std::shared_ptr<PathCacheReader::FolderContents> contents) {
+            tasks.run([this, contents = std::move(contents), canonicalRoot, &comparator] {
+                LoadCachedFolder(*contents, canonicalRoot, comparator);
+            });
+        });
+    } catch (...) {
+        // Every folder closed before a fault in the file is still built, so
+        // that what was read stays served whatever the pool had started;
+        // any other failure (out of memory) stops the tasks not yet begun.
+        if (!IsFormatFault(std::current_exception())) tasks.cancel();
+        try {
+            tasks.wait();
+        } catch (...) {
+            // The reader's fault is the one reported.
+        }
+        throw;
+    }
+    tasks.wait();
+}
+
+void PathEntryFactory::WriteToolboxCache(std::ostream& out, const AbsoluteIRI& root) const {
+    const fl::i18n::codecvt_ustring_to_string toUtf8("UTF-8", true);
+    out << "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=\"" << toUtf8(CacheDateStamp()) << "\">\n";
+    const CanonicalAbsoluteIRI canonicalRoot = Folder(root, storageSystem).getCanonicalLocation();
+    // Shares are taken during the walk and dropped after it: an entry whose
+    // last share went while the map was walked would erase its key under it.
+    PathEntryVector mainEntries;
+    for (const auto& [iri, weak] : frozenEntries) {
+        PathEntryPointer entry = weak.lock();
+        if (entry && entry->GetPathEntryType() == Main && canonicalRoot.isAncestorOf(entry->GetIRI()))
+            mainEntries.push_back(std::move(entry));
+    }
+    for (const auto& entry : mainEntries)
+        if (IsWritableToCache(*entry, canonicalRoot)) WriteCachedEntry(out, *entry, 0, canonicalRoot, toUtf8);
+    out << "</Thornfell>\n";
 }
 
 std::shared_ptr<const PathEntryVector> PathEntryFactory::GetToolboxEntries() const {

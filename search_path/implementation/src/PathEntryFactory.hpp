@@ -1,6 +1,7 @@
 #pragma once
 // Turns folders into entries, and shares the entries it made while they are
 // alive and up to date.
+#include "PathCacheReader.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "foundation/msg_svc/eventmgr/EventMgr.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
@@ -77,6 +78,19 @@ private:
     std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> MakeObserver(
         const foundation::storage::vfs::Folder& folder, FolderMonitoringState state) const;
     void OnEntryDestroyed(const foundation::msg_svc::eventmgr::BaseEvent& event);
+
+    // The toolbox cache: one open folder element of a load.
+    struct CacheFrame;
+    // The load's task for one top-level folder of the file.
+    void LoadCachedFolder(const PathCacheReader::FolderContents& contents,
+                          const foundation::storage::vfs::CanonicalAbsoluteIRI& root,
+                          const foundation::storage::vfs::PathComparator& comparator) const;
+    PathEntryPointer BuildCachedEntry(const PathCacheReader::FolderContents& contents, std::vector<CacheFrame>& frames,
+                                      const foundation::storage::vfs::CanonicalAbsoluteIRI& root,
+                                      const foundation::storage::vfs::PathComparator& comparator) const;
+    // Keeps a main entry alive in toolboxEntries; the caller holds
+    // toolboxEntriesLock in shared mode.
+    void StoreToolboxEntry(const PathEntryPointer& entry) const;
 
     const std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> installRoot;
     const foundation::storage::vfs::StorageSystemReference storageSystem;

@@ -45,7 +45,41 @@ WarningHandlerState& warningHandlerState() {
     return ProcessStore::findOrInsert<WarningHandlerState>(id, [] { return std::make_unique<WarningHandlerState>(); });
 }
 
+struct StopwatchState {
+    std::mutex mutex;
+    std::vector<std::chrono::steady_clock::time_point> open;
+    std::vector<host::StopwatchReading> readings;
+};
+
+StopwatchState& stopwatchState() {
+    static const auto qvmId = QvmStore::getNextID(typeid(StopwatchState));
+    static const auto processId = ProcessStore::getNextID(typeid(StopwatchState));
+    const auto make = [] { return std::make_unique<StopwatchState>(); };
+    return QvmStore::isRequiredContextActive() ? QvmStore::findOrInsert<StopwatchState>(qvmId, make)
+                                               : ProcessStore::findOrInsert<StopwatchState>(processId, make);
+}
+
 } // namespace
+
+void utTicImpl() {
+    StopwatchState& state = stopwatchState();
+    std::lock_guard lock(state.mutex);
+    state.open.push_back(std::chrono::steady_clock::now());
+}
+
+void utTocImpl(const char* name) {
+    const auto now = std::chrono::steady_clock::now();
+    StopwatchState& state = stopwatchState();
+    std::lock_guard lock(state.mutex);
+    // A toc without a tic measures nothing, but is still recorded: the host
+    // shows it as zero.
+    std::chrono::nanoseconds elapsed{0};
+    if (!state.open.empty()) {
+        elapsed = now - state.open.back();
+        state.open.pop_back();
+    }
+    state.readings.push_back({name, elapsed});
+}
 
 bool qvIsValidOrvName(const ustring& name) {
     if (name.empty() || name.size() > kMaxNameLength || !isAsciiLetter(name.front())) return false;
@@ -76,6 +110,18 @@ std::vector<resource_core::BaseMsgID> takeWarnings() {
     WarningState& state = warningState();
     std::lock_guard lock(state.mutex);
     return std::exchange(state.warnings, {});
+}
+
+std::vector<StopwatchReading> takeStopwatchReadings() {
+    StopwatchState& state = stopwatchState();
+    std::lock_guard lock(state.mutex);
+    return std::exchange(state.readings, {});
+}
+
+std::size_t openStopwatchCount() {
+    StopwatchState& state = stopwatchState();
+    std::lock_guard lock(state.mutex);
+    return state.open.size();
 }
 
 void setWarningHandler(std::function<void(const resource_core::BaseMsgID&)> handler) {

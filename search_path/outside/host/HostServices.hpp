@@ -4,7 +4,9 @@
 #include "foundation/core/except/Notification.hpp"
 #include "resource_core/BaseMsgID.hpp"
 
+#include <chrono>
 #include <functional>
+#include <string>
 #include <vector>
 
 // Whether `name` is a valid identifier of the host language: a letter first,
@@ -16,7 +18,22 @@ bool qvIsValidOrvName(const ustring& name);
 // passes each to the warning handler, if one is set.
 void qvWarningMsgId(const resource_core::BaseMsgID& message);
 
+// The host's stopwatch: utTicImpl opens a measurement, utTocImpl closes the
+// latest open one and records it under `name`. Kept per engine instance (or
+// for the process, on a thread without one), like the warnings.
+void utTicImpl();
+void utTocImpl(const char* name);
+
 namespace host {
+struct StopwatchReading {
+    std::string name;
+    std::chrono::nanoseconds elapsed;
+};
+// The measurements closed so far, oldest first; each is taken once.
+std::vector<StopwatchReading> takeStopwatchReadings();
+// How many measurements are open: a tic without its toc.
+std::size_t openStopwatchCount();
+
 // The warnings raised so far in this engine instance, oldest first.
 std::vector<resource_core::BaseMsgID> takeWarnings();
 // A handler that sees each warning as it is raised (the tool prints them).

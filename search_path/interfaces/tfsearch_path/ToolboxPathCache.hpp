@@ -1,0 +1,32 @@
+#pragma once
+// Saving the toolbox cache file of an entry factory.
+#include "foundation/core/except/Exception.hpp"
+#include "foundation/storage/vfs/AbsoluteIRI.hpp"
+
+#include <string>
+
+namespace Thornfell::PathManagement {
+
+class IPathEntryFactory;
+
+class UnableToSaveToolboxCacheException
+    : public foundation::core::except::Exception<foundation::core::except::IInternalException, std::exception, void> {
+public:
+    // `reason` names the file and what went wrong, for the user.
+    explicit UnableToSaveToolboxCacheException(std::string reason) : reason_(std::move(reason)) {}
+    const char* what() const noexcept override { return reason_.c_str(); }
+
+private:
+    std::string reason_;
+};
+
+// Writes the factory's cache of the folders below `root` into `cacheFile`,
+// whole or not at all: it is written beside the file under another name and
+// then renamed into place, so a reader never meets a half-written cache and
+// an earlier file stays as it was when anything fails. Throws
+// UnableToSaveToolboxCacheException when the file can't be written;
+// std::bad_alloc passes as it is.
+void WriteToolboxPathCache(const foundation::storage::vfs::AbsoluteIRI& cacheFile,
+                           const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory);
+
+} // namespace Thornfell::PathManagement

@@ -1,0 +1,35 @@
+#pragma once
+// Converters between the bytes of a named encoding and ustring, made once and
+// used for many strings (the toolbox cache converts every name it holds).
+//
+// Only "UTF-8" is known here. With `substituteInvalid`, bytes that aren't
+// UTF-8 (or unpaired surrogates, the other way) become U+FFFD, so that a
+// conversion never fails; without it they throw std::range_error.
+#include "fl/ustring.hpp"
+
+#include <string>
+#include <string_view>
+
+namespace fl::i18n {
+
+class codecvt_string_to_ustring {
+public:
+    // Throws std::invalid_argument for an encoding other than "UTF-8".
+    codecvt_string_to_ustring(std::string_view encoding, bool substituteInvalid);
+    ustring operator()(std::string_view bytes) const;
+
+private:
+    bool substituteInvalid_;
+};
+
+class codecvt_ustring_to_string {
+public:
+    // Throws std::invalid_argument for an encoding other than "UTF-8".
+    codecvt_ustring_to_string(std::string_view encoding, bool substituteInvalid);
+    std::string operator()(ustring_view text) const;
+
+private:
+    bool substituteInvalid_;
+};
+
+} // namespace fl::i18n

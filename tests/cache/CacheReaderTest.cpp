@@ -1,0 +1,163 @@
+// The cache reader accepts what the writer writes and a little free white
+// space, and nothing else; it hands out each top-level folder as soon as it
+// is closed, and stops at the end line.
+#include "PathCacheReader.hpp"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace tfsp::test {
+namespace {
+
+using Thornfell::PathManagement::PathCacheReader;
+using Thornfell::PathManagement::ToolboxCacheWrongFormatException;
+
+const std::string kStart = "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=\"Thu Nov 19 04:12:03 2026\">\n";
+const std::string kEnd = "</Thornfell>\n";
+
+// "name[subfolders files]" with files as "K:name", all in file order.
+std::string Dump(const PathCacheReader::FolderContents& folder) {
+    std::string text = fl::i18n::ustring_to_utf8(folder.name) + "[";
+    std::string separator;
+    for (const auto& sub : folder.subfolders) text += std::exchange(separator, " ") + Dump(sub);
+    for (const auto& file : folder.files)
+        text += std::exchange(separator, " ") + file.kind + ":" + fl::i18n::ustring_to_utf8(file.name);
+    return text + "]";
+}
+
+struct ReadResult {
+    std::string folders;  // the dumps of the folders handed out, separated by " | "
+    bool rejected = false;
+    std::streamoff stoppedAt = -1;
+};
+
+ReadResult Read(const std::string& text) {
+    std::istringstream in(text);
+    fl::i18n::codecvt_string_to_ustring converter("UTF-8", true);
+    PathCacheReader reader(in, converter);
+    ReadResult result;
+    try {
+        reader.ReadFolders([&](std::shared_ptr<PathCacheReader::FolderContents> folder) {
+            result.folders += (result.folders.empty() ? "" : " | ") + Dump(*folder);
+        });
+    } catch (const ToolboxCacheWrongFormatException&) {
+        result.rejected = true;
+    }
+    in.clear();
+    result.stoppedAt = in.tellg();
+    return result;
+}
+
+std::string Nested(std::size_t depth) {
+    std::string text;
+    for (std::size_t i = 0; i < depth; ++i) text += "<D name=\"+p\">";
+    for (std::size_t i = 0; i < depth; ++i) text += "</D>";
+    return text;
+}
+
+struct AcceptCase {
+    const char* what;
+    std::string file;
+    std::string folders;
+};
+
+TEST(CacheReaderTest, AcceptsTheWritersFormatAndFreeWhiteSpace) {
+    const AcceptCase cases[] = {
+        {"no folders", kStart + kEnd, ""},
+        {"the writer's layout",
+         kStart + " <D name=\"alpha\">\n  <D name=\"alpha/private\">\n   <N name=\"inner.ext\"/>\n  </D>\n"
+                  "  <C name=\"first.ext\"/>\n  <U name=\"noextension\"/>\n </D>\n" + kEnd,
+         "alpha[alpha/private[N:inner.ext] C:first.ext U:noextension]"},
+        {"each top-level folder apart",
+         kStart + " <D name=\"a\">\n </D>\n <D name=\"b\">\n </D>\n" + kEnd, "a[] | b[]"},
+        {"carriage returns and tabs as white space",
+         "\r\n\t" + kStart.substr(0, kStart.size() - 1) + "\r\n <D\r\n\tname=\"x\">\r\n  <C  name=\"f\"/>\r\n </D>\r\n" +
+             "</Thornfell>\r\n",
+         "x[C:f]"},
+        {"no white space at all", kStart + "<Dname=\"x\"><Cname=\"f\"/></D></Thornfell>", "x[C:f]"},
+        {"an empty name, names without escapes",
+         kStart + "<D name=\"\"><C name=\"a&amp;b\"/><U name=\"<x> &\"/></D>" + kEnd, "[C:a&amp;b U:<x> &]"},
+        {"files before, between and after subfolders",
+         kStart + "<D name=\"m\"><C name=\"1\"/><D name=\"m/+p\"></D><N name=\"2\"/><D name=\"m/@c\"></D><U name=\"3\"/></D>" +
+             kEnd,
+         "m[m/+p[] m/@c[] C:1 N:2 U:3]"},
+        {"any date, and nothing read after the end line",
+         "<Thornfell type=\"Path Cache File\" version=\"2.0\" date='whenever'>" + kEnd + "<D name=\"late\">garbage",
+         ""},
+        {"UTF-8 names", kStart + "<D name=\"caf\xC3\xA9\"><C name=\"\xE2\x82\xAC.tf\"/></D>" + kEnd,
+         "caf\xC3\xA9[C:\xE2\x82\xAC.tf]"},
+        {"nesting to the depth limit", kStart + Nested(PathCacheReader::kMaxFolderDepth) + kEnd,
+         [] {
+             std::string dump;
+             for (std::size_t i = 0; i < PathCacheReader::kMaxFolderDepth; ++i) dump += "+p[";
+             return dump + std::string(PathCacheReader::kMaxFolderDepth, ']');
+         }()},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const ReadResult result = Read(c.file);
+        EXPECT_FALSE(result.rejected);
+        EXPECT_EQ(result.folders, c.folders);
+    }
+    // The reader stops right after the end line.
+    EXPECT_EQ(Read(cases[7].file).stoppedAt, static_cast<std::streamoff>(cases[7].file.find(kEnd) + kEnd.size() - 1));
+}
+
+// Each file marks its fault with "^": the reader must stop there (at the
+// offending byte, or at the end of the input), having handed out exactly the
+// folders closed before it.
+struct RejectCase {
+    const char* what;
+    std::string file;
+    std::string foldersBefore;
+};
+
+TEST(CacheReaderTest, RejectsEverythingElseAtTheFirstFault) {
+    const std::string start = kStart;
+    const RejectCase cases[] = {
+        {"an empty file", "^", ""},
+        {"white space only", " \r\n\t^", ""},
+        {"a byte order mark", "^\xEF\xBB\xBF" + kStart + kEnd, ""},
+        {"another version", "<Thornfell type=\"Path Cache File\" version=\"2.^1\" date=\"x\">" + kEnd, ""},
+        {"another type", "<Thornfell type=\"Path ^cache File\" version=\"2.0\" date=\"x\">" + kEnd, ""},
+        {"single quotes", "<Thornfell type=^'Path Cache File' version=\"2.0\" date=\"x\">" + kEnd, ""},
+        {"another attribute order", "<Thornfell ^version=\"2.0\" type=\"Path Cache File\" date=\"x\">" + kEnd, ""},
+        {"no end line", start + "<D name=\"a\"></D>\n^", "a[]"},
+        {"the end inside a folder", start + "<D name=\"a\"><C name=\"f\"/>^", ""},
+        {"a file at the top level", start + "<^C name=\"f\"/>" + kEnd, ""},
+        {"an unknown element in a folder", start + "<D name=\"a\"><^X name=\"f\"/></D>" + kEnd, ""},
+        {"a lower-case element", start + "<^d name=\"a\"></d>" + kEnd, ""},
+        {"no name attribute", start + "<D ^id=\"a\"></D>" + kEnd, ""},
+        {"a name without its closing quotation mark", start + "<D name=\"a></D></Thornfell>^", ""},
+        {"white space before >", start + "<D name=\"a\"^ ></D>" + kEnd, ""},
+        {"a file line without />", start + "<D name=\"a\"><C name=\"f\"^></D>" + kEnd, ""},
+        {"white space in a closing tag", start + "<D name=\"a\"></^ D>" + kEnd, ""},
+        {"another closing tag in a folder", start + "<D name=\"a\"></^E>" + kEnd, ""},
+        {"a fault in the last line", start + "<D name=\"a\"></D><D name=\"b\"></D></Thornfel^d>", "a[] | b[]"},
+        {"a > in the date", "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=\"a>^b\">" + kEnd, ""},
+        {"nesting beyond the depth limit",
+         [&] {
+             std::string text = start;
+             for (std::size_t i = 0; i < PathCacheReader::kMaxFolderDepth; ++i) text += "<D name=\"+p\">";
+             return text + "<D^ name=\"+p\">";
+         }(),
+         ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::string file = c.file;
+        const std::size_t fault = file.find('^');
+        ASSERT_NE(fault, std::string::npos);
+        file.erase(fault, 1);
+        const ReadResult result = Read(file);
+        EXPECT_TRUE(result.rejected);
+        EXPECT_EQ(result.folders, c.foldersBefore);
+        EXPECT_EQ(result.stoppedAt, static_cast<std::streamoff>(fault));
+    }
+}
+
+} // namespace
+} // namespace tfsp::test

@@ -1,0 +1,235 @@
+// The toolbox cache as the factory uses it: entries written from listings
+// load back the same, without a listing; a faulty file keeps what came
+// before its fault; a cache file is replaced whole or not at all.
+#include "support/EngineFixture.hpp"
+#include "support/TempTree.hpp"
+
+#include "fl/filesystem/Filesystem.hpp"
+#include "foundation/storage/vfs/StorageException.hpp"
+#include "host/HostServices.hpp"
+#include "ovutil/LocalEventMgr.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
+#include "tfsearch_path/IPathEntryFactory.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
+#include "tfsearch_path/ToolboxCacheWrongFormatException.hpp"
+#include "tfsearch_path/ToolboxPathCache.hpp"
+
+#include <boost/make_shared.hpp>
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace tfsp::test {
+namespace {
+
+using namespace Thornfell::PathManagement;
+using foundation::storage::vfs::AbsoluteIRI;
+using foundation::storage::vfs::CanonicalAbsoluteIRI;
+using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
+using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
+
+std::string Utf8(const ustring& text) { return fl::i18n::ustring_to_utf8(text); }
+
+// Everything the cache keeps of an entry, children in their order:
+// "type name{items}(children)", items as "stem|extension:kind".
+std::string Describe(const IPathEntry& entry) {
+    std::string text = std::to_string(entry.GetPathEntryType()) + " " + Utf8(entry.GetIRI().getPath()) + "{";
+    for (const auto& item : *entry.GetPathItems())
+        text += Utf8(item->stem) + "|" + Utf8(item->extension) + ":" + std::to_string(item->contentKind.load()) + " ";
+    text += "}(";
+    for (const PathEntryList& children : {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
+        for (const auto& child : *children) text += Describe(*child) + " ";
+    for (const auto& child : {entry.GetPrivateEntry(), entry.GetResourcesEntry()})
+        if (child) text += Describe(*child) + " ";
+    return text + ")";
+}
+
+std::vector<std::string> Names(const PathEntryVector& entries) {
+    std::vector<std::string> names;
+    for (const auto& entry : entries) names.push_back(Utf8(entry->GetIRI().getName()));
+    return names;
+}
+
+class ToolboxCacheTest : public EngineFixture {
+protected:
+    // A new process-wide factory, as in a process that starts afresh; folders
+    // below the tree's "install" folder are frozen.
+    IPathEntryFactory& FreshFactory() {
+        ProcessStore::resetForTesting();
+        fl::filesystem::set_install_path(tree.upath("install"));
+        return GetPathEntryFactory();
+    }
+
+    void Load(const std::string& text) {
+        std::istringstream in(text);
+        GetPathEntryFactory().LoadToolboxCache(in, tree.iri("install/toolbox"));
+    }
+
+    // The measurements of the cache loads, all closed.
+    std::vector<std::string> Stopwatch() {
+        EXPECT_EQ(host::openStopwatchCount(), 0u);
+        std::vector<std::string> names;
+        for (const auto& reading : host::takeStopwatchReadings()) names.push_back(reading.name);
+        return names;
+    }
+
+    TempTree tree;
+    const std::string start = "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=\"x\">\n";
+};
+
+TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListing) {
+    for (const char* file : {"a/one.tf", "a/notes.", "a/.hidden", "a/x.y.z", "a/plain", "a/+pkg/p.tf",
+                             "a/+pkg/+inner/q.tf", "a/@Cls/Cls.tf", "a/@Cls/@Sub/s.tf", "a/@Cls/private/h.tf",
+                             "a/private/secret.tf", "a/resources/icon.txt", "b/two.tf"})
+        tree.file(std::string("install/toolbox/") + file);
+    tree.file("elsewhere/three.tf");
+    tree.file("install/toolbox/quoted/say\"hi\".tf");
+    auto& factory = FreshFactory();
+    const std::vector<std::string> mains = {"install/toolbox/a", "install/toolbox/b"};
+    std::vector<std::string> listed;
+    for (const auto& folder : mains) listed.push_back(Describe(*factory.GetPathEntry(tree.iri(folder))));
+    const auto monitored = factory.GetPathEntry(tree.iri("elsewhere"));
+    const auto quoted = factory.GetPathEntry(tree.iri("install/toolbox/quoted"));
+    std::ostringstream out;
+    factory.WriteToolboxCache(out, tree.iri("install/toolbox"));
+    // Not alive or not frozen, or a name the format can't hold: not written,
+    // so such a folder is listed from the disk as usual.
+    EXPECT_EQ(out.str().find("elsewhere"), std::string::npos);
+    EXPECT_EQ(out.str().find("quoted"), std::string::npos);
+    // A private folder is nested in its parent, named from the root.
+    EXPECT_NE(out.str().find("\n  <D name=\"a/private\">\n   <C name=\"secret.tf\"/>\n  </D>\n"), std::string::npos);
+
+    FreshFactory();
+    Load(out.str());
+    EXPECT_THAT(Names(*GetPathEntryFactory().GetToolboxEntries()), UnorderedElementsAre("a", "b"));
+    EXPECT_THAT(Stopwatch(), ElementsAre("cachepath"));
+    tree.file("install/toolbox/a/added.tf");
+    tree.remove("install/toolbox/b/two.tf");
+    for (std::size_t i = 0; i < mains.size(); ++i) {
+        // Served from the cache: the disk's changes since aren't seen.
+        const auto entry = GetPathEntryFactory().GetPathEntry(tree.iri(mains[i]));
+        EXPECT_EQ(Describe(*entry), listed[i]);
+        EXPECT_FALSE(entry->IsOutOfDate());
+    }
+}
+
+TEST_F(ToolboxCacheTest, TheFileIsBelievedAndItsContentKindsComeBack) {
+    tree.folder("install/toolbox");
+    auto& factory = FreshFactory();
+    // No such folders on the disk; "@A/@B" is a class of its class by the
+    // parent's frame, and a plain-named folder may stand at the top.
+    const std::string file = start +
+                             " <D name=\"m\">\n"
+                             "  <D name=\"m/@A\">\n"
+                             "   <D name=\"m/@A/@B\">\n"
+                             "   </D>\n"
+                             "  </D>\n"
+                             "  <C name=\"c.tf\"/>\n"
+                             "  <N name=\"n.tf\"/>\n"
+                             "  <U name=\"u\"/>\n"
+                             " </D>\n"
+                             "</Thornfell>\n";
+    Load(file);
+    const auto entry = factory.GetPathEntry(tree.iri("install/toolbox/m"));
+    const std::string root = tree.root() + "/install/toolbox/m";
+    const auto type = [](PathEntryType t) { return std::to_string(t) + " "; };
+    EXPECT_EQ(Describe(*entry), type(Main) + root + "{c|.tf:0 n|.tf:1 u|:2 }(" + type(Method) + root + "/@A{}(" +
+                                    type(UDDClass) + root + "/@A/@B{}() ) )");
+    std::ostringstream out;
+    factory.WriteToolboxCache(out, tree.iri("install/toolbox"));
+    EXPECT_EQ(out.str().substr(out.str().find('\n') + 1), file.substr(start.size()));
+}
+
+TEST_F(ToolboxCacheTest, AFaultKeepsWhatWasLoadedBeforeItAndTheFactoryUsable) {
+    tree.file("install/toolbox/listed/l.tf");
+    auto& factory = FreshFactory();
+    std::string folders;
+    for (const char* name : {"a", "b", "c"}) folders += std::string(" <D name=\"") + name + "\">\n </D>\n";
+    EXPECT_THROW(Load(start + folders + "</Thornfel>\n"), ToolboxCacheWrongFormatException);
+    EXPECT_THAT(Names(*factory.GetToolboxEntries()), UnorderedElementsAre("a", "b", "c"));
+    // A nested folder needs a special name; the folders beside it load.
+    EXPECT_THROW(Load(start + " <D name=\"d\">\n  <D name=\"d/plain\">\n  </D>\n </D>\n <D name=\"e\">\n </D>\n</Thornfell>\n"),
+                 ToolboxCacheWrongFormatException);
+    EXPECT_THAT(Names(*factory.GetToolboxEntries()), UnorderedElementsAre("a", "b", "c", "e"));
+    // A root that isn't there fails as storage does.
+    std::istringstream empty(start + "</Thornfell>\n");
+    EXPECT_THROW(factory.LoadToolboxCache(empty, tree.iri("missing")), foundation::storage::vfs::Exception);
+    EXPECT_THAT(Stopwatch(), ElementsAre("cachepath", "cachepath", "cachepath"));
+    EXPECT_THAT(*factory.GetPathEntry(tree.iri("install/toolbox/listed"))->GetPathItems(), ::testing::SizeIs(1));
+}
+
+TEST_F(ToolboxCacheTest, AFolderGoneSinceWritingKeepsItsEntryUntilItsObserverReportsAChange) {
+    tree.folder("install/toolbox");
+    auto& factory = FreshFactory();
+    Load(start + " <D name=\"gone\">\n  <C name=\"f.tf\"/>\n </D>\n</Thornfell>\n");
+    const auto entry = factory.GetPathEntry(tree.iri("install/toolbox/gone"));
+    EXPECT_THAT(*entry->GetPathItems(), ::testing::SizeIs(1));
+    auto bus = ovutil::eventmgr::createLocalEventMgr(boost::none);
+    bus->publish(boost::make_shared<storage::filefolderobserver::FileFolderChangedEvent>(
+                     entry->GetIRI().toString(), storage::filefolderobserver::FrozenInclusion::IncludeFrozen),
+                 1);
+    bus->deliverHeld();
+    EXPECT_TRUE(entry->IsOutOfDate());
+    EXPECT_THROW(factory.GetPathEntry(tree.iri("install/toolbox/gone")), foundation::storage::vfs::Exception);
+}
+
+// Writes half a file, then fails, as a full disk or a crash would leave it.
+class HalfWritingFactory : public IPathEntryFactory {
+public:
+    PathEntryPointer GetPathEntry(const CanonicalAbsoluteIRI&) const override { return nullptr; }
+    PathEntryPointer GetPathEntry(const AbsoluteIRI&) const override { return nullptr; }
+    PathEntryPointer GetFrozenPathEntry(const CanonicalAbsoluteIRI&) const override { return nullptr; }
+    PathEntryPointer GetFrozenPathEntry(const AbsoluteIRI&) const override { return nullptr; }
+    PathEntryPointer CreateUpdatedPathEntry(const CanonicalAbsoluteIRI&, const IFolderMonitor&) const override {
+        return nullptr;
+    }
+    PathEntryPointer GetMonitoredPathEntry(const AbsoluteIRI&, const IFolderMonitor&) const override { return nullptr; }
+    PathEntryPointer GetFrozenEntryFor(const PathEntryPointer& entry) const override { return entry; }
+    void LoadToolboxCache(std::istream&, const AbsoluteIRI&) override {}
+    void WriteToolboxCache(std::ostream& out, const AbsoluteIRI&) const override {
+        out << "<Thornfell type=\"Path Cache File\"";
+        throw std::runtime_error("no space left on device");
+    }
+    std::shared_ptr<const PathEntryVector> GetToolboxEntries() const override { return nullptr; }
+    CanonicalAbsoluteIRI GetCanonicalFolderIRI(const AbsoluteIRI& iri) const override { return {iri, {}}; }
+    CanonicalAbsoluteIRI GetCanonicalFileIRI(const AbsoluteIRI& iri) const override { return {iri, {}}; }
+};
+
+std::string Contents(const std::string& path) {
+    std::ifstream in(path);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::vector<std::string> FilesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& file : std::filesystem::directory_iterator(folder)) names.push_back(file.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST_F(ToolboxCacheTest, ACacheFileIsReplacedWholeOrNotAtAll) {
+    tree.file("install/toolbox/a/one.tf");
+    auto& factory = FreshFactory();
+    const auto entry = factory.GetPathEntry(tree.iri("install/toolbox/a"));
+    const std::string cache = tree.folder("cache") + "/toolbox.cache";
+    WriteToolboxPathCache(tree.iri("cache/toolbox.cache"), tree.iri("install/toolbox"), factory);
+    const std::string written = Contents(cache);
+    EXPECT_NE(written.find(" <D name=\"a\">\n  <C name=\"one.tf\"/>\n </D>\n</Thornfell>\n"), std::string::npos);
+
+    EXPECT_THROW(WriteToolboxPathCache(tree.iri("cache/toolbox.cache"), tree.iri("install/toolbox"), HalfWritingFactory()),
+                 UnableToSaveToolboxCacheException);
+    EXPECT_THROW(WriteToolboxPathCache(tree.iri("missing/toolbox.cache"), tree.iri("install/toolbox"), factory),
+                 UnableToSaveToolboxCacheException);
+    tree.folder("cache/taken.cache/inside");  // a folder can't be replaced by a file
+    EXPECT_THROW(WriteToolboxPathCache(tree.iri("cache/taken.cache"), tree.iri("install/toolbox"), factory),
+                 UnableToSaveToolboxCacheException);
+    // The earlier file is intact, and no temporary file is left beside it.
+    EXPECT_EQ(Contents(cache), written);
+    EXPECT_THAT(FilesIn(tree.path("cache")), ElementsAre("taken.cache", "toolbox.cache"));
+}
+
+} // namespace
+} // namespace tfsp::test

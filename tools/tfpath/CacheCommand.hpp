@@ -1,0 +1,32 @@
+#pragma once
+// The toolbox cache from the command line: write one from folders put on a
+// path, load one before a lookup, check one without loading it. The
+// functions below do the work of each, so that an interactive session can
+// call them too.
+#include <cstddef>
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+namespace tfpath {
+
+// Writes the cache of the entries alive below `root` in the process's entry
+// factory into `file`, replacing it whole. Throws
+// UnableToSaveToolboxCacheException when the file can't be written.
+void WriteCacheFile(const std::string& file, const std::string& root);
+
+// Loads `file` into the process's entry factory, names in it being relative
+// to `root`. Throws std::runtime_error naming the file and the byte offset
+// of its first fault, or the storage Exception when `root` can't be read;
+// the folders read before a fault stay loaded.
+void LoadCacheFile(const std::string& file, const std::string& root);
+
+struct CacheCheck {
+    std::size_t folders = 0;                 // folder elements, nested ones too
+    std::size_t files = 0;                   // file lines
+    std::optional<std::streamoff> faultAt;   // the byte offset of the first fault
+};
+// Reads a cache file from `in` without building anything.
+CacheCheck CheckCacheFile(std::istream& in);
+
+} // namespace tfpath
