@@ -86,9 +86,10 @@ void PackageChangeApplier::CollectAffectedFolders() {
         for (const auto& package : *packages)
             for (auto& folder : GetPathFoldersOfPackage(*package)) affectedFolders.insert(std::move(folder));
     for (const PackageList* packages : {&changedBefore, &changedAfter})
-        for (const auto& package : *packages)
-            for (const auto& folder : GetPathFoldersOfPackage(*package) | ranges::views::drop(1))
-                affectedFolders.insert(folder);
+        for (const auto& package : *packages) {
+            const auto folders = GetPathFoldersOfPackage(*package);
+            for (const auto& folder : folders | ranges::views::drop(1)) affectedFolders.insert(folder);
+        }
     for (std::size_t i = 0; i < changedBefore.size(); ++i)
         if (changedBefore[i]->GetRoot() != changedAfter[i]->GetRoot()) affectedFolders.insert(changedAfter[i]->GetRoot());
 }
