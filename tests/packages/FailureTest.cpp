@@ -16,7 +16,8 @@ TEST_F(PackagesFixture, FixedPathStaysAndTheCallbackHearsWhy) {
     for (const auto* folder : {"a", "p"}) tree.folder(folder);
     SetPath({"a", "p"});
     const auto hold = Manager().PushMutabilityPolicy(PathEntriesFixed);
-    Install("p", {.name = "p"});
+    // The package brings a folder that isn't on the path: no folder may come.
+    Install("p", {.name = "p", .members = {"m"}});
     EXPECT_THAT(MainFolders(), ElementsAre("a", "p"));
     ASSERT_EQ(received.size(), 1u);
     // The member folder message comes ahead of the failure to install.
