@@ -10,6 +10,7 @@
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
 #include "tfsearch_path/PackagesOnPathCoordinator.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
 #include "thornfell/PackageRegistry.hpp"
 
 #include <benchmark/benchmark.h>
@@ -25,11 +26,14 @@ namespace {
 using namespace Thornfell::PathManagement;
 namespace registry = Thornfell::PackageRegistry;
 using Clock = std::chrono::steady_clock;
+using foundation::storage::vfs::CanonicalAbsoluteIRI;
 
 constexpr std::size_t RegistryPackages = 200;
 
 const tfsp::bench::GeneratedTree& Tree() {
-    static const tfsp::bench::GeneratedTree tree(tfsp::bench::GeneratedTreeOptions{});
+    // Main folders only, so that all 2,000 stand on the path.
+    static const tfsp::bench::GeneratedTree tree(
+        tfsp::bench::GeneratedTreeOptions{.packageFraction = 0, .classFraction = 0, .privateFraction = 0});
     return tree;
 }
 
@@ -75,7 +79,7 @@ registry::PackageDescription Package(const std::string& root) {
             .root = CanonicalAbsoluteIRI(GetIRIFromString(fl::i18n::utf8_to_ustring(root)), ustring())};
 }
 
-// Every tenth main folder of the path is the root of a package; the new
+// Main folders spread over the path are the roots of the 200 packages; the new
 // package lies off the path and goes to its back. Counters: "change_us", the
 // whole change; "set_path_us", the manager's part of it; "coordinator_us",
 // the rest; "build_ms", a build of the path of all main folders; and
@@ -91,7 +95,8 @@ void BM_InstallOnePackage(benchmark::State& state) {
 
     const auto& mainFolders = Tree().mainFolders();
     registry::PackageRegistryBuilder builder;
-    for (std::size_t i = 0; i < RegistryPackages; ++i) builder.Add(Package(mainFolders[i * 10]));
+    const std::size_t stride = mainFolders.size() / RegistryPackages;
+    for (std::size_t i = 0; i < RegistryPackages; ++i) builder.Add(Package(mainFolders[i * stride]));
     const auto base = builder.Build();
     const std::string extraRoot = Tree().root() + "/installed-package";
     std::filesystem::create_directories(extraRoot + "/member");
@@ -145,6 +150,6 @@ void BM_InstallOnePackage(benchmark::State& state) {
     state.counters["messages"] = static_cast<double>(messages);
     manager.reset();
 }
-BENCHMARK(BM_InstallOnePackage)->Unit(benchmark::kMillisecond)->UseManualTime();
+BENCHMARK(BM_InstallOnePackage)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
 
 } // namespace
