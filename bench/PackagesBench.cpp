@@ -32,8 +32,11 @@ constexpr std::size_t RegistryPackages = 200;
 
 const tfsp::bench::GeneratedTree& Tree() {
     // Main folders only, so that all 2,000 stand on the path.
-    static const tfsp::bench::GeneratedTree tree(
-        tfsp::bench::GeneratedTreeOptions{.packageFraction = 0, .classFraction = 0, .privateFraction = 0});
+    static const tfsp::bench::GeneratedTree tree([] {
+        tfsp::bench::GeneratedTreeOptions options;
+        options.packageFraction = options.classFraction = options.privateFraction = 0;
+        return options;
+    }());
     return tree;
 }
 
