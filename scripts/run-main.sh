@@ -4,4 +4,8 @@ set -euo pipefail
 ROOT="$(cd "$(dirname "$0")/.." && pwd)"
 "$ROOT/scripts/install-deps.sh"
 "$ROOT/scripts/build.sh" release tfpath
-exec "$ROOT/examples/run-example.sh" "$ROOT/build/release/tools/tfpath"
+TFPATH="$ROOT/build/release/tools/tfpath"
+"$ROOT/examples/run-example.sh" "$TFPATH"
+echo
+echo "\$ tfpath --feature component --feature gup run ../packages.tfs   (in examples/tree)"
+(cd "$ROOT/examples/tree" && "$TFPATH" --feature component --feature gup run ../packages.tfs)

@@ -1,9 +1,17 @@
 #pragma once
 // Small functions on names, IRIs and entries.
 #include "tfsearch_path/IPath.hpp"
+#include "orvian/ComponentIdentifier.hpp"
 
 #include <boost/container/small_vector.hpp>
 #include <boost/range/any_range.hpp>
+
+#include <span>
+
+namespace Thornfell::PackageRegistry {
+class IPackage;
+class IPackageRegistry;
+} // namespace Thornfell::PackageRegistry
 
 namespace Thornfell::PathManagement {
 
@@ -43,5 +51,18 @@ PartialPathnameParts SplitPartialPathname(const ustring& partialPathname);
 // with their "+" or "@". Safe on pool threads.
 bool DoesPartialPathnameMatchPathEntryIRI(const IPath& path, const PartialPathnamePartsRange& parts,
                                           const PathEntryPointer& entry, const FilenameMatchingPolicy& policy);
+
+// The folders of a package that go on the path: those of its records of
+// kind 0, in record order; the first is its root.
+std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersOfPackage(
+    const Thornfell::PackageRegistry::IPackage& package);
+
+// The folders that stand for `packages` on the path, package after package:
+// a managed package by its root alone (the manager expands it), any other
+// package by each of its folders of kind 0, in record order. A package the
+// registry doesn't hold gives nothing.
+std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersForPackages(
+    const Thornfell::PackageRegistry::IPackageRegistry& registry,
+    std::span<const OrvianComponents::ComponentIdentifier> packages);
 
 } // namespace Thornfell::PathManagement

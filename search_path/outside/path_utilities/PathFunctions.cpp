@@ -1,6 +1,7 @@
 #include "tfsearch_path/PathFunctions.hpp"
 
 #include "foundation/storage/vfs/StorageException.hpp"
+#include "thornfell/PackageRegistry.hpp"
 
 namespace Thornfell::PathManagement {
 
@@ -45,6 +46,32 @@ PartialPathnameParts SplitPartialPathname(const ustring& partialPathname) {
         start = stop + 1;
     }
     return parts;
+}
+
+std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersOfPackage(
+    const Thornfell::PackageRegistry::IPackage& package) {
+    std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> folders;
+    const auto records = package.GetFolders();
+    for (const auto& record : *records)
+        if (record.kinds && record.kinds->contains(0)) folders.push_back(record.folder);
+    return folders;
+}
+
+std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersForPackages(
+    const Thornfell::PackageRegistry::IPackageRegistry& registry,
+    std::span<const OrvianComponents::ComponentIdentifier> packages) {
+    std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> folders;
+    for (const auto& id : packages) {
+        const auto package = registry.GetPackage(id);
+        if (!package) continue;
+        if (package->IsManaged()) {
+            folders.push_back(package->GetRoot());
+            continue;
+        }
+        const auto own = GetPathFoldersOfPackage(*package);
+        folders.insert(folders.end(), own.begin(), own.end());
+    }
+    return folders;
 }
 
 } // namespace Thornfell::PathManagement

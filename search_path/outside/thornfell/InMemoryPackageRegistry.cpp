@@ -2,7 +2,9 @@
 
 namespace Thornfell::PackageRegistry::detail {
 
-InMemoryPackageRegistry::InMemoryPackageRegistry(const std::vector<PackageDescription>& packages)
+InMemoryPackageRegistry::InMemoryPackageRegistry(
+    const std::vector<PackageDescription>& packages,
+    const std::vector<std::pair<ComponentIdentifier, ComponentIdentifier>>& successors)
     : source_(std::make_shared<EntrySource>()) {
     packages_.reserve(packages.size());
     for (const auto& description : packages) {
@@ -12,11 +14,15 @@ InMemoryPackageRegistry::InMemoryPackageRegistry(const std::vector<PackageDescri
         // Two packages with one root: the one installed first owns it.
         byRoot_.emplace(description.root, index);
     }
+    for (const auto& [old, next] : successors)
+        if (const auto found = byId_.find(next); found != byId_.end() && !byId_.contains(old))
+            bySuccessor_.emplace(old, found->second);
 }
 
 std::shared_ptr<const IPackage> InMemoryPackageRegistry::GetPackage(const ComponentIdentifier& id) const {
-    const auto found = byId_.find(id);
-    return found == byId_.end() ? nullptr : packages_[found->second];
+    if (const auto found = byId_.find(id); found != byId_.end()) return packages_[found->second];
+    const auto updated = bySuccessor_.find(id);
+    return updated == bySuccessor_.end() ? nullptr : packages_[updated->second];
 }
 
 std::shared_ptr<const std::vector<ComponentIdentifier>> InMemoryPackageRegistry::GetPackages(

@@ -59,8 +59,10 @@ private:
 
 class InMemoryPackageRegistry final : public IPackageRegistry {
 public:
-    // `packages` in installation order, stamps assigned.
-    explicit InMemoryPackageRegistry(const std::vector<PackageDescription>& packages);
+    // `packages` in installation order, stamps assigned. `successors` maps
+    // identifiers updated away to the version each became.
+    InMemoryPackageRegistry(const std::vector<PackageDescription>& packages,
+                            const std::vector<std::pair<ComponentIdentifier, ComponentIdentifier>>& successors = {});
 
     std::shared_ptr<const IPackage> GetPackage(const ComponentIdentifier& id) const override;
     std::shared_ptr<const std::vector<ComponentIdentifier>> GetPackages(
@@ -75,6 +77,8 @@ private:
     const std::shared_ptr<EntrySource> source_;
     std::vector<std::shared_ptr<const InMemoryPackage>> packages_;
     std::unordered_map<ComponentIdentifier, std::size_t, OrvianComponents::ComponentIdentifierHash> byId_;
+    // Packages updated to another version, by their identifier before.
+    std::unordered_map<ComponentIdentifier, std::size_t, OrvianComponents::ComponentIdentifierHash> bySuccessor_;
     std::unordered_map<foundation::storage::vfs::AbsoluteIRI, std::size_t, foundation::storage::vfs::AbsoluteIRIHash>
         byRoot_;
 };

@@ -4,6 +4,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include <algorithm>
 #include <map>
 #include <stdexcept>
 
@@ -41,15 +42,26 @@ std::shared_ptr<const PackageRegistryChanges> computeChanges(std::shared_ptr<con
     // Held in locals: a range-for over *GetPackages() would outlive the list.
     const auto afterIds = after->GetPackages(everyPackage);
     const auto beforeIds = before->GetPackages(everyPackage);
+    // A package updated to another version is found in the registry after
+    // under its old identifier: it counts as changed, and its new version
+    // as no addition.
+    std::vector<ComponentIdentifier> successors;
+    for (const auto& id : *beforeIds) {
+        const auto now = after->GetPackage(id);
+        if (!now) {
+            removed.push_back(id);
+        } else if (now->GetIdentifier() != id) {
+            changed.push_back(id);
+            successors.push_back(now->GetIdentifier());
+        } else if (packageChanged(*before->GetPackage(id), *now)) {
+            changed.push_back(id);
+        }
+    }
     for (const auto& id : *afterIds) {
         const auto old = before->GetPackage(id);
-        if (!old)
-            added.push_back(id);
-        else if (packageChanged(*old, *after->GetPackage(id)))
-            changed.push_back(id);
+        const bool held = old && old->GetIdentifier() == id;
+        if (!held && std::find(successors.begin(), successors.end(), id) == successors.end()) added.push_back(id);
     }
-    for (const auto& id : *beforeIds)
-        if (!after->GetPackage(id)) removed.push_back(id);
     return std::make_shared<const PackageRegistryChanges>(std::move(before), std::move(after), std::move(added),
                                                           std::move(removed), std::move(changed));
 }

@@ -97,7 +97,9 @@ public:
     const std::vector<ComponentIdentifier>& GetAdded() const { return added_; }
     const std::vector<ComponentIdentifier>& GetRemoved() const { return removed_; }
     // Kind 3: packages in both registries whose folders, properties or stamp
-    // changed. Other kinds give an empty list.
+    // changed, and packages updated to another version, listed under their
+    // identifier before the change (the registry after answers for it with
+    // the new version). Other kinds give an empty list.
     const std::vector<ComponentIdentifier>& GetChanged(int kind) const;
 
 private:
@@ -141,10 +143,18 @@ public:
     explicit PackageRegistryBuilder(const IPackageRegistry& from);
     PackageRegistryBuilder& Add(PackageDescription package);
     PackageRegistryBuilder& Remove(const ComponentIdentifier& id);
+    // Puts `next` in the place of the package `old`. When `next` is another
+    // version, the registry built answers GetPackage(old) with `next`, so that
+    // the change reads as an update of one package rather than a removal and
+    // an installation. Throws std::invalid_argument if `old` isn't held.
+    PackageRegistryBuilder& Update(const ComponentIdentifier& old, PackageDescription next);
     std::shared_ptr<const IPackageRegistry> Build() const;
 
 private:
     std::vector<PackageDescription> packages_;
+    // Identifiers updated away, and the version each became. Only the next
+    // registry built answers for them: one change long.
+    std::vector<std::pair<ComponentIdentifier, ComponentIdentifier>> successors_;
 };
 
 // The registrar of an engine instance. Starts with an empty registry.

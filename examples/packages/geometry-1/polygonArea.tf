@@ -1,0 +1,1 @@
+function a = polygonArea(p), a = 0; end

@@ -1,0 +1,1 @@
+function s = square(n), s = n * n; end

@@ -1,0 +1,1 @@
+function v = cube(n), v = n * n * n; end
