@@ -1,6 +1,7 @@
 // tfpath run [FILE]: commands, one a line, against one engine instance and
 // its manager, as a host drives them.
 #include "Commands.hpp"
+#include "PackageCommand.hpp"
 #include "ScriptSession.hpp"
 
 #include "tfsearch_path/PathManagerEvents.hpp"
@@ -21,6 +22,8 @@ namespace {
 SessionCommandTable SessionCommands() {
     SessionCommandTable table;
     AddPathSessionCommands(table);
+    AddPackageSessionCommands(table);
+    AddCacheSessionCommands(table);
     return table;
 }
 

@@ -65,6 +65,8 @@ using SessionCommandTable = std::map<std::string, SessionCommand>;
 
 // path, cd, which, refresh, events, policy, memento.
 void AddPathSessionCommands(SessionCommandTable& table);
+// cache write|load FILE ROOT.
+void AddCacheSessionCommands(SessionCommandTable& table);
 
 // Options among the words of a command. Each removes what it takes.
 bool TakeFlag(std::vector<std::string>& words, const std::string& flag);
