@@ -8,7 +8,7 @@
 #   kind | figure | value | unit | aim
 # kind   "figure" or "ratio" (ratios are printed after the figures)
 # value  PROGRAM:BENCHMARK:FIELD, or two of those divided ("A / B"); BENCHMARK
-#        is the name without the /real_time, /iterations:, /repeats: and /min_time: that
+#        is the name without the /real_time, /manual_time, /iterations:, /repeats: and /min_time: that
 #        the library adds; FIELD is real_time or cpu_time (converted to the
 #        row's unit; in a ratio, to ms) or a counter of the benchmark. A query
 #        that runs on the caller's thread alone is read as cpu_time, which
@@ -34,6 +34,12 @@ FIGURES=(
   "figure|entry build, 2,000 folders, live observers|EntryBench:BM_BuildEntries:build_ms|ms|-"
   "ratio|entry build vs bare opendir/readdir walk|EntryBench:BM_BuildEntries:build_ms / EntryBench:BM_BuildEntries:bare_walk_ms|x|1.5"
   "ratio|current folder change vs main path build|ManagerBench:BM_CurrentFolderChange:real_time / ManagerBench:BM_CurrentFolderChange:build_ms|x|-"
+  "figure|Refresh(0), nothing changed, live observers|ManagerBench:BM_RefreshNothingChanged:real_time|us|50"
+  "figure|Refresh(0) after one file added, of listing + build|ManagerBench:BM_RefreshOneFileAdded:percent_of_budget|%|100"
+  "ratio|alteration (entries cached) vs path build|ManagerBench:BM_SetPathFoldersWarm:real_time / ManagerBench:BM_SetPathFoldersWarm:build_ms|x|1.3"
+  "ratio|cache load vs listing the same folders|CacheBench:BM_LoadCacheAgainstListing:load_ms / CacheBench:BM_LoadCacheAgainstListing:listing_ms|x|0.2"
+  "figure|cache write, 2,000 folders|CacheBench:BM_WriteCache:real_time|ms|-"
+  "ratio|package coordinator's own work vs the path build|PackagesBench:BM_InstallOnePackage:percent_of_build|%|10"
 )
 
 "$ROOT/scripts/install-deps.sh"
@@ -61,7 +67,7 @@ value_of() {  # PROGRAM:BENCHMARK:FIELD unit
   local field="${rest##*:}" name="${rest%:*}"
   jq -r --arg name "$name" --arg field "$field" --arg unit "$unit" '
     def scale: {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9};
-    [.benchmarks[] | select((.run_name | gsub("/(real_time|iterations:[0-9]+|repeats:[0-9]+|min_time:[0-9.]+)"; "")) == $name)]
+    [.benchmarks[] | select((.run_name | gsub("/(real_time|manual_time|iterations:[0-9]+|repeats:[0-9]+|min_time:[0-9.]+)"; "")) == $name)]
     | ([.[] | select(.aggregate_name == "median")] + [.[] | select(.run_type == "iteration")])[0]
     | if . == null then "missing"
       elif ($field == "real_time" or $field == "cpu_time") and (scale[$unit] != null)

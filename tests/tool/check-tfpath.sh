@@ -63,6 +63,11 @@ TB="$SCRATCH/toolbox"
 expect_status "cache written" 0 "$TFPATH" cache write "$SCRATCH/tb.cache" --root "$TB"
 expect "cache counted" "9 folders, 16 files" "$TFPATH" cache check "$SCRATCH/tb.cache"
 expect "the shipped cache is the toolbox's" "9 folders, 16 files" "$TFPATH" cache check "$TREE/../tree.cache"
+expect "a session writes the same cache" "9 folders, 16 files" bash -c \
+  "printf 'path set $TB/core $TB/extra\\ncache write $SCRATCH/session.cache $TB\\n' | '$TFPATH' --root '$TB' run >/dev/null &&
+   '$TFPATH' cache check '$SCRATCH/session.cache'"
+expect "a session's cache load of a missing file names its line" "tfpath: <stdin>:1: cache load: can't open $SCRATCH/missing.cache" \
+  bash -c "echo 'cache load $SCRATCH/missing.cache $TB' | '$TFPATH' run 2>&1"
 rm "$TB/core/hello.tf"
 expect "a lookup served from the cache" "$TB/core/hello.tf" "$TFPATH" cache load "$SCRATCH/tb.cache" --root "$TB" which hello "$TB/core"
 expect_status "without the cache the file is gone" 1 "$TFPATH" which hello "$TB/core"
