@@ -44,8 +44,8 @@ public:
     PathItemBlock& operator=(const PathItemBlock&) = delete;
 
     // Room must be left: the block never grows, since items don't move.
-    const PathItem& Emplace(ustring&& stem, ustring&& extension, CanonicalAbsoluteIRI&& folder) {
-        const PathItem* item = std::construct_at(items_ + size_, std::move(stem), std::move(extension), std::move(folder));
+    PathItem& Emplace(ustring&& stem, ustring&& extension, CanonicalAbsoluteIRI&& folder) {
+        PathItem* item = std::construct_at(items_ + size_, std::move(stem), std::move(extension), std::move(folder));
         ++size_;
         return *item;
     }
@@ -317,13 +317,14 @@ namespace {
 // The cache's own split of a file name: at the last dot, so a name that ends
 // in a dot has the extension "." and one that starts with its only dot has
 // an empty stem.
-PathItemPointer MakeCachedItem(const PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder) {
+PathItemPointer MakeCachedItem(const PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
+                               const std::shared_ptr<PathItemBlock>& block) {
     const std::size_t dot = file.name.rfind(u'.');
     ustring stem = dot == ustring::npos ? file.name : file.name.substr(0, dot);
     ustring extension = dot == ustring::npos ? ustring() : file.name.substr(dot);
-    auto item = std::make_shared<PathItem>(std::move(stem), std::move(extension), CanonicalAbsoluteIRI(folder));
-    item->contentKind.store(file.kind == 'C' ? KindC : file.kind == 'N' ? KindN : KindU, std::memory_order_relaxed);
-    return item;
+    PathItem& item = block->Emplace(std::move(stem), std::move(extension), CanonicalAbsoluteIRI(folder));
+    item.contentKind.store(file.kind == 'C' ? KindC : file.kind == 'N' ? KindN : KindU, std::memory_order_relaxed);
+    return PathItemPointer(block, &item);
 }
 
 char KindLetter(std::int32_t kind) { return kind == KindC ? 'C' : kind == KindN ? 'N' : 'U'; }
@@ -397,7 +398,9 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(const PathCacheReader::Folde
     }
     CacheFrame& frame = frames.back();
     frame.items.reserve(contents.files.size());
-    for (const auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri));
+    // One allocation for the folder's items, as a listing makes them.
+    const auto block = std::make_shared<PathItemBlock>(contents.files.size());
+    for (const auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
     // Nothing is listed: the folder and its frozen observer don't read the disk.
     auto observer = observerFactory.CreateFrozenObserver(Folder(iri, storageSystem));
     auto entry = std::make_shared<const PathEntry>(
