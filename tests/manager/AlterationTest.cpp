@@ -3,6 +3,7 @@
 #include "ManagerTestSupport.hpp"
 
 #include "orvian/FeatureSwitches.hpp"
+#include "tfsearch_path/PathManagerExceptions.hpp"
 
 namespace tfsp::test {
 namespace {

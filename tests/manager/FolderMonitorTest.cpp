@@ -3,6 +3,7 @@
 
 #include "FolderMonitor.hpp"
 #include "fl/filesystem/Filesystem.hpp"
+#include "tfsearch_path/PathManagerExceptions.hpp"
 
 namespace tfsp::test {
 namespace {

@@ -4,7 +4,7 @@
 #include "PackageCommand.hpp"
 #include "ScriptSession.hpp"
 
-#include "tfsearch_path/PathManagerEvents.hpp"
+#include "tfsearch_path/PathManagerExceptions.hpp"
 
 #include <unistd.h>
 

@@ -3,7 +3,7 @@
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/usm/StateStore.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
-#include "tfsearch_path/PathManagerEvents.hpp"
+#include "tfsearch_path/PathManagerExceptions.hpp"
 
 namespace Thornfell::PathManagement {
 

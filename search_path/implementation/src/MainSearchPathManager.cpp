@@ -15,6 +15,7 @@
 #include "tfsearch_path/MultiMaskedPath.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathManagerEvents.hpp"
+#include "tfsearch_path/PathManagerExceptions.hpp"
 #include "thornfell/CurrentWorkingFolder.hpp"
 
 #include <boost/make_shared.hpp>

@@ -3,7 +3,7 @@
 #include "SearchPathPublicFunctions.hpp"
 #include "fl/i18n/MessageCatalog.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
-#include "tfsearch_path/PathManagerEvents.hpp"
+#include "tfsearch_path/PathManagerExceptions.hpp"
 
 #include <range/v3/action/remove_if.hpp>
 #include <range/v3/algorithm/find.hpp>

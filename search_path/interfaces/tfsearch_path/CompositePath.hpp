@@ -15,6 +15,7 @@
 namespace Thornfell::PathManagement {
 
 namespace detail {
+// What a composite is made of: the path utilities' own.
 struct CompositeLayout;
 } // namespace detail
 
@@ -46,15 +47,12 @@ public:
     bool FirstEntryIsBeforeSecondOnPath(const IPathEntry& first, const IPathEntry& second) const override;
     bool IsEntryOnPath(const IPathEntry& entry) const override;
 
-    // The layout of `path` if it is a composite, else null: a composite made
-    // of composites takes over their parts instead of stacking on them, so
-    // that a query crosses one level whatever the nesting.
-    static const detail::CompositeLayout* LayoutOf(const IPath& path);
-
 protected:
     explicit CompositePath(std::unique_ptr<const detail::CompositeLayout> layout);
 
 private:
+    // A composite made of composites reads their layouts.
+    friend struct detail::CompositeLayout;
     const std::unique_ptr<const detail::CompositeLayout> layout_;
 };
 

@@ -68,11 +68,6 @@ CompositePath::CompositePath(std::unique_ptr<const detail::CompositeLayout> layo
 
 CompositePath::~CompositePath() = default;
 
-const detail::CompositeLayout* CompositePath::LayoutOf(const IPath& path) {
-    const auto* composite = dynamic_cast<const CompositePath*>(&path);
-    return composite ? composite->layout_.get() : nullptr;
-}
-
 PathEntryList CompositePath::GetMainEntries() const { return layout_->mainEntries; }
 
 PathEntryVector CompositePath::GetMethodEntries() const {

@@ -26,9 +26,14 @@ bool AddHiddenFoldersHeldByPath(CompositePart& part, const HiddenFolders& folder
 
 } // namespace
 
+const CompositeLayout* CompositeLayout::Of(const IPath& path) {
+    const auto* composite = dynamic_cast<const CompositePath*>(&path);
+    return composite ? composite->layout_.get() : nullptr;
+}
+
 void AppendParts(CompositeLayout& layout, const std::shared_ptr<const IPath>& path, const HiddenFolders& extraHidden) {
     if (!path) return;
-    if (const CompositeLayout* inner = CompositePath::LayoutOf(*path)) {
+    if (const CompositeLayout* inner = CompositeLayout::Of(*path)) {
         for (const CompositePart& innerPart : inner->parts) {
             CompositePart part = innerPart;
             // What the inner composite found of its hidden main entries stays

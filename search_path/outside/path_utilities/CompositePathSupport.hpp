@@ -36,6 +36,11 @@ struct CompositeLayout {
     boost::container::small_vector<CompositePart, 2> parts;
     // The visible main entries of all parts, in order.
     PathEntryList mainEntries;
+
+    // The layout of `path` if it is a composite, else null: a composite made
+    // of composites takes over their parts instead of stacking on them, so
+    // that a query crosses one level whatever the nesting.
+    static const CompositeLayout* Of(const IPath& path);
 };
 
 // Appends the parts of `path` (itself, or the parts of a composite), each
