@@ -11,29 +11,10 @@ namespace tfsp::test {
 
 using namespace Thornfell::PathManagement;
 
-// Half of `folders` main folders "g<i>/<name>", base names shared between
-// them, with package, class, UDD class, private and resources folders below
-// them ("+pkg1", "@cls1", "@udd1"); "common.tf" in every folder, "Foo" and
-// "foo" in some; then two main folders "cv/Lib" and "cv/lib" that differ only
-// in case, in that order.
+// The main folders of a tree of every kind of folder, then two main folders
+// "cv/Lib" and "cv/lib" that differ only in case, in that order.
 struct CompositeTree {
-    explicit CompositeTree(std::size_t folders) : generated([folders] {
-        GeneratedTreeOptions options;
-        options.folders = folders;
-        options.seed = 7;
-        options.filesPerFolder = 2;
-        options.packageFraction = 0.2;
-        options.classFraction = 0.15;
-        options.uddClassFraction = 0.05;
-        options.privateFraction = 0.1;
-        options.resourcesFraction = 0.06;
-        options.nestedNames = 1;
-        options.mainNames = {"util", "Util", "lib", "pkg1"};
-        options.stemPool = {"Foo", "foo", "s0", "s1", "s2", "s3", "s4", "s5"};
-        options.extensions = {".tf", ".tfc"};
-        options.filesInEveryFolder = {"common.tf"};
-        return options;
-    }()) {
+    explicit CompositeTree(std::size_t folders) : generated(EveryKindOfFolder(folders, 7)) {
         generated.temp().folders({"cv/Lib", "cv/lib"}, "common.tf");
         mains = FrozenMainEntries(generated);
         for (const char* main : {"cv/Lib", "cv/lib"})

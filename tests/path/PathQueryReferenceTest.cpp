@@ -13,26 +13,18 @@
 namespace tfsp::test {
 namespace {
 
-// A tree of main folders made from a seed: plain, package, class (with UDD
-// classes), private and resources folders; main folders that share base
-// names ("pkg1" and "cls1" also name package and class folders), and names
-// that differ only in case; files with and without an extension.
+// A tree of every kind of folder, with more of each: two names for package,
+// class and UDD class folders, main folders also named as those ("pkg1",
+// "cls1"), three case variants of "foo", files with and without an extension.
 GeneratedTreeOptions ReferenceTree(std::uint64_t seed) {
-    GeneratedTreeOptions options;
-    options.folders = 200;
-    options.seed = seed;
+    GeneratedTreeOptions options = EveryKindOfFolder(200, seed);
     options.filesPerFolder = 5;
-    options.packageFraction = 0.2;
-    options.classFraction = 0.15;
-    options.uddClassFraction = 0.05;
-    options.privateFraction = 0.1;
-    options.resourcesFraction = 0.05;
     options.nestedNames = 2;
-    options.mainNames = {"util", "Util", "lib", "pkg1", "cls1"};
+    options.mainNames.push_back("cls1");
     options.stemPool = {"Foo", "foo", "FOO", "u3"};
     for (int k = 0; k < 12; ++k) options.stemPool.push_back("s" + std::to_string(k));
     options.extensions = {".tf", ".tfc", ".tfx", ""};
-    options.filesInEveryFolder = {"common.tf", "common"};
+    options.filesInEveryFolder.push_back("common");
     return options;
 }
 

@@ -110,6 +110,24 @@ GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) : temp_("tfsp-
     }
 }
 
+GeneratedTreeOptions EveryKindOfFolder(std::size_t folders, std::uint64_t seed) {
+    GeneratedTreeOptions options;
+    options.folders = folders;
+    options.seed = seed;
+    options.filesPerFolder = 2;
+    options.packageFraction = 0.2;
+    options.classFraction = 0.15;
+    options.uddClassFraction = 0.05;
+    options.privateFraction = 0.1;
+    options.resourcesFraction = 0.05;
+    options.nestedNames = 1;
+    options.mainNames = {"util", "Util", "lib", "pkg1"};
+    options.stemPool = {"Foo", "foo", "s0", "s1", "s2", "s3", "s4", "s5"};
+    options.extensions = {".tf", ".tfc"};
+    options.filesInEveryFolder = {"common.tf"};
+    return options;
+}
+
 std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs(const GeneratedTree& tree) {
     std::vector<foundation::storage::vfs::AbsoluteIRI> iris;
     iris.reserve(tree.mainFolders().size());

@@ -76,6 +76,13 @@ private:
     std::size_t fileCount_ = 0;
 };
 
+// A small tree of every kind of folder for the reference tests: half of the
+// folders are main folders "g<i>/<name>" with shared base names ("util",
+// "Util", "lib", "pkg1"), the rest nested "+pkg1", "@cls1", "@udd1", private
+// and resources folders; each folder holds "common.tf" and two files of
+// stems from "Foo", "foo", "s0" to "s5".
+GeneratedTreeOptions EveryKindOfFolder(std::size_t folders, std::uint64_t seed);
+
 std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs(const GeneratedTree& tree);
 // Frozen entries of the main folders, in order: no change watch is set up.
 Thornfell::PathManagement::PathEntryVector FrozenMainEntries(const GeneratedTree& tree);
