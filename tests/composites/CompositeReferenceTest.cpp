@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <random>
 
 namespace tfsp::test {
 namespace {
