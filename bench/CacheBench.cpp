@@ -6,7 +6,7 @@
 // cache written once from its listing; each load and each listing runs in a
 // fresh factory whose installation is the tree, so that every entry is
 // frozen and built anew.
-#include "support/BenchEntries.hpp"
+#include "support/GeneratedTree.hpp"
 
 #include "PathCacheReader.hpp"
 #include "fl/filesystem/Filesystem.hpp"
@@ -23,8 +23,8 @@ namespace {
 using namespace Thornfell::PathManagement;
 using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
 
-const tfsp::bench::GeneratedTree& Tree() {
-    static const tfsp::bench::GeneratedTree tree(tfsp::bench::GeneratedTreeOptions{});
+const tfsp::test::GeneratedTree& Tree() {
+    static const tfsp::test::GeneratedTree tree(tfsp::test::GeneratedTreeOptions{});
     return tree;
 }
 
@@ -40,7 +40,7 @@ IPathEntryFactory& FreshFactory() {
 
 double ListAllMainFolders() {
     auto& factory = FreshFactory();
-    const auto iris = tfsp::bench::MainFolderIRIs(Tree());
+    const auto iris = tfsp::test::MainFolderIRIs(Tree());
     const auto start = std::chrono::steady_clock::now();
     for (const auto& iri : iris) benchmark::DoNotOptimize(factory.GetPathEntry(iri).get());
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -5,7 +5,7 @@
 //
 // Each composition is measured with the drop of the previous one, as a change
 // of the working folder replaces it.
-#include "support/BenchEntries.hpp"
+#include "support/GeneratedTree.hpp"
 
 #include "foundation/memmgr/Leaks.hpp"
 #include "foundation/usm/StateStore.hpp"
@@ -132,10 +132,10 @@ int main(int argc, char** argv) {
     foundation::usm::EngineInstance engine;
     foundation::usm::EngineInstance::MakeCurrent current(engine);
     {
-        tfsp::bench::GeneratedTreeOptions options;
+        tfsp::test::GeneratedTreeOptions options;
         options.sharedStems = {{"sharedBy100", 100}};
-        const tfsp::bench::GeneratedTree tree(options);
-        Setup setup{GetCurrentPathFactory(), nullptr, tfsp::bench::FrozenMainEntries(tree), nullptr, nullptr};
+        const tfsp::test::GeneratedTree tree(options);
+        Setup setup{GetCurrentPathFactory(), nullptr, tfsp::test::FrozenMainEntries(tree), nullptr, nullptr};
         // The last main folder stays off the path, as a working folder that
         // isn't on it.
         setup.currentOffPath = setup.mainEntries.back();

@@ -4,7 +4,7 @@
 // The tree (2,000 folders of 50 files, some of them package, class and private
 // folders) is made once from a fixed seed in a temporary folder, so that runs
 // compare. Both walks run warm: the tree is listed once before timing.
-#include "support/BenchEntries.hpp"
+#include "support/GeneratedTree.hpp"
 
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/usm/StateStore.hpp"
@@ -20,8 +20,8 @@ namespace {
 
 using namespace Thornfell::PathManagement;
 
-const tfsp::bench::GeneratedTree& Tree() {
-    static const tfsp::bench::GeneratedTree tree(tfsp::bench::GeneratedTreeOptions{});
+const tfsp::test::GeneratedTree& Tree() {
+    static const tfsp::test::GeneratedTree tree(tfsp::test::GeneratedTreeOptions{});
     return tree;
 }
 
@@ -36,7 +36,7 @@ std::size_t BareWalk(const std::vector<std::string>& folders) {
     return names;
 }
 
-std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs() { return tfsp::bench::MainFolderIRIs(Tree()); }
+std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs() { return tfsp::test::MainFolderIRIs(Tree()); }
 
 double SecondsOfBareWalk() {
     const auto start = std::chrono::steady_clock::now();

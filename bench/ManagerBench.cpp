@@ -3,7 +3,7 @@
 // (only wrappers are recomposed), an alteration whose entries are all cached
 // (the road around the build), and a refresh with nothing or one file
 // changed (live observers: nothing to read, or one folder).
-#include "support/BenchEntries.hpp"
+#include "support/GeneratedTree.hpp"
 
 #include "foundation/usm/StateStore.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
@@ -26,15 +26,15 @@ namespace {
 
 using namespace Thornfell::PathManagement;
 
-const tfsp::bench::GeneratedTree& Tree() {
-    static const tfsp::bench::GeneratedTree tree(tfsp::bench::GeneratedTreeOptions{});
+const tfsp::test::GeneratedTree& Tree() {
+    static const tfsp::test::GeneratedTree tree(tfsp::test::GeneratedTreeOptions{});
     return tree;
 }
 
 // An engine instance with a manager whose path holds every main folder of the tree.
 struct Host {
     Host() : current(engine) {
-        const auto folders = tfsp::bench::MainFolderIRIs(Tree());
+        const auto folders = tfsp::test::MainFolderIRIs(Tree());
         manager = CreateMainSearchPathManager(foundation::msg_svc::eventmgr::getEngineEventMgr(), registry);
         foundation::core::except::Notification notification;
         manager->SetPathFolders(FolderRange(folders), notification);
@@ -102,7 +102,7 @@ double BuildSeconds(const PathEntryVector& entries, int builds = 5) {
 void BM_SetPathFoldersWarm(benchmark::State& state) {
     foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
     Host host;
-    const auto folders = tfsp::bench::MainFolderIRIs(Tree());
+    const auto folders = tfsp::test::MainFolderIRIs(Tree());
     double total = 0;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();

@@ -2,7 +2,7 @@
 // registry of 200 packages while the path holds 2,000 folders. The
 // coordinator's own work (planning and messages) is set against the path
 // build that the change causes, timed in the same run.
-#include "support/BenchEntries.hpp"
+#include "support/GeneratedTree.hpp"
 
 #include "foundation/usm/StateStore.hpp"
 #include "orvian/FeatureSwitches.hpp"
@@ -30,10 +30,10 @@ using foundation::storage::vfs::CanonicalAbsoluteIRI;
 
 constexpr std::size_t RegistryPackages = 200;
 
-const tfsp::bench::GeneratedTree& Tree() {
+const tfsp::test::GeneratedTree& Tree() {
     // Main folders only, so that all 2,000 stand on the path.
-    static const tfsp::bench::GeneratedTree tree([] {
-        tfsp::bench::GeneratedTreeOptions options;
+    static const tfsp::test::GeneratedTree tree([] {
+        tfsp::test::GeneratedTreeOptions options;
         options.packageFraction = options.classFraction = options.privateFraction = 0;
         return options;
     }());
@@ -112,7 +112,7 @@ void BM_InstallOnePackage(benchmark::State& state) {
         [](PathEntryVector entries) { return GetCurrentPathFactory().CreatePath(std::move(entries)); });
     auto manager = CreateMainSearchPathManager(foundation::msg_svc::eventmgr::getEngineEventMgr(), modular);
     foundation::core::except::Notification notification;
-    manager->SetPathFolders(FolderRange(tfsp::bench::MainFolderIRIs(Tree())), notification);
+    manager->SetPathFolders(FolderRange(tfsp::test::MainFolderIRIs(Tree())), notification);
     TimedManager timed(*manager);
     std::size_t messages = 0;
     InstallPackagesOnPathCoordinator(*foundation::msg_svc::eventmgr::getEngineEventMgr(), timed,

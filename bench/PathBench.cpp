@@ -4,7 +4,8 @@
 //
 // The tree is written under $TMPDIR (else /tmp); a tmpfs there makes the set
 // up quicker and changes none of the figures, which are all in memory.
-#include "support/BenchEntries.hpp"
+#include "support/GeneratedTree.hpp"
+#include "support/Text.hpp"
 
 #include "foundation/memmgr/Leaks.hpp"
 #include "foundation/usm/StateStore.hpp"
@@ -23,7 +24,7 @@ namespace {
 
 using namespace Thornfell::PathManagement;
 
-ustring Utf16(const std::string& text) { return fl::i18n::utf8_to_ustring(text); }
+using tfsp::test::Utf16;
 
 // Memory as the two allocators of the process see it. glibc counts what is in
 // use (mallinfo2); the scalable allocator behind tbb_allocator keeps no count,
@@ -151,12 +152,12 @@ int main(int argc, char** argv) {
     foundation::usm::EngineInstance engine;
     foundation::usm::EngineInstance::MakeCurrent current(engine);
     {
-        tfsp::bench::GeneratedTreeOptions options;
+        tfsp::test::GeneratedTreeOptions options;
         options.sharedStems = {{"sharedBy100", 100}, {"sharedBy1000", 1000}};
-        const tfsp::bench::GeneratedTree tree(options);
+        const tfsp::test::GeneratedTree tree(options);
 
         Setup setup(GetCurrentPathFactory());
-        setup.mainEntries = tfsp::bench::FrozenMainEntries(tree);
+        setup.mainEntries = tfsp::test::FrozenMainEntries(tree);
         for (const auto& main : setup.mainEntries)
             main->ForEachEntry(allEntryTypesScope, [&setup](const PathEntryPointer& entry) {
                 setup.items += entry->GetPathItems()->size();

@@ -3,6 +3,7 @@
 // before its fault; a cache file is replaced whole or not at all.
 #include "support/EngineFixture.hpp"
 #include "support/TempTree.hpp"
+#include "support/Text.hpp"
 
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
@@ -30,8 +31,6 @@ using foundation::storage::vfs::CanonicalAbsoluteIRI;
 using ::testing::ElementsAre;
 using ::testing::UnorderedElementsAre;
 using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
-
-std::string Utf8(const ustring& text) { return fl::i18n::ustring_to_utf8(text); }
 
 // Everything the cache keeps of an entry, children in their order:
 // "type name{items}(children)", items as "stem|extension:kind".

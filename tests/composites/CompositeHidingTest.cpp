@@ -52,7 +52,7 @@ protected:
         ASSERT_TRUE(main);
     }
 
-    CompositeTree tree{12};
+    CompositeTree tree{24};
     const PathEntryVector& mains = tree.mains;
     const std::shared_ptr<const IPath> mainPath = MakePath(mains);
     const detail::SearchTarget common{u"common", {u".tf"}};

@@ -2,23 +2,18 @@
 // order: every query must give the same objects in the same order.
 #include "CompositeTestHelpers.hpp"
 
+#include "support/QueryTables.hpp"
+
 #include "tfsearch_path/ConcatenatedPath.hpp"
 #include "tfsearch_path/DeduplicatedPath.hpp"
 #include "tfsearch_path/MultiMaskedPath.hpp"
 
 #include <algorithm>
 #include <cstdint>
+#include <random>
 
 namespace tfsp::test {
 namespace {
-
-constexpr PathEntryType kMainOnly[] = {Main};
-constexpr PathEntryType kPackagesAndMethods[] = {Package, Method};
-constexpr PathEntryType kBelowClasses[] = {Private, UDDClass, Resources};
-const SearchScope kScopes[] = {allEntryTypesScope, SearchScope(kMainOnly), SearchScope(kPackagesAndMethods),
-                               SearchScope(kBelowClasses), SearchScope()};
-const FilenameMatchingPolicy kPolicies[] = {CaseRuleOne, CaseRuleTwo, StorageSystemRule};
-const std::vector<std::vector<ustring>> kExtensionLists = {{u".tf"}, {u".tfc", u".tf", u""}};
 
 std::string Describe(const PathEntryPointer& e) {
     return e ? Utf8(e->GetIRI().getPath()) + "@" + std::to_string(reinterpret_cast<std::uintptr_t>(e.get())) : "<null>";
@@ -64,7 +59,7 @@ void ExpectSameAnswers(const IPath& path, const IPath& reference, const PathEntr
                                         u"+pkg1/common", u"@cls1/foo", u"Util\\s2", u"+pkg1/@cls1/common", u"/common"};
     const std::vector<ustring> partials = {u"pkg1", u"+pkg1", u"@cls1", u"util", u"Util", u"private", u"+pkg1/@cls1",
                                            u"cv/lib", u""};
-    for (FilenameMatchingPolicy policy : kPolicies) {
+    for (FilenameMatchingPolicy policy : kAllPolicies) {
         for (const SearchScope& scope : kScopes) {
             for (const ustring& name : names)
                 for (const auto& extensions : kExtensionLists) {
@@ -87,7 +82,7 @@ void ExpectSameAnswers(const IPath& path, const IPath& reference, const PathEntr
     for (const PathEntryPointer& entry : entries) {
         const std::string where = Utf8(entry->GetIRI().getPath());
         EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(entry->GetIRI()), reference.GetPathEntryFromAbsoluteIRI(entry->GetIRI())) << where;
-        for (FilenameMatchingPolicy policy : kPolicies)
+        for (FilenameMatchingPolicy policy : kAllPolicies)
             EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(entry->GetIRI(), policy),
                       reference.GetPathEntryFromAbsoluteIRI(entry->GetIRI(), policy)) << where;
         EXPECT_EQ(path.IsEntryOnPath(*entry), reference.IsEntryOnPath(*entry)) << where;
@@ -117,7 +112,7 @@ protected:
     }
     void ExpectFlat(const IPath& path, const PathEntryVector& shown) const { ExpectSameAnswers(path, *MakePath(shown), all); }
 
-    CompositeTree tree{24};
+    CompositeTree tree{48};
     const PathEntryVector& mains = tree.mains;  // 26: the last two are "cv/Lib", "cv/lib"
     const PathEntryVector all = [this] {
         PathEntryVector entries;
@@ -134,8 +129,8 @@ TEST_F(CompositeReferenceTest, ConcatenationShowsTheFirstPathThenTheSecond) {
 }
 
 TEST_F(CompositeReferenceTest, MaskingHidesTheListedFoldersByFolderNotByObject) {
-    // The first folder holds every common name, so first-match searches must
-    // look past it; "cv/Lib" hides the first folder-insensitive match of
+    // The first folder holds "common", as every folder does, so first-match
+    // searches must look past it; "cv/Lib" hides the first folder-insensitive match of
     // "cv/lib".
     const PathEntryVector masked = Mains({0, 7, 19, 24});
     ExpectFlat(MultiMaskedPath(mainPath, masked), Without(mains, masked));

@@ -2,6 +2,7 @@
 // Helpers shared by the entry tests.
 #include "support/EngineFixture.hpp"
 #include "support/TempTree.hpp"
+#include "support/Text.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/PathEvents.hpp"
@@ -15,8 +16,6 @@ namespace tfsp::test {
 
 using namespace Thornfell::PathManagement;
 using foundation::storage::vfs::CanonicalAbsoluteIRI;
-
-inline std::string Utf8(const ustring& text) { return fl::i18n::ustring_to_utf8(text); }
 
 inline std::vector<std::string> FileNames(const IPathEntry& entry) {
     std::vector<std::string> names;

@@ -16,7 +16,7 @@ using resource_core::BaseMsgID;
 class AlterationTest : public ManagerFixture {
 protected:
     AlterationTest() {
-        for (const char* folder : {"a", "b", "c", "cwd"}) tree.file(std::string(folder) + "/x.tf");
+        tree.folders({"a", "b", "c", "cwd"}, "x.tf");
         tree.file("a/+pkg/p.tf");
         tree.file("a/@Cls/m.tf");
         tree.file("a/private/q.tf");

@@ -13,7 +13,7 @@ using ::testing::IsEmpty;
 class AtomicUnitTest : public ManagerFixture {
 protected:
     AtomicUnitTest() {
-        for (const char* folder : {"plain", "q", "r", "n", "n/x", "m", "m/y"}) tree.file(std::string(folder) + "/f.tf");
+        tree.folders({"plain", "q", "r", "n", "n/x", "m", "m/y"}, "f.tf");
         InstallPackage("n", /*managed=*/false, "1.0", {"n/x"});
         InstallPackage("m", /*managed=*/true, "1.0", {"m/y"});
         host::takeWarnings();

@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 class CompositionTest : public ManagerFixture {
 protected:
     CompositionTest() {
-        for (const char* folder : {"f1", "f2", "f3", "f4", "f5", "f6", "cwd"}) tree.file(std::string(folder) + "/x.tf");
+        tree.folders({"f1", "f2", "f3", "f4", "f5", "f6", "cwd"}, "x.tf");
         tree.file("f1/+pkg/p.tf");
     }
     std::vector<std::string> SearchFolders() { return Folders(*Manager().GetSearchPath()); }

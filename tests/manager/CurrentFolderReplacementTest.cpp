@@ -71,7 +71,7 @@ private:
 class CurrentFolderReplacementTest : public ManagerFixture {
 protected:
     CurrentFolderReplacementTest() {
-        for (const char* folder : {"a", "cwd", "comp", "comp/sub", "other"}) tree.file(std::string(folder) + "/x.tf");
+        tree.folders({"a", "cwd", "comp", "comp/sub", "other"}, "x.tf");
         Cd("cwd");
         auto events = foundation::msg_svc::eventmgr::getEngineEventMgr();
         auto real = std::make_unique<CurrentFolderPathManagerFactory>(events, registry, GetPathEntryFactory(),

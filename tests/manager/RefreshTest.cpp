@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 class RefreshTest : public ManagerFixture {
 protected:
     RefreshTest() {
-        for (const char* folder : {"a", "b", "cwd"}) tree.file(std::string(folder) + "/x.tf");
+        tree.folders({"a", "b", "cwd"}, "x.tf");
     }
     bool Finds(const std::string& name) {
         const detail::SearchTarget target(fl::i18n::utf8_to_ustring(name), {u".tf"});

@@ -1,7 +1,5 @@
 #include "host/HostServices.hpp"
-#include "foundation/usm/StateStore.hpp"
 #include "orvian/ComponentIdentifier.hpp"
-#include "orvian/FeatureSwitches.hpp"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +9,6 @@ namespace {
 
 using OrvianComponents::ComponentIdentifier;
 using OrvianComponents::ComponentVersion;
-using resource_core::BaseMsgID;
 
 TEST(HostServices, ValidNamesAreAsciiIdentifiersOfAtMost63Characters) {
     for (const ustring& good : {ustring(u"a"), ustring(u"Abc_12_"), ustring(63, u'x')})
@@ -19,30 +16,6 @@ TEST(HostServices, ValidNamesAreAsciiIdentifiersOfAtMost63Characters) {
     for (const ustring& bad : {ustring(64, u'x'), ustring(), ustring(u"_a"), ustring(u"1a"), ustring(u"a-b"),
                                ustring(u"\u00e9t\u00e9")})
         EXPECT_FALSE(qvIsValidOrvName(bad)) << bad.size();
-}
-
-TEST(HostServices, WarningsAndFeatureSwitchesAreKeptPerScope) {
-    std::vector<std::string> handled;
-    host::setWarningHandler([&](const BaseMsgID& m) { handled.push_back(m.getKey()); });
-    const BaseMsgID first("ORVIAN:mpath", "first"), second("ORVIAN:mpath", "second", {u"x"});
-    {
-        foundation::usm::EngineInstance instance;
-        foundation::usm::EngineInstance::MakeCurrent current(instance);
-        qvWarningMsgId(first);
-        qvWarningMsgId(second);
-        EXPECT_EQ(host::takeWarnings(), (std::vector<BaseMsgID>{first, second}));
-        EXPECT_TRUE(host::takeWarnings().empty());
-    }
-    qvWarningMsgId(first);  // no instance: the process keeps it
-    EXPECT_EQ(host::takeWarnings(), std::vector<BaseMsgID>{first});
-    EXPECT_EQ(handled, (std::vector<std::string>{"first", "second", "first"}));
-
-    // Feature switches start off and reset with the process scope.
-    OrvianComponents::ZPMFeature::Set(true);
-    EXPECT_TRUE(OrvianComponents::ZPMFeature::IsOn());
-    EXPECT_FALSE(OrvianComponents::ComponentFeature::IsOn());
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
-    EXPECT_FALSE(OrvianComponents::ZPMFeature::IsOn());
 }
 
 TEST(ComponentIdentifier, VersionsCompareNumericallyWithoutTrailingZeros) {

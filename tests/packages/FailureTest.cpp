@@ -13,7 +13,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 TEST_F(PackagesFixture, FixedPathStaysAndTheCallbackHearsWhy) {
-    for (const auto* folder : {"a", "p"}) tree.folder(folder);
+    tree.folders({"a", "p"});
     SetPath({"a", "p"});
     const auto hold = Manager().PushMutabilityPolicy(PathEntriesFixed);
     // The package brings a folder that isn't on the path: no folder may come.

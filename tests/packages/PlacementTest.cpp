@@ -100,7 +100,7 @@ struct ChangeCase {
 class ChangeOfPackageOnPath : public PackagesFixture, public ::testing::WithParamInterface<ChangeCase> {};
 
 TEST_P(ChangeOfPackageOnPath, KeepsThePlaceOfTheRoot) {
-    for (const auto* folder : {"a", "b", "p/x", "p2/m1"}) tree.folder(folder);
+    tree.folders({"a", "b", "p/x", "p2/m1"});
     Install("p", {.name = "p", .onPath = false, .members = {"m1"}});
     SetPath({"a", "p", "p/m1", "b", "p/x", "p2"});
     received.clear();
@@ -153,7 +153,7 @@ TEST_F(PackagesFixture, FolderThatBecomesAMemberIsReported) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.spec.managed);
-        for (const auto* folder : {"a", "p", "b"}) tree.folder(folder);
+        tree.folders({"a", "p", "b"});
         SetPath({"a", "p", "b"});
         received.clear();
         Install("p", c.spec);

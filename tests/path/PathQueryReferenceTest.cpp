@@ -3,6 +3,8 @@
 // change what is found or its order.
 #include "PathTestHelpers.hpp"
 
+#include "support/GeneratedTree.hpp"
+
 #include "orvian/FeatureSwitches.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
@@ -11,64 +13,20 @@
 namespace tfsp::test {
 namespace {
 
-const char* const kExtensions[] = {".tf", ".tfc", ".tfx", ""};
-const char* const kCaseVariants[] = {"Foo", "foo", "FOO"};
-const char* const kMainNames[] = {"util", "Util", "lib", "pkg1", "cls1"};
-
-// A tree of main folders made from a seed: plain, package, class (with UDD
-// classes), private and resources folders; folder and file names that differ
-// only in case; and stems held by every main folder ("common", "Foo").
-class RandomTree {
-public:
-    RandomTree(std::uint64_t seed, int mainFolders) : random(seed) {
-        for (int i = 0; i < mainFolders; ++i) {
-            // Main folders share base names across parents, so that partial
-            // pathnames have many candidates; "pkg1" and "cls1" also name the
-            // package and class folders.
-            std::uniform_int_distribution<int> pick(0, 7);
-            const int name = pick(random);
-            const std::string base = name < 5 ? kMainNames[name] : "d" + std::to_string(i);
-            mains.push_back("g" + std::to_string(i) + "/" + base);
-            tree.folder(mains.back());
-            Fill(mains.back(), FolderKind::Main, 0);
-        }
-        for (const char* stem : {"common", "Foo", "foo", "FOO", "fOO", "absent", "pkg1", "u3"}) stems.push_back(Utf16(stem));
-        for (int k = 0; k < 12; ++k) stems.push_back(Utf16("s" + std::to_string(k)));
-    }
-    // Entries of the main folders, in path order, from the process's factory.
-    PathEntryVector MainEntries() const {
-        PathEntryVector entries;
-        for (const std::string& main : mains) entries.push_back(GetPathEntryFactory().GetFrozenPathEntry(tree.iri(main)));
-        return entries;
-    }
-
-    std::vector<ustring> stems;  // every stem used anywhere, and one used nowhere
-    std::mt19937_64 random;
-    TempTree tree;
-
-private:
-    enum class FolderKind { Main, Package, Class, UDDClass, Leaf };
-    void Fill(const std::string& folder, FolderKind kind, int depth) {
-        auto chance = [this](double p) { return std::uniform_real_distribution<double>(0, 1)(random) < p; };
-        auto extension = [this] { return std::string(kExtensions[random() % 4]); };
-        tree.file(folder + "/common" + extension());
-        if (chance(0.7)) tree.file(folder + "/" + kCaseVariants[random() % 3] + extension());
-        if (chance(0.3)) tree.file(folder + "/" + kCaseVariants[random() % 3] + extension());
-        for (int i = 0, files = 1 + static_cast<int>(random() % 3); i < files; ++i) {
-            const std::string stem = chance(0.5) ? "s" + std::to_string(random() % 12) : "u" + std::to_string(random() % 1000);
-            tree.file(folder + "/" + stem + extension());
-        }
-        if (kind == FolderKind::Leaf || depth > 2) return;
-        const std::string k = std::to_string(1 + random() % 2);
-        const bool mainOrPackage = kind == FolderKind::Main || kind == FolderKind::Package;
-        if (mainOrPackage && chance(0.4)) Fill(folder + "/+pkg" + k, FolderKind::Package, depth + 1);
-        if (mainOrPackage && chance(0.35)) Fill(folder + "/@cls" + k, FolderKind::Class, depth + 1);
-        if (kind == FolderKind::Class && chance(0.4)) Fill(folder + "/@udd" + k, FolderKind::UDDClass, depth + 1);
-        if (chance(0.3)) Fill(folder + "/private", FolderKind::Leaf, depth + 1);
-        if (kind == FolderKind::Main && chance(0.2)) Fill(folder + "/resources", FolderKind::Leaf, depth + 1);
-    }
-    std::vector<std::string> mains;
-};
+// A tree of every kind of folder, with more of each: two names for package,
+// class and UDD class folders, main folders also named as those ("pkg1",
+// "cls1"), three case variants of "foo", files with and without an extension.
+GeneratedTreeOptions ReferenceTree(std::uint64_t seed) {
+    GeneratedTreeOptions options = EveryKindOfFolder(200, seed);
+    options.filesPerFolder = 5;
+    options.nestedNames = 2;
+    options.mainNames.push_back("cls1");
+    options.stemPool = {"Foo", "foo", "FOO", "u3"};
+    for (int k = 0; k < 12; ++k) options.stemPool.push_back("s" + std::to_string(k));
+    options.extensions = {".tf", ".tfc", ".tfx", ""};
+    options.filesInEveryFolder.push_back("common");
+    return options;
+}
 
 // Whether the folder names of `entry`'s location end in `parts`.
 bool LocationEndsWith(const IPathEntry& entry, const std::vector<ustring>& parts, FilenameMatchingPolicy policy) {
@@ -84,13 +42,6 @@ bool LocationEndsWith(const IPathEntry& entry, const std::vector<ustring>& parts
         if (!SameName(components[components.size() - parts.size() + i], parts[i], policy)) return false;
     return true;
 }
-
-constexpr PathEntryType kMainOnly[] = {Main};
-constexpr PathEntryType kPackagesAndMethods[] = {Package, Method};
-constexpr PathEntryType kBelowClasses[] = {Private, UDDClass, Resources};
-const SearchScope kScopes[] = {allEntryTypesScope, SearchScope(kMainOnly), SearchScope(kPackagesAndMethods),
-                               SearchScope(kBelowClasses), SearchScope()};
-const std::vector<std::vector<ustring>> kExtensionLists = {{u".tf"}, {u".tfc", u".tf", u""}, {u".tfx", u""}};
 
 std::vector<std::string> Describe(const std::vector<FoundItem>& found) {
     std::vector<std::string> out;
@@ -171,20 +122,26 @@ protected:
         return joined;
     }
 
-    RandomTree tree{GetParam(), 90};
-    PathEntryVector mains = tree.MainEntries();
+    GeneratedTree tree{ReferenceTree(GetParam())};
+    // Every stem used anywhere, and some used nowhere.
+    std::vector<ustring> stems = [] {
+        std::vector<ustring> all = {u"common", u"fOO", u"absent", u"pkg1"};
+        for (const std::string& stem : ReferenceTree(0).stemPool) all.push_back(Utf16(stem));
+        return all;
+    }();
+    PathEntryVector mains = FrozenMainEntries(tree);
     std::vector<WalkedEntry> walked = WalkInPathOrder(mains);
     std::shared_ptr<const IPath> path = GetCurrentPathFactory().CreatePath(mains);
 };
 
 TEST_P(PathQueryReferenceTest, NamesAndPartialPathnamesFindWhatTheWalkFinds) {
-    for (const ustring& stem : tree.stems) CheckFind(stem, {}, stem);
+    for (const ustring& stem : stems) CheckFind(stem, {}, stem);
     std::mt19937_64 random(GetParam());
     std::vector<std::vector<ustring>> partials = {{u"pkg1"}, {u"+pkg1"}, {u"@cls1"}, {u"cls1"}, {u"+pkg1", u"+pkg2"},
                                                   {u"util"}, {u"Util"}, {u"+pkg2", u"@cls1", u"@udd1"}};
     for (int i = 0; i < 25; ++i) partials.push_back(RandomParts(random));
     for (const auto& parts : partials) {
-        const ustring stem = tree.stems[random() % tree.stems.size()];
+        const ustring stem = stems[random() % stems.size()];
         CheckFind(Join(parts, random() % 2 ? u'/' : u'\\') + u"/" + stem, parts, stem);
     }
 }

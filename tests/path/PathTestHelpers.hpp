@@ -2,7 +2,9 @@
 // Shared by the path tests: a plain walk of a path's entries that the indexed
 // queries are checked against, and entries made in memory.
 #include "support/EngineFixture.hpp"
+#include "support/QueryTables.hpp"
 #include "support/TempTree.hpp"
+#include "support/Text.hpp"
 #include "foundation/storage/vfs/PathComparator.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
@@ -17,11 +19,6 @@
 namespace tfsp::test {
 
 using namespace Thornfell::PathManagement;
-
-inline std::string Utf8(const ustring& text) { return fl::i18n::ustring_to_utf8(text); }
-inline ustring Utf16(const std::string& text) { return fl::i18n::utf8_to_ustring(text); }
-
-inline const FilenameMatchingPolicy kAllPolicies[] = {CaseRuleOne, CaseRuleTwo, StorageSystemRule};
 
 // Names as the policy compares them: folded under CaseRuleTwo, exact
 // otherwise (the POSIX storage system's own rule is exact).

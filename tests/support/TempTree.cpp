@@ -24,9 +24,9 @@ std::string parentOf(const std::string& path) { return fs::path(path).parent_pat
 
 } // namespace
 
-TempTree::TempTree() {
+TempTree::TempTree(const std::string& prefix) {
     const char* tmp = std::getenv("TMPDIR");
-    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/tfsp-test-XXXXXX";
+    std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/" + prefix + "-XXXXXX";
     if (!::mkdtemp(pattern.data())) fail("mkdtemp", pattern);
     // /tmp may itself be reached through a link; tests compare against
     // canonical names.
@@ -64,6 +64,15 @@ std::string TempTree::file(const std::string& relative, const std::string& conte
     if (!out) fail("create", full);
     out << content;
     return full;
+}
+
+void TempTree::folders(std::initializer_list<std::string> relatives, const std::string& fileInEach) {
+    for (const std::string& relative : relatives) {
+        if (fileInEach.empty())
+            folder(relative);
+        else
+            file(relative + "/" + fileInEach);
+    }
 }
 
 std::string TempTree::symlink(const std::string& relative, const std::string& target) {

@@ -5,6 +5,7 @@
 #include "fl/ustring.hpp"
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,8 @@ namespace tfsp::test {
 
 class TempTree {
 public:
-    TempTree();
+    // The folder's name starts with `prefix`.
+    explicit TempTree(const std::string& prefix = "tfsp-test");
     ~TempTree();
     TempTree(const TempTree&) = delete;
     TempTree& operator=(const TempTree&) = delete;
@@ -27,6 +29,8 @@ public:
     // Each makes the missing folders above it, and returns its full path.
     std::string folder(const std::string& relative);
     std::string file(const std::string& relative, const std::string& content = "");
+    // Makes each folder, with an empty file `fileInEach` in it unless empty.
+    void folders(std::initializer_list<std::string> relatives, const std::string& fileInEach = "");
     std::string symlink(const std::string& relative, const std::string& target);
     // Sets the mode bits; the destructor makes the entry removable again.
     void chmod(const std::string& relative, unsigned mode);
