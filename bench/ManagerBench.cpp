@@ -6,14 +6,11 @@
 #include "support/GeneratedTree.hpp"
 
 #include "foundation/usm/StateStore.hpp"
-#include "tfsearch_path/IMainSearchPathManager.hpp"
-#include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
+#include "tfsearch_path/ISearchPathSession.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
 #include "foundation/storage/vfs/StorageSystem.hpp"
-#include "thornfell/CurrentWorkingFolder.hpp"
-#include "thornfell/PackageRegistry.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -31,25 +28,12 @@ const tfsp::test::GeneratedTree& Tree() {
     return tree;
 }
 
-// An engine instance with a manager whose path holds every main folder of the tree.
-struct Host {
-    Host() : current(engine) {
-        const auto folders = tfsp::test::MainFolderIRIs(Tree());
-        manager = CreateMainSearchPathManager(foundation::msg_svc::eventmgr::getEngineEventMgr(), registry);
-        foundation::core::except::Notification notification;
-        manager->SetPathFolders(FolderRange(folders), notification);
-    }
-    ~Host() { manager.reset(); }
-
-    foundation::usm::EngineInstance engine;
-    foundation::usm::EngineInstance::MakeCurrent current;
-    OrvianComponents::ModularPackageRegistry registry{
-        [](PathEntryVector entries) { return GetCurrentPathFactory().CreatePath(std::move(entries)); }};
-    std::unique_ptr<IMainSearchPathManager> manager;
-};
-
-void Cd(const std::string& folder) {
-    Thornfell::current_working_folder::GetCurrentWorkingFolder().set(GetIRIFromString(fl::i18n::utf8_to_ustring(folder)));
+// A session (engine instance, registry, manager) whose path holds every main
+// folder of the tree.
+std::unique_ptr<ISearchPathSession> MakeHost() {
+    auto host = CreateSearchPathSession();
+    host->SetPathFolders(FolderRange(tfsp::test::MainFolderIRIs(Tree())));
+    return host;
 }
 
 // The working folder moves between a folder off the path and one in the
@@ -61,12 +45,12 @@ void BM_CurrentFolderChange(benchmark::State& state) {
     const std::string offPath = Tree().root() + "/elsewhere";
     std::filesystem::create_directories(offPath);
     const std::string onPath = Tree().mainFolders()[Tree().mainFolders().size() / 2];
-    Host host;
-    const PathEntryVector mainEntries = *host.manager->GetMainPath()->GetMainEntries();
+    const auto host = MakeHost();
+    const PathEntryVector mainEntries = *host->GetManager().GetMainPath()->GetMainEntries();
     bool toggle = false;
     for (auto _ : state) {
-        Cd((toggle = !toggle) ? onPath : offPath);
-        benchmark::DoNotOptimize(host.manager->GetSearchPath().get());
+        host->ChangeWorkingFolder(GetIRIFromString(fl::i18n::utf8_to_ustring((toggle = !toggle) ? onPath : offPath)));
+        benchmark::DoNotOptimize(host->GetManager().GetSearchPath().get());
     }
     // The build of the main path, the way an alteration makes it.
     double build = 0;
@@ -101,16 +85,15 @@ double BuildSeconds(const PathEntryVector& entries, int builds = 5) {
 // over that build.
 void BM_SetPathFoldersWarm(benchmark::State& state) {
     foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
-    Host host;
+    const auto host = MakeHost();
     const auto folders = tfsp::test::MainFolderIRIs(Tree());
     double total = 0;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        foundation::core::except::Notification notification;
-        host.manager->SetPathFolders(FolderRange(folders), notification);
+        host->SetPathFolders(FolderRange(folders));
         total += Seconds(start);
     }
-    const double build = BuildSeconds(*host.manager->GetMainPath()->GetMainEntries());
+    const double build = BuildSeconds(*host->GetManager().GetMainPath()->GetMainEntries());
     const double alteration = total / static_cast<double>(state.iterations());
     state.counters["build_ms"] = 1e3 * build;
     state.counters["road_percent"] = 100.0 * (alteration - build) / build;
@@ -120,8 +103,8 @@ BENCHMARK(BM_SetPathFoldersWarm)->Unit(benchmark::kMillisecond);
 // Refresh(0) with no folder changed: one look at each entry's observer.
 void BM_RefreshNothingChanged(benchmark::State& state) {
     foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
-    Host host;
-    for (auto _ : state) benchmark::DoNotOptimize(host.manager->Refresh(TrustObservers));
+    const auto host = MakeHost();
+    for (auto _ : state) benchmark::DoNotOptimize(host->GetManager().Refresh(TrustObservers));
 }
 BENCHMARK(BM_RefreshNothingChanged)->Unit(benchmark::kMicrosecond);
 
@@ -130,10 +113,10 @@ BENCHMARK(BM_RefreshNothingChanged)->Unit(benchmark::kMicrosecond);
 // the main path; "percent_of_budget" the refresh over it.
 void BM_RefreshOneFileAdded(benchmark::State& state) {
     foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
-    Host host;
+    const auto host = MakeHost();
     const std::string folder = Tree().mainFolders()[Tree().mainFolders().size() / 3];
     const auto iri = GetIRIFromString(fl::i18n::utf8_to_ustring(folder));
-    const auto entry = [&] { return host.manager->GetMainPath()->GetPathEntryFromAbsoluteIRI(foundation::storage::vfs::CanonicalAbsoluteIRI(iri, u"")); };
+    const auto entry = [&] { return host->GetManager().GetMainPath()->GetPathEntryFromAbsoluteIRI(foundation::storage::vfs::CanonicalAbsoluteIRI(iri, u"")); };
     double total = 0;
     int added = 0;
     for (auto _ : state) {
@@ -142,7 +125,7 @@ void BM_RefreshOneFileAdded(benchmark::State& state) {
         while (!entry()->IsOutOfDate()) std::this_thread::sleep_for(std::chrono::microseconds(100));
         state.ResumeTiming();
         const auto start = std::chrono::steady_clock::now();
-        host.manager->Refresh(TrustObservers);
+        host->GetManager().Refresh(TrustObservers);
         total += Seconds(start);
     }
     for (int i = 0; i < added; ++i) std::filesystem::remove(folder + "/added" + std::to_string(i) + ".tf");
@@ -152,7 +135,7 @@ void BM_RefreshOneFileAdded(benchmark::State& state) {
         benchmark::DoNotOptimize(
             foundation::storage::vfs::Folder(iri, OrvianStorageSystem::GetStorageSystemReference()).listFiles(u"").size());
     const double listing = Seconds(listingStart) / listings;
-    const double budget = listing + BuildSeconds(*host.manager->GetMainPath()->GetMainEntries());
+    const double budget = listing + BuildSeconds(*host->GetManager().GetMainPath()->GetMainEntries());
     state.counters["budget_ms"] = 1e3 * budget;
     state.counters["percent_of_budget"] = 100.0 * total / static_cast<double>(state.iterations()) / budget;
 }

@@ -6,9 +6,8 @@
 
 #include "foundation/usm/StateStore.hpp"
 #include "orvian/FeatureSwitches.hpp"
-#include "tfsearch_path/IMainSearchPathManager.hpp"
-#include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
+#include "tfsearch_path/ISearchPathSession.hpp"
 #include "tfsearch_path/PackagesOnPathCoordinator.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "thornfell/PackageRegistry.hpp"
@@ -91,10 +90,8 @@ void BM_InstallOnePackage(benchmark::State& state) {
     foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
     OrvianComponents::ComponentFeature::Set(true);
     OrvianComponents::GUPFeature::Set(true);
-    foundation::usm::EngineInstance engine;
-    foundation::usm::EngineInstance::MakeCurrent current(engine);
+    const auto session = CreateSearchPathSession();
     auto& registrar = registry::GetPackageRegistrarForUpdate();
-    registrar.SetEntryProvider([](const CanonicalAbsoluteIRI& folder) { return GetPathEntryFactory().GetPathEntry(folder); });
 
     const auto& mainFolders = Tree().mainFolders();
     registry::PackageRegistryBuilder builder;
@@ -108,12 +105,9 @@ void BM_InstallOnePackage(benchmark::State& state) {
     const auto withExtra = registry::PackageRegistryBuilder(*base).Add(extra).Build();
     registrar.Install(base);
 
-    OrvianComponents::ModularPackageRegistry modular(
-        [](PathEntryVector entries) { return GetCurrentPathFactory().CreatePath(std::move(entries)); });
-    auto manager = CreateMainSearchPathManager(foundation::msg_svc::eventmgr::getEngineEventMgr(), modular);
-    foundation::core::except::Notification notification;
-    manager->SetPathFolders(FolderRange(tfsp::test::MainFolderIRIs(Tree())), notification);
-    TimedManager timed(*manager);
+    session->SetPathFolders(FolderRange(tfsp::test::MainFolderIRIs(Tree())));
+    IMainSearchPathManager& manager = session->GetManager();
+    TimedManager timed(manager);
     std::size_t messages = 0;
     InstallPackagesOnPathCoordinator(*foundation::msg_svc::eventmgr::getEngineEventMgr(), timed,
                                      [&messages](const foundation::core::except::Notification& n) { messages += n.size(); });
@@ -135,7 +129,7 @@ void BM_InstallOnePackage(benchmark::State& state) {
     const double iterations = static_cast<double>(state.iterations());
     const double coordinatorUs = 1e6 * changeSeconds / iterations - state.counters["set_path_us"] / iterations;
 
-    const PathEntryVector mainEntries = *manager->GetMainPath()->GetMainEntries();
+    const PathEntryVector mainEntries = *manager.GetMainPath()->GetMainEntries();
     double build = 0;
     const int builds = 5;
     for (int i = 0; i < builds; ++i) {
@@ -149,9 +143,8 @@ void BM_InstallOnePackage(benchmark::State& state) {
     state.counters["coordinator_us"] = coordinatorUs;
     state.counters["build_ms"] = buildMs;
     state.counters["percent_of_build"] = 100.0 * coordinatorUs / (1e3 * buildMs);
-    state.counters["path_folders"] = static_cast<double>(manager->GetPathFolders()->size());
+    state.counters["path_folders"] = static_cast<double>(manager.GetPathFolders()->size());
     state.counters["messages"] = static_cast<double>(messages);
-    manager.reset();
 }
 BENCHMARK(BM_InstallOnePackage)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
 

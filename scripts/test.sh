@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # Installs, builds and runs the whole test suite.
-#   scripts/test.sh                 the suite, then again under ThreadSanitizer,
+#   scripts/test.sh                 the suite and the embedding example built
+#                                   against the installed package, then the
+#                                   suite again under ThreadSanitizer,
 #                                   then under AddressSanitizer + UndefinedBehaviorSanitizer,
 #                                   then the cache reader fuzzed for 60 seconds
 #   scripts/test.sh --sanitize thread|address
 #                                   the whole suite in that sanitizer build only
-#   scripts/test.sh --plain         the suite without any sanitizer run
+#   scripts/test.sh --plain         the suite and the embedding example, without
+#                                   any sanitizer run
 # Extra arguments after these go to ctest (for example -R Path or -L manager).
 set -euo pipefail
 ROOT="$(cd "$(dirname "$0")/.." && pwd)"
@@ -46,4 +49,10 @@ for kind in "${STAGES[@]}"; do
   built=$((SECONDS - started))
   (cd "$ROOT/build/$kind" && ctest --output-on-failure -j "$JOBS" "$@")
   echo "== $kind: build $built s, suite $((SECONDS - started - built)) s"
+  if [[ $kind == release ]]; then
+    # The installed headers and package config, as another project finds them.
+    started=$SECONDS
+    "$ROOT/scripts/check-embed.sh" "$ROOT/build/release"
+    echo "== embed: $((SECONDS - started)) s"
+  fi
 done

@@ -212,7 +212,7 @@ TEST_F(AlterationTest, PackageRootsExpandByPhase) {
                           {true, {"a", "p", "p/sub", "b"}, {"a", "p", "b"}, false}};
     for (const auto& c : cases) {
         OrvianComponents::GUPFeature::Set(c.gup);
-        manager.reset();
+        ResetManager();
         const auto messages = Messages(SetPath({"a", "p", "b", "p/sub"}));
         EXPECT_THAT(MainFolders(), ElementsAreArray(c.main)) << c.gup;
         std::vector<std::string> folders;

@@ -16,9 +16,8 @@ protected:
         tree.file("real/main/private/p.tf");
         tree.file("real/main/g.tf");
         tree.symlink("link", tree.path("real"));
-        SetMainSearchPathManager(&Manager());
+        Manager();  // registered with the instance, where the canonical name looks for it
     }
-    ~CanonicalFilePathTest() override { SetMainSearchPathManager(nullptr); }
     std::string Canonicalised(const foundation::storage::vfs::AbsoluteIRI& file) {
         return fl::i18n::ustring_to_utf8(PathManagerCanonicalFilePath(file).getPath());
     }

@@ -73,7 +73,7 @@ TEST_F(CompositionTest, PackagePhasesDeduplicateTheCurrentFolderAheadOfThePath) 
     for (bool gup : {false, true}) {
         OrvianComponents::ComponentFeature::Set(true);
         OrvianComponents::GUPFeature::Set(gup);
-        manager.reset();
+        ResetManager();
         Cd("f2");
         SetPath({"f1", "f2", "f3"});
         EXPECT_THAT(SearchFolders(), ElementsAre("f2", "f1", "f3")) << gup;
@@ -100,7 +100,7 @@ TEST_F(CompositionTest, HandedOutPathsStayValidAfterTheManagerMovesOn) {
     SetPath({"f3"});
     Cd("f4");
     EXPECT_THAT(Folders(*old), ElementsAre("cwd", "f1", "f2"));
-    manager.reset();
+    ResetManager();
     const detail::SearchTarget target(u"x", {u".tf"});
     EXPECT_EQ(old->FindAllInScope(allEntryTypesScope, target, CaseRuleOne).size(), 3u);
 }
@@ -132,7 +132,7 @@ TEST_F(CompositionTest, TheDestructorAnnouncesItself) {
             ++announced;
         });
     Manager();
-    manager.reset();
+    ResetManager();
     EXPECT_EQ(announced, 1);
 }
 

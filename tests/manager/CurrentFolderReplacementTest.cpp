@@ -84,6 +84,7 @@ protected:
     }
     // The manager refers to the monitor: it goes first.
     ~CurrentFolderReplacementTest() override { manager.reset(); }
+    IMainSearchPathManager& Manager() override { return *manager; }
     // At stage 1 of the first installation a report of the current folder
     // starts, the subscriber drops the current folder.
     ChangeLog DropTheCurrentFolderDuringItsReport() {
@@ -97,6 +98,7 @@ protected:
     FolderMonitor monitor{std::nullopt, GetCurrentPathFactory().CreatePath({}),
                           Thornfell::PackageRegistry::GetPackageRegistrar()};
     std::shared_ptr<ReportWatch> watch = std::make_shared<ReportWatch>();
+    std::unique_ptr<IMainSearchPathManager> manager;
 };
 
 TEST_F(CurrentFolderReplacementTest, OnAWorkingFolderChange) {

@@ -1,11 +1,12 @@
 #pragma once
-// A host for the manager tests: an engine instance, a package registry, a
-// working folder and a manager made as a host makes them.
+// A host for the manager tests: a search path session (its own engine
+// instance, package registry and manager) over the fixture's instance.
 #include "support/EngineFixture.hpp"
 #include "support/TempTree.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
+#include "tfsearch_path/ISearchPathSession.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathManagerEvents.hpp"
 #include "thornfell/CurrentWorkingFolder.hpp"
@@ -25,18 +26,13 @@ using foundation::storage::vfs::CanonicalAbsoluteIRI;
 
 class ManagerFixture : public EngineFixture {
 protected:
-    ManagerFixture() {
-        Thornfell::PackageRegistry::GetPackageRegistrarForUpdate().SetEntryProvider(
-            [](const CanonicalAbsoluteIRI& folder) { return GetPathEntryFactory().GetPathEntry(folder); });
-    }
-    ~ManagerFixture() override { manager.reset(); }
-
     CanonicalAbsoluteIRI Canonical(const std::string& relative) const { return CanonicalAbsoluteIRI(tree.iri(relative), ustring()); }
-    void Cd(const std::string& relative) { Thornfell::current_working_folder::GetCurrentWorkingFolder().set(tree.iri(relative)); }
-    IMainSearchPathManager& Manager() {
-        if (!manager) manager = CreateMainSearchPathManager(foundation::msg_svc::eventmgr::getEngineEventMgr(), registry);
-        return *manager;
-    }
+    void Cd(const std::string& relative) { session->ChangeWorkingFolder(tree.iri(relative)); }
+    // The session's manager, made on first use; a test that makes its own
+    // manager answers with that one.
+    virtual IMainSearchPathManager& Manager() { return session->GetManager(); }
+    // The next Manager() makes a new one, with the feature switches then set.
+    void ResetManager() { session->EndManager(); }
     foundation::core::except::Notification SetPath(const std::vector<std::string>& folders) {
         std::vector<CanonicalAbsoluteIRI> iris;
         for (const auto& folder : folders) iris.push_back(Canonical(folder));
@@ -93,10 +89,10 @@ protected:
     static constexpr PathChangeEvent::Stage kAllStages[] = {PathChangeEvent::BeforeChange, PathChangeEvent::AfterChange,
                                                             PathChangeEvent::AfterChangeNotified};
 
+    // The session ends before the tree: its manager watches the tree's folders.
     TempTree tree;
-    OrvianComponents::ModularPackageRegistry registry{
-        [](PathEntryVector entries) { return GetCurrentPathFactory().CreatePath(std::move(entries)); }};
-    std::unique_ptr<IMainSearchPathManager> manager;
+    std::unique_ptr<ISearchPathSession> session = CreateSearchPathSession();
+    OrvianComponents::IModularPackageRegistry& registry = session->GetPackageRegistry();
 };
 
 } // namespace tfsp::test

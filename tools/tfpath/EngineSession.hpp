@@ -1,9 +1,7 @@
 #pragma once
-// An engine instance with its search path manager, made the way a host
-// makes them.
-#include "foundation/usm/StateStore.hpp"
-#include "tfsearch_path/IMainSearchPathManager.hpp"
-#include "thornfell/PackageRegistry.hpp"
+// The tool's host: a search path session, with warnings and messages
+// written to standard error and folders taken from the command line.
+#include "tfsearch_path/ISearchPathSession.hpp"
 
 #include <memory>
 #include <optional>
@@ -17,18 +15,14 @@ public:
     // Makes the instance current on this thread; with `currentFolder`, the
     // working folder moves there first.
     explicit EngineSession(const std::optional<std::string>& currentFolder, bool followCurrentFolder = true);
-    ~EngineSession();
 
-    Thornfell::PathManagement::IMainSearchPathManager& manager() { return *manager_; }
+    Thornfell::PathManagement::IMainSearchPathManager& manager() { return session_->GetManager(); }
     // Puts the folders on the path; messages go to standard error. Returns
     // how many messages there were.
     std::size_t SetPathFolders(const std::vector<std::string>& folders);
 
 private:
-    foundation::usm::EngineInstance engine_;
-    std::optional<foundation::usm::EngineInstance::MakeCurrent> current_;
-    std::unique_ptr<OrvianComponents::ModularPackageRegistry> registry_;
-    std::unique_ptr<Thornfell::PathManagement::IMainSearchPathManager> manager_;
+    std::unique_ptr<Thornfell::PathManagement::ISearchPathSession> session_;
 };
 
 } // namespace tfpath

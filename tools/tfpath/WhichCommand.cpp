@@ -5,6 +5,7 @@
 
 #include "EngineSession.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
+#include "foundation/usm/StateStore.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
