@@ -26,12 +26,6 @@ foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text);
 // A text fit to show a user and to join with ";": the plain path.
 ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri);
 
-
-// True if `entry`'s comparison under `policy` calls the text of its IRI
-// equal to `iriText`, the text of a folder's IRI ("file://...").
-bool DoesEntryIRITextMatch(const IPathEntry& entry, const ustring& iriText, FilenameMatchingPolicy policy);
-
-using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
 // The name comparisons of an entry, one for each matching policy: its
 // comparator under that policy's case modifier, a storage failure in a
 // comparison counting as no match. The entry holds them, and hands one out
@@ -63,6 +57,11 @@ private:
     FilenameMatcherFunction storageSystemRule_;
 };
 
+// True if `entry`'s comparison under `policy` calls the text of its IRI
+// equal to `iriText`, the text of a folder's IRI ("file://...").
+bool DoesEntryIRITextMatch(const IPathEntry& entry, const ustring& iriText, FilenameMatchingPolicy policy);
+
+using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
 using PartialPathnamePartsRange =
     boost::any_range<const ustring, boost::forward_traversal_tag, const ustring&, std::ptrdiff_t>;
 
