@@ -80,7 +80,10 @@ protected:
 };
 
 TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListing) {
-    for (const char* file : {"a/one.tf", "a/notes.", "a/.hidden", "a/x.y.z", "a/plain", "a/+pkg/p.tf",
+    // Names the two roads must split alike: trailing, leading, doubled and
+    // only dots, none, and letters beyond ASCII.
+    for (const char* file : {"a/one.tf", "a/notes.", "a/.hidden", "a/x.y.z", "a/plain", "a/...", "a/..tf",
+                             "a/Grüße.tf", "a/データ.ＴＦ", "a/+pkg/p.tf",
                              "a/+pkg/+inner/q.tf", "a/@Cls/Cls.tf", "a/@Cls/@Sub/s.tf", "a/@Cls/private/h.tf",
                              "a/private/secret.tf", "a/resources/icon.txt", "b/two.tf"})
         tree.file(std::string("install/toolbox/") + file);

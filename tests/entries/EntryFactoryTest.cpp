@@ -200,7 +200,7 @@ TEST_F(EntryFactoryTest, ASubfolderThatFailsIsLeftOutButTheFolderItselfFailsWhol
         factory.GetPathEntry(tree.iri("main/+closed"));
         FAIL() << "no exception";
     } catch (const foundation::storage::vfs::Exception& e) {
-        EXPECT_EQ(e.getErrorCode(), 2);
+        EXPECT_EQ(e.getCode(), foundation::storage::vfs::ErrorCode::PermissionDenied);
     }
 }
 

@@ -98,7 +98,7 @@ TEST_F(EntryStructureTest, AnUnreadableFolderIsAStorageError) {
         Entry("missing");
         FAIL() << "no exception";
     } catch (const foundation::storage::vfs::Exception& e) {
-        EXPECT_EQ(e.getErrorCode(), 4);
+        EXPECT_EQ(e.getCode(), foundation::storage::vfs::ErrorCode::NotFound);
     }
     EXPECT_THROW(Entry("file.tf"), foundation::storage::vfs::Exception);
 }

@@ -1,7 +1,11 @@
 // Which file of a folder a name finds, under each matching policy.
 #include "EntryTestHelpers.hpp"
 
+#include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
+
 #include <gmock/gmock.h>
+
+#include <functional>
 
 namespace tfsp::test {
 namespace {
@@ -66,6 +70,25 @@ TEST_F(FindTest, NamesAreStemsNotPathsAndPrefixesDontMatch) {
     EXPECT_EQ(Name(entry->FindFirst(Target(u"ab", {u".tf"}), CaseRuleOne)), "<none>");
     EXPECT_EQ(Name(entry->FindFirst(Target(u"f/abc", {u".tf"}), CaseRuleOne)), "<none>");
     EXPECT_EQ(Name(entry->FindFirst(Target(u"", {u".tf"}), CaseRuleOne)), "<none>");
+}
+
+// A matcher is all a caller may keep of an entry: it must stay usable, and
+// keep the entry, after the caller's last share of the entry is gone.
+TEST_F(FindTest, AMatcherKeepsItsEntryAlive) {
+    tree.file("f/abc.tf");
+    const std::pair<const char*, std::function<PathEntryPointer()>> makers[] = {
+        {"listed", [&] { return GetPathEntryFactory().GetPathEntry(tree.iri("f")); }},
+        {"unreadable", [&] { return std::make_shared<const InaccessibleFolderPathEntry>(Main, CanonicalAbsoluteIRI(tree.iri("f"), u""), u"f"); }}};
+    for (const auto& [kind, make] : makers) {
+        PathEntryPointer entry = make();
+        const std::weak_ptr<const IPathEntry> watch = entry;
+        const FilenameMatcher exact = entry->CreateFilenameMatcher(CaseRuleOne);
+        const FilenameMatcher folded = entry->CreateFilenameMatcher(CaseRuleTwo);
+        entry.reset();
+        EXPECT_FALSE(watch.expired()) << kind;
+        EXPECT_FALSE((*exact)(u"abc", u"ABC")) << kind;
+        EXPECT_TRUE((*folded)(u"abc", u"ABC")) << kind;
+    }
 }
 
 using FindDeathTest = FindTest;

@@ -1,11 +1,10 @@
 #include "CurrentFolderPathManager.hpp"
 
+#include "SearchPathPublicFunctions.hpp"
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/log/DiagnosticLogger.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "orvian/FeatureSwitches.hpp"
-#include "ovutil/LocalEventMgr.hpp"
-#include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
 #include "tfsearch_path/PathEntryDecorator.hpp"
 #include "tfsearch_path/PathManagerEvents.hpp"
@@ -103,9 +102,7 @@ CurrentFolderPathManager::CurrentFolderPathManager(boost::shared_ptr<foundation:
                                                    const IFolderMonitor& monitor, const CanonicalAbsoluteIRI& folder)
     : eventManager(std::move(events)), componentRegistry(registry), entryFactory(entries), pathFactory(paths),
       folderMonitor(monitor) {
-    currentComponent = componentRegistry.GetOwningComponent(folder);
-    currentEntry = CreateCurrentFolderEntry(entryFactory, folderMonitor, folder, currentComponent, componentRegistry);
-    currentPath = CreateCurrentFolderPath(pathFactory, currentEntry, currentComponent, componentRegistry);
+    MakeCurrent(folder);
 
     using current_working_folder::CurrentWorkingFolderChangedEvent;
     folderChangeConnection = eventManager->subscribe(
@@ -116,6 +113,12 @@ CurrentFolderPathManager::CurrentFolderPathManager(boost::shared_ptr<foundation:
     if (folderChangeConnection.isEmpty() && fl_diag_terminate())
         FL_DIAG_TERMINATE("Failed to subscribe to folder change event. Status of event manager connection: " +
                           folderChangeConnection.getConnectionStatus());
+}
+
+void CurrentFolderPathManager::MakeCurrent(const CanonicalAbsoluteIRI& folder) {
+    currentComponent = componentRegistry.GetOwningComponent(folder);
+    currentEntry = CreateCurrentFolderEntry(entryFactory, folderMonitor, folder, currentComponent, componentRegistry);
+    currentPath = CreateCurrentFolderPath(pathFactory, currentEntry, currentComponent, componentRegistry);
 }
 
 std::shared_ptr<const IPath> CurrentFolderPathManager::GetCurrentFolderPathForMainPath(const IPath& mainPath) const {
@@ -136,10 +139,8 @@ void CurrentFolderPathManager::ConnectCurrentFolderChangedHandler(ChangedHandler
 void CurrentFolderPathManager::HandleCurrentFolderChanged(const CanonicalAbsoluteIRI& folder) {
     FL_FUNCTION_TRACE(currentFolderLogger);
     const std::optional<ComponentIdentifier> oldComponent = currentComponent;
-    currentComponent = componentRegistry.GetOwningComponent(folder);
     const std::shared_ptr<const IPath> oldPath = currentPath;
-    currentEntry = CreateCurrentFolderEntry(entryFactory, folderMonitor, folder, currentComponent, componentRegistry);
-    currentPath = CreateCurrentFolderPath(pathFactory, currentEntry, currentComponent, componentRegistry);
+    MakeCurrent(folder);
     folderChangedSignal(oldPath, oldComponent);
     if (!SameComponent(oldComponent, currentComponent))
         eventManager->publish(boost::make_shared<CurrentFolderComponentHasBeenChangedEvent>(oldComponent, currentComponent), 0);
@@ -153,16 +154,7 @@ void CurrentFolderPathManager::HandleModularPackageRegistryChanged() {
 
 void CurrentFolderPathManager::MarkCurrentFolderOutOfDate(RefreshType type) {
     if (type == TrustObservers) return;
-    namespace ffo = storage::filefolderobserver;
-    auto bus = ovutil::eventmgr::createLocalEventMgr(boost::none);
-    currentPath->ForEachEntry(allEntryTypesScope, [&bus](const PathEntryPointer& entry) {
-        bus->publish(boost::make_shared<ffo::FileFolderChangedEvent>(entry->GetIRI().toString(),
-                                                                     ffo::FrozenInclusion::IncludeFrozen),
-                     1);
-        return false;
-    });
-    // The next IsOutOfDate must see the result.
-    bus->deliverHeld();
+    ReportFoldersAsChanged(*currentPath);
 }
 
 std::pair<PathEntryVector, PathEntryVector> CurrentFolderPathManager::RequestRefresh(RefreshType type) {
@@ -170,12 +162,8 @@ std::pair<PathEntryVector, PathEntryVector> CurrentFolderPathManager::RequestRef
     MarkCurrentFolderOutOfDate(type);
     if (!currentEntry->IsOutOfDate()) return {};
     PathEntryVector left{currentEntry};
-    const CanonicalAbsoluteIRI folder = currentEntry->GetIRI();
-    currentComponent = componentRegistry.GetOwningComponent(folder);
-    currentEntry = CreateCurrentFolderEntry(entryFactory, folderMonitor, folder, currentComponent, componentRegistry);
-    PathEntryVector came{currentEntry};
-    currentPath = CreateCurrentFolderPath(pathFactory, currentEntry, currentComponent, componentRegistry);
-    return {std::move(left), std::move(came)};
+    MakeCurrent(currentEntry->GetIRI());
+    return {std::move(left), PathEntryVector{currentEntry}};
 }
 
 std::shared_ptr<CurrentFolderMemento> CurrentFolderPathManager::CreateMemento() const {

@@ -31,6 +31,9 @@ public:
 private:
     void HandleCurrentFolderChanged(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);
     void MarkCurrentFolderOutOfDate(RefreshType type);
+    // Finds the component, the entry and the path of `folder`, in that order,
+    // and makes them current.
+    void MakeCurrent(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);
 
     using FolderChangedSignal = boost::signals2::signal<
         void(const std::shared_ptr<const IPath>&, const std::optional<OrvianComponents::ComponentIdentifier>&),

@@ -1,6 +1,5 @@
 #include "FolderMonitor.hpp"
 
-#include "fl/filesystem/Filesystem.hpp"
 #include "foundation/usm/StateStore.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathManagerExceptions.hpp"
@@ -8,12 +7,6 @@
 namespace Thornfell::PathManagement {
 
 using foundation::storage::vfs::CanonicalAbsoluteIRI;
-
-std::optional<CanonicalAbsoluteIRI> InstallRootFromInstallPath() {
-    const ustring installPath = fl::filesystem::get_install_path();
-    if (installPath.empty()) return std::nullopt;
-    return CanonicalAbsoluteIRI(GetIRIFromString(installPath), ustring());
-}
 
 FolderMonitor::FolderMonitor(std::optional<CanonicalAbsoluteIRI> root, std::shared_ptr<const IPath> firstPath,
                              PackageRegistry::IPackageRegistrar& registrar)

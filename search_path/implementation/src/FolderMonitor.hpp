@@ -33,7 +33,4 @@ private:
     PackageRegistry::IPackageRegistrar& packageRegistrar;
 };
 
-// The installation root from the host's install path, if there is one.
-std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> InstallRootFromInstallPath();
-
 } // namespace Thornfell::PathManagement

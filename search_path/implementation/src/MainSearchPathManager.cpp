@@ -7,7 +7,6 @@
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "host/HostServices.hpp"
 #include "orvian/FeatureSwitches.hpp"
-#include "ovutil/LocalEventMgr.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "tfsearch_path/ConcatenatedPath.hpp"
 #include "tfsearch_path/DeduplicatedPath.hpp"
@@ -104,7 +103,7 @@ private:
                 try {
                     fresh = old->GetUpdatedPathEntry(entryFactory, folderMonitor);
                 } catch (const foundation::storage::vfs::Exception& e) {
-                    if (e.getErrorCode() != 4) return;  // unreadable for now: the old entry stays
+                    if (e.getCode() != foundation::storage::vfs::ErrorCode::NotFound) return;  // unreadable for now: the old entry stays
                     // Still gone: the entry that keeps its place already stands.
                     if (dynamic_cast<const InaccessibleFolderPathEntry*>(old.get())) return;
                     // A vanished folder keeps its place.
@@ -663,18 +662,11 @@ void MainSearchPathManager::CheckPackagesAtomicUnits(const PathEntryVectorDiffer
 
 void MainSearchPathManager::MarkPathEntriesOutOfDate(RefreshType type) {
     if (type == TrustObservers) return;
-    namespace ffo = storage::filefolderobserver;
     const auto registry = Registry();
-    auto bus = ovutil::eventmgr::createLocalEventMgr(boost::none);
-    paths->userPath->ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& entry) {
+    ReportFoldersAsChanged(*paths->userPath, [&](const IPathEntry& entry) {
         // Folders of installed components are never marked.
-        if (packagesFeaturePhase != Off && registry->GetOwner(entry->GetIRI())) return false;
-        bus->publish(boost::make_shared<ffo::FileFolderChangedEvent>(entry->GetIRI().toString(),
-                                                                     ffo::FrozenInclusion::IncludeFrozen),
-                     1);
-        return false;
+        return packagesFeaturePhase != Off && registry->GetOwner(entry.GetIRI()).has_value();
     });
-    bus->deliverHeld();
 }
 
 bool MainSearchPathManager::Refresh(RefreshType type) {

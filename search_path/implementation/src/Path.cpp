@@ -479,12 +479,16 @@ PathEntryVector Path::GetPartiallyMatchingEntries(SearchScope scope, const ustri
     } catch (const current_working_folder::FailedToAbsolutizeException&) {
         return {};
     }
-    const ustring wantedText = wanted->toString();
+    return EntriesWithIRIText(scope, *wanted, policy);
+}
+
+PathEntryVector Path::EntriesWithIRIText(SearchScope scope, const AbsoluteIRI& wanted,
+                                         FilenameMatchingPolicy policy) const {
+    const ustring wantedText = wanted.toString();
     return ParallelInvokeCallbackOnEntries<GetEntriesParallelizationStrategy>(
-        LookUpEntriesByBasename(wanted->getName()), scope,
+        LookUpEntriesByBasename(wanted.getName()), scope,
         [&](const PathEntryPointer& candidate, PathEntryVector& result) {
-            const FilenameMatcher matcher = candidate->CreateFilenameMatcher(policy);
-            if ((*matcher)(candidate->GetIRI().toString(), wantedText)) result.push_back(candidate);
+            if (DoesEntryIRITextMatch(*candidate, wantedText, policy)) result.push_back(candidate);
         });
 }
 
@@ -511,13 +515,7 @@ PathEntryPointer Path::GetPathEntryFromAbsoluteIRI(const AbsoluteIRI& iri, Filen
     if (PathEntryPointer exact = GetPathEntryFromAbsoluteIRI(CanonicalAbsoluteIRI(iri, ustring()))) return exact;
 
     if (policy != StorageSystemRule) {
-        const ustring wantedText = iri.toString();
-        const PathEntryVector matching = ParallelInvokeCallbackOnEntries<GetEntriesParallelizationStrategy>(
-            LookUpEntriesByBasename(iri.getName()), allEntryTypesScope,
-            [&](const PathEntryPointer& candidate, PathEntryVector& result) {
-                const FilenameMatcher matcher = candidate->CreateFilenameMatcher(policy);
-                if ((*matcher)(candidate->GetIRI().toString(), wantedText)) result.push_back(candidate);
-            });
+        const PathEntryVector matching = EntriesWithIRIText(allEntryTypesScope, iri, policy);
         return matching.empty() ? nullptr : matching.front();
     }
 

@@ -6,6 +6,7 @@
 // nothing changes afterwards, so queries take no lock. The indexes hold plain
 // pointers ("slots") into one flat vector of all entries kept in path order:
 // comparing two slots tells which entry stands first.
+#include "SearchPathPublicFunctions.hpp"
 #include "tfsearch_path/IPath.hpp"
 #include "foundation/storage/vfs/StorageSystem.hpp"
 
@@ -61,13 +62,6 @@ public:
         EntrySlot parentSlot = nullptr;
     };
 
-    struct IRIHashCompare {
-        static std::size_t hash(const foundation::storage::vfs::AbsoluteIRI& iri) { return iri.hashValue(); }
-        static bool equal(const foundation::storage::vfs::AbsoluteIRI& a,
-                          const foundation::storage::vfs::AbsoluteIRI& b) {
-            return a == b;
-        }
-    };
     // 64-bit FNV-1a over the bytes of the code units. Lookups may pass a
     // view, so that a name needn't be copied into a string to be found.
     struct UstringHashCompare {
@@ -135,6 +129,10 @@ private:
     // The slot of the main entry under which `entry` stands; null if the
     // entry isn't on this path.
     EntrySlot FindMainEntrySlot(const IPathEntry& entry) const;
+    // The entries in scope whose IRI the entry's own comparison under
+    // `policy` takes for `wanted`, in path order.
+    PathEntryVector EntriesWithIRIText(SearchScope scope, const foundation::storage::vfs::AbsoluteIRI& wanted,
+                                       FilenameMatchingPolicy policy) const;
     const PathEntryInfoCacheItem* FindInfoCacheItem(const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const;
 
     std::weak_ptr<AsynchronousWorkerQueue> workerQueue;

@@ -1,7 +1,6 @@
 #include "PathEntry.hpp"
 
 #include "SearchPathPublicFunctions.hpp"
-#include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/PathEvents.hpp"
@@ -14,14 +13,7 @@ namespace Thornfell::PathManagement {
 
 namespace {
 
-using foundation::storage::vfs::CaseModifier;
 using foundation::storage::vfs::PathComparator;
-
-// A matcher holds a pointer to the entry's comparator, so it is valid while
-// the entry lives.
-FilenameMatcher MakeFilenameMatcher(const PathComparator& comparator, CaseModifier modifier) {
-    return MakeComparatorMatcher(comparator, modifier);
-}
 
 PathEntryList Share(PathEntryVector&& entries) { return std::make_shared<const PathEntryVector>(std::move(entries)); }
 
@@ -60,9 +52,7 @@ PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustri
       resourcesEntry(std::move(resourcesChild)),
       pathItems(Sorted(std::move(items))),
       pathComparator(std::move(comparator)),
-      matcherForPolicy0(MakeFilenameMatcher(pathComparator, CaseModifier::Exact)),
-      matcherForPolicy1(MakeFilenameMatcher(pathComparator, CaseModifier::Folded)),
-      matcherForPolicy2(MakeFilenameMatcher(pathComparator, CaseModifier::StorageSystemRule)),
+      matchers(pathComparator),
       folderObserver(std::move(observer)),
       observesChildFoldersToo(folderObserver && folderObserver->observesChildFoldersToo()),
       eventManager(std::move(events)) {}
@@ -75,15 +65,6 @@ PathEntry::~PathEntry() {
         // A subscriber's failure must not escape a destructor; the factory's
         // weak cache then keeps an expired key until the next build.
     }
-}
-
-const FilenameMatcher& PathEntry::GetFilenameMatcher(FilenameMatchingPolicy policy) const {
-    switch (policy) {
-    case CaseRuleOne: return matcherForPolicy0;
-    case CaseRuleTwo: return matcherForPolicy1;
-    case StorageSystemRule: return matcherForPolicy2;
-    }
-    FL_DIAG_TERMINATE("Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
 }
 
 boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
@@ -102,7 +83,7 @@ boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingSte
 PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
     // Select the matcher first, so that a bad policy is caught even when the
     // folder has nothing by that name.
-    const FilenameMatcherFunction& matcher = *GetFilenameMatcher(policy);
+    const FilenameMatcherFunction& matcher = matchers.ForPolicy(policy);
     const auto kept = MatchingStems(target.name(), matcher);
     if (kept.empty()) return nullptr;
     // The order of the extensions outranks the order of the items.
@@ -113,7 +94,7 @@ PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, Filenam
 }
 
 PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
-    const FilenameMatcherFunction& matcher = *GetFilenameMatcher(policy);
+    const FilenameMatcherFunction& matcher = matchers.ForPolicy(policy);
     const auto kept = MatchingStems(target.name(), matcher);
     PathItemVector found;
     if (kept.empty()) return found;
@@ -138,7 +119,7 @@ bool PathEntry::ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor
 }
 
 FilenameMatcher PathEntry::CreateFilenameMatcher(FilenameMatchingPolicy policy) const {
-    return GetFilenameMatcher(policy);
+    return matchers.Share(shared_from_this(), policy);
 }
 
 bool PathEntry::IsOutOfDate() const {

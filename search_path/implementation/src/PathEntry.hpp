@@ -3,6 +3,7 @@
 // (sorted), its child entries by kind, three name matchers and the observer
 // that tells whether the folder has changed since.
 #include "tfsearch_path/IPathEntry.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
 #include "foundation/msg_svc/eventmgr/EventMgr.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 
@@ -41,7 +42,6 @@ public:
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
 
 private:
-    const FilenameMatcher& GetFilenameMatcher(FilenameMatchingPolicy policy) const;
     // The items of the equal range of the target's normalized stem whose stem
     // the matcher accepts, in item order.
     boost::container::small_vector<const PathItemPointer*, 4> MatchingStems(const ustring& name,
@@ -57,9 +57,7 @@ private:
     const PathEntryPointer resourcesEntry;
     const std::shared_ptr<const PathItemVector> pathItems;
     const foundation::storage::vfs::PathComparator pathComparator;
-    const FilenameMatcher matcherForPolicy0;
-    const FilenameMatcher matcherForPolicy1;
-    const FilenameMatcher matcherForPolicy2;
+    const PolicyFilenameMatchers matchers;
     const std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver;
     const bool observesChildFoldersToo;
     const boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager;

@@ -56,10 +56,13 @@ private:
     const std::size_t capacity_;
 };
 
-// Splits a file name at its last dot. A name that ends in a dot keeps that
-// dot as its extension, so that it can still be asked for.
-PathItemPointer MakeItem(const ustring& rawName, const CanonicalAbsoluteIRI& folder,
-                         const std::shared_ptr<PathItemBlock>& block) {
+// The item of a file name, made in `block`: the name in its native form,
+// split at its last dot. A name that ends in a dot keeps that dot as its
+// extension, so that it can still be asked for; one whose only dot leads it
+// (".profile") has an empty stem. A listing and the toolbox cache both make
+// their items here, so that a name gives the same item whichever road it
+// came by.
+PathItem& EmplaceItem(PathItemBlock& block, const ustring& rawName, const CanonicalAbsoluteIRI& folder) {
     ustring name = rawName.empty() ? rawName : fl::filesystem::detail::make_native_form(rawName, 1);
     const ustring afterDot = fl::filesystem::extract_extension(name);
     ustring extension;
@@ -74,7 +77,7 @@ PathItemPointer MakeItem(const ustring& rawName, const CanonicalAbsoluteIRI& fol
         name.pop_back();
         extension = u".";
     }
-    return PathItemPointer(block, &block->Emplace(std::move(name), std::move(extension), CanonicalAbsoluteIRI(folder)));
+    return block.Emplace(std::move(name), std::move(extension), CanonicalAbsoluteIRI(folder));
 }
 
 using WeakEntryMap = tbb::concurrent_hash_map<CanonicalAbsoluteIRI, std::weak_ptr<const IPathEntry>, IRIHashCompare>;
@@ -255,7 +258,8 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
         std::vector<foundation::storage::vfs::File> files = folder.listFiles(ustring());
         items.reserve(files.size());
         const auto block = std::make_shared<PathItemBlock>(files.size());
-        for (const auto& file : files) items.push_back(MakeItem(file.getName(), canonical, block));
+        for (const auto& file : files)
+            items.push_back(PathItemPointer(block, &EmplaceItem(*block, file.getName(), canonical)));
     }
     const PathEntryType type = GetFolderEntryType(folder);
     PathEntryChildren children = ListChildren(folder, canonical, type, state);
@@ -314,15 +318,10 @@ struct PathEntryFactory::CacheFrame {
 
 namespace {
 
-// The cache's own split of a file name: at the last dot, so a name that ends
-// in a dot has the extension "." and one that starts with its only dot has
-// an empty stem.
+// A file of the cache: the item of its name, with the kind the file gives.
 PathItemPointer MakeCachedItem(const PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
                                const std::shared_ptr<PathItemBlock>& block) {
-    const std::size_t dot = file.name.rfind(u'.');
-    ustring stem = dot == ustring::npos ? file.name : file.name.substr(0, dot);
-    ustring extension = dot == ustring::npos ? ustring() : file.name.substr(dot);
-    PathItem& item = block->Emplace(std::move(stem), std::move(extension), CanonicalAbsoluteIRI(folder));
+    PathItem& item = EmplaceItem(*block, file.name, folder);
     item.contentKind.store(file.kind == 'C' ? KindC : file.kind == 'N' ? KindN : KindU, std::memory_order_relaxed);
     return PathItemPointer(block, &item);
 }
@@ -535,16 +534,10 @@ IPathEntryFactory& GetPathEntryFactory() {
     static const foundation::usm::SlotID id = Store::getNextID(typeid(PathEntryFactoryState));
     auto& state = Store::findOrInsert<PathEntryFactoryState>(id, [] { return std::make_unique<PathEntryFactoryState>(); });
     std::call_once(state.once, [&state] {
-        std::optional<CanonicalAbsoluteIRI> root;
-        ustring installPath = fl::filesystem::get_install_path();
-        if (!installPath.empty()) {
-            installPath = fl::filesystem::detail::make_native_form(installPath, 0);
-            root.emplace(foundation::storage::vfs::toAbsoluteIRI(u"file", installPath), ustring());
-        }
         auto storage = OrvianStorageSystem::GetStorageSystemReference();
         auto events = ovutil::eventmgr::createLocalEventMgr(boost::none);
         auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
-        state.factory = std::make_unique<PathEntryFactory>(std::move(root), storage, observers, std::move(events));
+        state.factory = std::make_unique<PathEntryFactory>(InstallRootFromInstallPath(), storage, observers, std::move(events));
     });
     return *state.factory;
 }

@@ -2,6 +2,7 @@
 // Turns folders into entries, and shares the entries it made while they are
 // alive and up to date.
 #include "PathCacheReader.hpp"
+#include "SearchPathPublicFunctions.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "foundation/msg_svc/eventmgr/EventMgr.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
@@ -14,14 +15,6 @@
 #include <shared_mutex>
 
 namespace Thornfell::PathManagement {
-
-// Keys of the entry caches: hashed once, inside the IRI.
-struct IRIHashCompare {
-    static std::size_t hash(const foundation::storage::vfs::AbsoluteIRI& iri) { return iri.hashValue(); }
-    static bool equal(const foundation::storage::vfs::AbsoluteIRI& a, const foundation::storage::vfs::AbsoluteIRI& b) {
-        return a == b;
-    }
-};
 
 class PathEntryFactory final : public IPathEntryFactory {
 public:

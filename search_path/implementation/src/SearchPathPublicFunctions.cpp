@@ -1,15 +1,18 @@
 // Functions that several parts of the library share.
 #include "SearchPathPublicFunctions.hpp"
 
+#include "fl/filesystem/Filesystem.hpp"
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
+#include "ovutil/LocalEventMgr.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathItem.hpp"
 
+#include <boost/make_shared.hpp>
+
 #include <algorithm>
-
-
 #include <exception>
 
 namespace Thornfell::PathManagement {
@@ -49,6 +52,27 @@ NormalizedName::NormalizedName(ustring_view name) {
     }
 }
 
+void ReportFoldersAsChanged(const IPath& path, const std::function<bool(const IPathEntry&)>& leaveOut) {
+    namespace ffo = storage::filefolderobserver;
+    auto bus = ovutil::eventmgr::createLocalEventMgr(boost::none);
+    path.ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& entry) {
+        if (leaveOut && leaveOut(*entry)) return false;
+        bus->publish(boost::make_shared<ffo::FileFolderChangedEvent>(entry->GetIRI().toString(),
+                                                                     ffo::FrozenInclusion::IncludeFrozen),
+                     1);
+        return false;
+    });
+    bus->deliverHeld();
+}
+
+std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> InstallRootFromInstallPath() {
+    const ustring installPath = fl::filesystem::get_install_path();
+    if (installPath.empty()) return std::nullopt;
+    return foundation::storage::vfs::CanonicalAbsoluteIRI(
+        foundation::storage::vfs::toAbsoluteIRI(u"file", fl::filesystem::detail::make_native_form(installPath, 0)),
+        ustring());
+}
+
 void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                        foundation::core::except::Notification& notification) {
     const char* key = nullptr;
@@ -57,11 +81,12 @@ void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& fol
     } catch (const foundation::storage::vfs::UnsupportedIRISchemeException&) {
         key = "invalidLocation";
     } catch (const foundation::storage::vfs::Exception& e) {
-        switch (e.getErrorCode()) {
-        case 1: key = "invalidLocation"; break;
-        case 2: key = "directoryPermissionDenied"; break;
-        case 4: key = "nameNonexistentOrNotADirectory"; break;
-        case 9: key = "directoryAccessFailure"; break;
+        using foundation::storage::vfs::ErrorCode;
+        switch (e.getCode()) {
+        case ErrorCode::InvalidLocation: key = "invalidLocation"; break;
+        case ErrorCode::PermissionDenied: key = "directoryPermissionDenied"; break;
+        case ErrorCode::NotFound: key = "nameNonexistentOrNotADirectory"; break;
+        case ErrorCode::AccessFailure: key = "directoryAccessFailure"; break;
         default: throw;
         }
     }

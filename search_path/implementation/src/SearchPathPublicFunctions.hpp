@@ -5,8 +5,25 @@
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 
 #include <array>
+#include <cstddef>
+#include <functional>
+#include <optional>
 
 namespace Thornfell::PathManagement {
+
+class IPath;
+class IPathEntry;
+
+// The key rule of the oneTBB maps keyed by folder: the hash that the IRI
+// computed once, as the standard containers take it, and its equality.
+struct IRIHashCompare {
+    static std::size_t hash(const foundation::storage::vfs::AbsoluteIRI& iri) {
+        return foundation::storage::vfs::AbsoluteIRIHash{}(iri);
+    }
+    static bool equal(const foundation::storage::vfs::AbsoluteIRI& a, const foundation::storage::vfs::AbsoluteIRI& b) {
+        return a == b;
+    }
+};
 
 namespace detail {
 // The message for a folder of a kind that can't stand on the path itself
@@ -19,6 +36,16 @@ void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::N
 // message about `folder`, or lets an exception it doesn't know go on.
 void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                        foundation::core::except::Notification& notification);
+
+// Reports every folder of `path` as changed to the observers, frozen ones
+// included, except those that `leaveOut` names; returns once the next
+// IsOutOfDate of their entries sees the report.
+void ReportFoldersAsChanged(const IPath& path, const std::function<bool(const IPathEntry&)>& leaveOut = {});
+
+// The installation folder of the environment, from the host's install path
+// in its native form; empty when there is none. The entry factory and the
+// folder monitor both freeze the folders below it, so both take it from here.
+std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> InstallRootFromInstallPath();
 
 // PathItem::Normalize of a name, as a view, without a string on the heap for
 // the names lookups nearly always get: those of ASCII characters, whose

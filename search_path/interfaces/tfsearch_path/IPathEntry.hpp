@@ -47,8 +47,9 @@ public:
     virtual bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const = 0;
     // Same contract; the visitor may be called on several threads at once.
     virtual bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const = 0;
-    // The comparison this entry uses under `policy`; it points into the entry,
-    // so the holder keeps the entry alive while using it.
+    // The comparison this entry uses under `policy`. It lives in the entry,
+    // and the pointer shares ownership of the entry: it stays valid for as
+    // long as it is held.
     virtual FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const = 0;
     virtual bool IsOutOfDate() const = 0;
     virtual PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const = 0;

@@ -2,6 +2,7 @@
 // The entry of a folder that can't be read: it keeps the folder's place on a
 // path, with no files and no child folders.
 #include "tfsearch_path/IPathEntry.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
 
 #include <memory>
 
@@ -46,6 +47,7 @@ private:
     foundation::storage::vfs::CanonicalAbsoluteIRI iri_;
     ustring descriptor_;
     foundation::storage::vfs::PathComparator comparator_;
+    PolicyFilenameMatchers matchers_{comparator_};
     std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> parentObserver_;
     bool lookEveryTime_ = true;
 };

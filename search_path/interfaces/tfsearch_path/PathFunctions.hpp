@@ -26,19 +26,42 @@ foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text);
 // A text fit to show a user and to join with ";": the plain path.
 ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri);
 
-// A matcher that asks `comparator` under `modifier`; a storage failure in a
-// comparison counts as no match. It points at the comparator, which must
-// outlive it.
-FilenameMatcher MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
-                                      foundation::storage::vfs::CaseModifier modifier);
+// The name comparisons of an entry, one for each matching policy: its
+// comparator under that policy's case modifier, a storage failure in a
+// comparison counting as no match. The entry holds them, and hands one out
+// as a FilenameMatcher that shares ownership of the entry.
+class PolicyFilenameMatchers {
+public:
+    explicit PolicyFilenameMatchers(const foundation::storage::vfs::PathComparator& comparator);
+
+    // Fatal for a policy out of range.
+    const FilenameMatcherFunction& ForPolicy(FilenameMatchingPolicy policy) const {
+        switch (policy) {
+        case CaseRuleOne: return exact_;
+        case CaseRuleTwo: return folded_;
+        case StorageSystemRule: return storageSystemRule_;
+        }
+        TerminateOnUnknownPolicy();
+    }
+    // The matcher of `policy` as an aliasing pointer that owns `holder`, the
+    // entry these matchers belong to: the matcher keeps its entry alive.
+    FilenameMatcher Share(std::shared_ptr<const IPathEntry> holder, FilenameMatchingPolicy policy) const {
+        return FilenameMatcher(std::move(holder), &ForPolicy(policy));
+    }
+
+private:
+    [[noreturn]] static void TerminateOnUnknownPolicy();
+
+    FilenameMatcherFunction exact_;
+    FilenameMatcherFunction folded_;
+    FilenameMatcherFunction storageSystemRule_;
+};
+
+// True if `entry`'s comparison under `policy` calls the text of its IRI
+// equal to `iriText`, the text of a folder's IRI ("file://...").
+bool DoesEntryIRITextMatch(const IPathEntry& entry, const ustring& iriText, FilenameMatchingPolicy policy);
 
 using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
-// A matcher that asks `comparator` under `modifier`; a storage failure in a
-// comparison counts as no match. It points at the comparator, which must
-// outlive it.
-FilenameMatcher MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
-                                      foundation::storage::vfs::CaseModifier modifier);
-
 using PartialPathnamePartsRange =
     boost::any_range<const ustring, boost::forward_traversal_tag, const ustring&, std::ptrdiff_t>;
 

@@ -68,6 +68,8 @@ inline constexpr SearchScope allEntryTypesScope{allEntryTypes};
 
 // A name comparison: (value from the entry, value sought).
 using FilenameMatcherFunction = std::function<bool(const ustring&, const ustring&)>;
+// An entry's comparison, handed out as an aliasing pointer that owns the
+// entry holding the function: the entry lives while the matcher does.
 using FilenameMatcher = std::shared_ptr<const FilenameMatcherFunction>;
 
 } // namespace Thornfell::PathManagement

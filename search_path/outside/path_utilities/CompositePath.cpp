@@ -119,8 +119,7 @@ PathEntryPointer CompositePath::GetPathEntryFromAbsoluteIRI(const AbsoluteIRI& i
         const ustring wanted = iri.toString();
         for (const PathEntryPointer& candidate :
              part.path->GetPartiallyMatchingEntries(allEntryTypesScope, iri.getName(), policy)) {
-            const FilenameMatcher matcher = candidate->CreateFilenameMatcher(policy);
-            if ((*matcher)(candidate->GetIRI().toString(), wanted) && detail::IsVisible(part, *candidate))
+            if (DoesEntryIRITextMatch(*candidate, wanted, policy) && detail::IsVisible(part, *candidate))
                 return candidate;
         }
     }

@@ -1,6 +1,5 @@
 #include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
 
-#include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "foundation/storage/vfs/StorageSystem.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
@@ -59,12 +58,12 @@ PathEntryList InaccessibleFolderPathEntry::GetMethodEntries() const { return NoE
 PathEntryList InaccessibleFolderPathEntry::GetUDDClassEntries() const { return NoEntries(); }
 
 PathItemPointer InaccessibleFolderPathEntry::FindFirst(const detail::SearchTarget&, FilenameMatchingPolicy policy) const {
-    CreateFilenameMatcher(policy);  // a bad policy is fatal here as on any entry
+    matchers_.ForPolicy(policy);  // a bad policy is fatal here as on any entry
     return nullptr;
 }
 
 PathItemVector InaccessibleFolderPathEntry::FindAll(const detail::SearchTarget&, FilenameMatchingPolicy policy) const {
-    CreateFilenameMatcher(policy);
+    matchers_.ForPolicy(policy);
     return {};
 }
 
@@ -77,15 +76,7 @@ bool InaccessibleFolderPathEntry::ConcurrentForEachEntry(SearchScope scope, cons
 }
 
 FilenameMatcher InaccessibleFolderPathEntry::CreateFilenameMatcher(FilenameMatchingPolicy policy) const {
-    using foundation::storage::vfs::CaseModifier;
-    CaseModifier modifier;
-    switch (policy) {
-    case CaseRuleOne: modifier = CaseModifier::Exact; break;
-    case CaseRuleTwo: modifier = CaseModifier::Folded; break;
-    case StorageSystemRule: modifier = CaseModifier::StorageSystemRule; break;
-    default: FL_DIAG_TERMINATE("Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
-    }
-    return MakeComparatorMatcher(comparator_, modifier);
+    return matchers_.Share(shared_from_this(), policy);
 }
 
 PathEntryPointer InaccessibleFolderPathEntry::GetUpdatedPathEntry(const IPathEntryFactory& factory,

@@ -1,5 +1,6 @@
 #include "tfsearch_path/PathFunctions.hpp"
 
+#include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "thornfell/PackageRegistry.hpp"
 
@@ -24,16 +25,31 @@ foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text) {
 
 ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri) { return iri.getPath(); }
 
-FilenameMatcher MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
-                                      foundation::storage::vfs::CaseModifier modifier) {
-    const foundation::storage::vfs::PathComparator* rule = &comparator;
-    return std::make_shared<const FilenameMatcherFunction>([rule, modifier](const ustring& a, const ustring& b) {
+namespace {
+// The comparator is copied in, so that the function stands on its own.
+FilenameMatcherFunction MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
+                                              foundation::storage::vfs::CaseModifier modifier) {
+    return [comparator, modifier](const ustring& a, const ustring& b) {
         try {
-            return (*rule)(a, b, modifier);
+            return comparator(a, b, modifier);
         } catch (const foundation::storage::vfs::Exception&) {
             return false;
         }
-    });
+    };
+}
+} // namespace
+
+PolicyFilenameMatchers::PolicyFilenameMatchers(const foundation::storage::vfs::PathComparator& comparator)
+    : exact_(MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::Exact)),
+      folded_(MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::Folded)),
+      storageSystemRule_(MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::StorageSystemRule)) {}
+
+void PolicyFilenameMatchers::TerminateOnUnknownPolicy() {
+    FL_DIAG_TERMINATE("Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
+}
+
+bool DoesEntryIRITextMatch(const IPathEntry& entry, const ustring& iriText, FilenameMatchingPolicy policy) {
+    return (*entry.CreateFilenameMatcher(policy))(entry.GetIRI().toString(), iriText);
 }
 
 PartialPathnameParts SplitPartialPathname(const ustring& partialPathname) {
