@@ -6,6 +6,7 @@
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathItem.hpp"
+#include "thornfell/PackageRegistry.hpp"
 
 #include <algorithm>
 
@@ -17,6 +18,11 @@ namespace Thornfell::PathManagement {
 // Module hooks of the library: nothing to do at load or unload.
 void initializeFcn() {}
 void terminateFcn() {}
+
+bool GoesToFrontOfPath(const PackageRegistry::IPackage& package) {
+    const auto value = package.GetProperty("PathPosition");
+    return value && std::get<ustring>(*value) == u"begin";
+}
 
 namespace detail {
 

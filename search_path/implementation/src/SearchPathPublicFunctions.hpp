@@ -6,7 +6,15 @@
 
 #include <array>
 
+namespace Thornfell::PackageRegistry {
+class IPackage;
+} // namespace Thornfell::PackageRegistry
+
 namespace Thornfell::PathManagement {
+
+// Whether a package asks for the front of the path: its "PathPosition" is
+// "begin". A value that isn't a text throws std::bad_variant_access.
+bool GoesToFrontOfPath(const PackageRegistry::IPackage& package);
 
 namespace detail {
 // The message for a folder of a kind that can't stand on the path itself

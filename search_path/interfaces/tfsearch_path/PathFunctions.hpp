@@ -13,6 +13,10 @@ class IPackage;
 class IPackageRegistry;
 } // namespace Thornfell::PackageRegistry
 
+namespace Thornfell::current_working_folder {
+class ICurrentWorkingFolder;
+} // namespace Thornfell::current_working_folder
+
 namespace Thornfell::PathManagement {
 
 // Package for a leading "+", Method for a leading "@", Private and Resources
@@ -26,11 +30,13 @@ foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text);
 // A text fit to show a user and to join with ";": the plain path.
 ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri);
 
-// A matcher that asks `comparator` under `modifier`; a storage failure in a
-// comparison counts as no match. It points at the comparator, which must
-// outlive it.
-FilenameMatcher MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
-                                      foundation::storage::vfs::CaseModifier modifier);
+// `path` made absolute against the working folder ("~" expanded) and then
+// canonical: links and ".." resolved by the storage system as far as the
+// path exists, the names below that kept as they are. Throws the storage
+// Exception for a failure other than a missing name (a folder that may not
+// be read), and FailedToAbsolutizeException for an empty path.
+foundation::storage::vfs::CanonicalAbsoluteIRI CanonicalizeRelativePathAgainstCWD(
+    const ustring& path, const Thornfell::current_working_folder::ICurrentWorkingFolder& workingFolder);
 
 using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
 // A matcher that asks `comparator` under `modifier`; a storage failure in a
