@@ -47,10 +47,6 @@ Inputs::Inputs(const std::vector<InputMaker>& makers) {
     }
 }
 
-Outputs::~Outputs() {
-    for (qvArray_tag* slot : slots_) matrix::unique_array_ptr owned(slot);
-}
-
 std::string Describe(const qvArray_tag* array) {
     if (!array) return "null";
     switch (matrix::getClassID(*array)) {

@@ -38,21 +38,6 @@ private:
     std::vector<const qvArray_tag*> pointers_;
 };
 
-// Output slots that a command fills with arrays it hands over; they are
-// freed with this object.
-class Outputs {
-public:
-    Outputs() = default;
-    Outputs(const Outputs&) = delete;
-    Outputs& operator=(const Outputs&) = delete;
-    ~Outputs();
-    qvArray_tag** data() { return slots_.data(); }
-    const qvArray_tag* operator[](std::size_t i) const { return slots_[i]; }
-
-private:
-    std::array<qvArray_tag*, 2> slots_{};
-};
-
 // What an output holds, as "char:TEXT", "string:TEXT" or "null"; other
 // arrays as "class N".
 std::string Describe(const qvArray_tag* array);

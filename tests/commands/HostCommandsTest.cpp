@@ -84,7 +84,7 @@ TEST_F(HostCommandsTest, CanonicalizeArgumentTable) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         Inputs inputs(c.inputs);
-        Outputs outputs;
+        matrix::OutputSlots outputs;
         const Raised raised =
             CallCommand([&] { HiddenCanonicalizepath(c.outputCount, outputs.data(), inputs.count(), inputs.data()); });
         EXPECT_EQ(raised.identifier, c.raised);
@@ -93,7 +93,7 @@ TEST_F(HostCommandsTest, CanonicalizeArgumentTable) {
     }
     // The empty text is a text, but names no path.
     Inputs empty({Empty(ClassID::Char)});
-    Outputs outputs;
+    matrix::OutputSlots outputs;
     EXPECT_THROW(HiddenCanonicalizepath(1, outputs.data(), 1, empty.data()),
                  Thornfell::current_working_folder::FailedToAbsolutizeException);
 }

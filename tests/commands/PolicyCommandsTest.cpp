@@ -42,7 +42,7 @@ protected:
             SCOPED_TRACE(c.what);
             set(c.before);
             Inputs inputs(c.inputs);
-            Outputs outputs;
+            matrix::OutputSlots outputs;
             const Raised raised =
                 CallCommand([&] { command(c.outputCount, outputs.data(), inputs.count(), inputs.mutableData()); });
             EXPECT_EQ(raised.identifier, c.raised);
@@ -113,7 +113,7 @@ TEST_F(PolicyCommandsTest, PoliciesSetByTheCommandsShapeTheObserversMadeAfterwar
     TempTree tree;
     const auto set = [](PolicyCommand command, const char* option) {
         Inputs inputs({Chars(option)});
-        Outputs outputs;
+        matrix::OutputSlots outputs;
         command(1, outputs.data(), 1, inputs.mutableData());
     };
     const auto observe = [&](const std::string& folder, foundation::core::except::Notification& notification) {

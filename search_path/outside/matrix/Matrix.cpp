@@ -81,6 +81,10 @@ unique_array_ptr createEmpty(ClassID classID) {
 
 qvArray_tag* to_orvian(unique_array_ptr array) { return array.release(); }
 
+OutputSlots::~OutputSlots() {
+    for (qvArray_tag* slot : slots_) unique_array_ptr owned(slot);
+}
+
 ClassID getClassID(const qvArray_tag& array) { return static_cast<ClassID>(array.elements.index()); }
 std::size_t getM(const qvArray_tag& array) { return array.rows; }
 std::size_t getN(const qvArray_tag& array) { return array.columns; }

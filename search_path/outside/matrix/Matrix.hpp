@@ -13,6 +13,7 @@
 #include "fl/ustring.hpp"
 #include "foundation/core/except/MessageException.hpp"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -52,6 +53,22 @@ unique_array_ptr createEmpty(ClassID classID);
 
 // Hands the array to the caller of a command, who owns it from then on.
 qvArray_tag* to_orvian(unique_array_ptr array);
+
+// The caller's side of a command's outputs: slots that the command fills
+// with arrays it hands over, freed with this object.
+class OutputSlots {
+public:
+    OutputSlots() = default;
+    OutputSlots(const OutputSlots&) = delete;
+    OutputSlots& operator=(const OutputSlots&) = delete;
+    ~OutputSlots();
+
+    qvArray_tag** data() { return slots_.data(); }
+    const qvArray_tag* operator[](std::size_t i) const { return slots_[i]; }
+
+private:
+    std::array<qvArray_tag*, 2> slots_{};
+};
 
 ClassID getClassID(const qvArray_tag& array);
 std::size_t getM(const qvArray_tag& array);  // rows
