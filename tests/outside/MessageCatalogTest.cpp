@@ -10,7 +10,7 @@ using resource_core::BaseMsgID;
 // Every identifier the system raises, by the number of its arguments.
 const std::vector<std::pair<int, std::vector<std::string>>> kIdentifiers = {
     {0, {"mpath:packagesMustBeLastOnPath", "mpath:PathAlterationNotSupported", "mpath:UnableToModifyOrvianpath",
-         "mpath:ZPMFeatureOff", "legacy_two_part:nomem", "ChangeHandleWarning:InvalidOption",
+         "mpath:ZPMFeatureOff", "mpath:InvalidInstallStamp", "legacy_two_part:nomem", "maxlhs", "maxrhs", "minrhs", "ChangeHandleWarning:InvalidOption",
          "ChangeHandleWarning:notEnoughInputs", "RemotePolicy:UnknownPolicy",
          "string:MustBeStringScalarOrCharacterVector", "string:MissingNotSupported"}},
     {1, {"mpath:packageDirectoriesNotAllowedOnPath", "mpath:methodDirectoriesNotAllowedOnPath",

@@ -47,6 +47,23 @@ expect "special folder refused on the path" "search path, 0 folders:" "$TFPATH" 
 expect "special folder refusal says why" "tfpath: '$CORE/+geometry' was not added to the path: package folders (with a leading '+') can't stand on the path. Add the folder that holds the package folder instead." \
   bash -c "'$TFPATH' path --no-current-folder '$CORE/+geometry' 2>&1 >/dev/null"
 
+# The host commands, called with host arrays.
+expect "dump: the current folder first, its private folder as its child" "PathEntry file://$TREE/project is up-to-date
+file://$TREE/project/main.tf
+PathEntry file://$TREE/project/private is up-to-date
+file://$TREE/project/private/localHelper.tf
+PathEntry file://$EXTRA is up-to-date
+file://$EXTRA/area.tf
+file://$EXTRA/hello.tf" "$TFPATH" dump --cd "$TREE/project" "$EXTRA"
+expect "dump of an empty search path" "" "$TFPATH" dump --no-current-folder
+expect "canonicalize against the working folder" "$CORE" "$TFPATH" canonicalize --cd "$TREE/project" ../toolbox/./core
+expect "canonicalize keeps names that don't exist" "$CORE/+geometry/none.tf" "$TFPATH" canonicalize --string "$CORE/+geometry/../+geometry/none.tf"
+expect "remote policy: the one before" "TimecheckDir" "$TFPATH" policy remote none
+expect "warning policy: status" "always" "$TFPATH" policy warning STATUS
+expect "an unknown policy" "tfpath: ORVIAN:RemotePolicy:UnknownPolicy: Unknown remote folder policy: use 'Reload', 'TimecheckDir', 'None' or 'Status'." \
+  bash -c "'$TFPATH' policy remote sometimes 2>&1"
+expect_status "an unknown warning option ends with status 1" 1 "$TFPATH" policy warning sometimes
+
 HERE="$(cd "$(dirname "$0")" && pwd)"
 expect "the example session" "$(cat "$HERE/session.expected")" \
   bash -c "cd '$TREE' && '$TFPATH' run ../session.tfs 2>&1 | sed 's|$TREE|TREE|g'"

@@ -23,6 +23,8 @@ void AddPathCommand(CLI::App& app, const GlobalOptions& global);
 void AddRunCommand(CLI::App& app, const GlobalOptions& global);
 void AddWatchCommand(CLI::App& app, const GlobalOptions& global);
 void AddCacheCommand(CLI::App& app, const GlobalOptions& global);
+// dump, canonicalize, policy: the library's host commands.
+void AddHostCommands(CLI::App& app, const GlobalOptions& global);
 
 // Applies the global options to the process (install root, feature switches).
 void ApplyGlobalOptions(const GlobalOptions& global);

@@ -24,6 +24,7 @@ SessionCommandTable SessionCommands() {
     AddPathSessionCommands(table);
     AddPackageSessionCommands(table);
     AddCacheSessionCommands(table);
+    AddHostSessionCommands(table);
     return table;
 }
 

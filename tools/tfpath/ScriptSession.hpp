@@ -67,6 +67,8 @@ using SessionCommandTable = std::map<std::string, SessionCommand>;
 void AddPathSessionCommands(SessionCommandTable& table);
 // cache write|load FILE ROOT.
 void AddCacheSessionCommands(SessionCommandTable& table);
+// packages-after STAMP.
+void AddHostSessionCommands(SessionCommandTable& table);
 
 // Options among the words of a command. Each removes what it takes.
 bool TakeFlag(std::vector<std::string>& words, const std::string& flag);

@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
     tfpath::AddRunCommand(app, global);
     tfpath::AddWatchCommand(app, global);
     tfpath::AddCacheCommand(app, global);
+    tfpath::AddHostCommands(app, global);
     int status = 0;
     try {
         app.parse(argc, argv);

@@ -43,11 +43,6 @@ bool ManualInstall(const PackageRegistry::IPackage& package) {
     return value && std::get<bool>(*value);
 }
 
-bool GoesToFront(const PackageRegistry::IPackage& package) {
-    const auto value = package.GetProperty("PathPosition");
-    return value && std::get<ustring>(*value) == u"begin";
-}
-
 bool OnPath(const IPath& path, const CanonicalAbsoluteIRI& folder) {
     return path.GetPathEntryFromAbsoluteIRI(folder) != nullptr;
 }
@@ -160,7 +155,7 @@ void PackageChangeApplier::PlanNewPath() {
     pending |= ranges::actions::remove_if([this](const PackagePointer& package) { return !BelongsOnPath(package); });
     ranges::stable_sort(pending, std::less<>(), [](const PackagePointer& package) { return package->GetInstallStamp(); });
     const auto split =
-        ranges::stable_partition(pending, [](const PackagePointer& package) { return GoesToFront(*package); });
+        ranges::stable_partition(pending, [](const PackagePointer& package) { return GoesToFrontOfPath(*package); });
     for (auto it = pending.begin(); it != split; ++it) Place(*it, false);
     for (auto it = split; it != pending.end(); ++it) Place(*it, true);
 }

@@ -9,6 +9,7 @@
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathItem.hpp"
+#include "thornfell/PackageRegistry.hpp"
 
 #include <boost/make_shared.hpp>
 
@@ -20,6 +21,11 @@ namespace Thornfell::PathManagement {
 // Module hooks of the library: nothing to do at load or unload.
 void initializeFcn() {}
 void terminateFcn() {}
+
+bool GoesToFrontOfPath(const PackageRegistry::IPackage& package) {
+    const auto value = package.GetProperty("PathPosition");
+    return value && std::get<ustring>(*value) == u"begin";
+}
 
 namespace detail {
 

@@ -9,6 +9,10 @@
 #include <functional>
 #include <optional>
 
+namespace Thornfell::PackageRegistry {
+class IPackage;
+} // namespace Thornfell::PackageRegistry
+
 namespace Thornfell::PathManagement {
 
 class IPath;
@@ -24,6 +28,10 @@ struct IRIHashCompare {
         return a == b;
     }
 };
+
+// Whether a package asks for the front of the path: its "PathPosition" is
+// "begin". A value that isn't a text throws std::bad_variant_access.
+bool GoesToFrontOfPath(const PackageRegistry::IPackage& package);
 
 namespace detail {
 // The message for a folder of a kind that can't stand on the path itself

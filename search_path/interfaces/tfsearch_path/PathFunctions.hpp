@@ -13,6 +13,10 @@ class IPackage;
 class IPackageRegistry;
 } // namespace Thornfell::PackageRegistry
 
+namespace Thornfell::current_working_folder {
+class ICurrentWorkingFolder;
+} // namespace Thornfell::current_working_folder
+
 namespace Thornfell::PathManagement {
 
 // Package for a leading "+", Method for a leading "@", Private and Resources
@@ -60,6 +64,14 @@ private:
 // True if `entry`'s comparison under `policy` calls the text of its IRI
 // equal to `iriText`, the text of a folder's IRI ("file://...").
 bool DoesEntryIRITextMatch(const IPathEntry& entry, const ustring& iriText, FilenameMatchingPolicy policy);
+
+// `path` made absolute against the working folder ("~" expanded) and then
+// canonical: links and ".." resolved by the storage system as far as the
+// path exists, the names below that kept as they are. Throws the storage
+// Exception for a failure other than a missing name (a folder that may not
+// be read), and FailedToAbsolutizeException for an empty path.
+foundation::storage::vfs::CanonicalAbsoluteIRI CanonicalizeRelativePathAgainstCWD(
+    const ustring& path, const Thornfell::current_working_folder::ICurrentWorkingFolder& workingFolder);
 
 using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
 using PartialPathnamePartsRange =

@@ -1,5 +1,6 @@
 #include "host/HostServices.hpp"
 
+#include "fl/filesystem/Filesystem.hpp"
 #include "foundation/usm/StateStore.hpp"
 
 #include <memory>
@@ -16,12 +17,16 @@ constexpr std::size_t kMaxNameLength = 63;
 bool isAsciiLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
 bool isAsciiDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
-// The warnings raised and not yet taken, of one engine instance, or of the
-// process for threads without one.
-struct WarningState {
+// Messages raised and not yet taken, of one engine instance, or of the
+// process for threads without one: one log for the warnings, one for the
+// errors reported by commands.
+template <class Kind>
+struct MessageLog {
     std::mutex mutex;
-    std::vector<resource_core::BaseMsgID> warnings;
+    std::vector<resource_core::BaseMsgID> messages;
 };
+struct Warnings;
+struct ReportedErrors;
 
 // One handler for the process: whoever shows warnings to the user does so
 // for every instance.
@@ -30,14 +35,29 @@ struct WarningHandlerState {
     std::function<void(const resource_core::BaseMsgID&)> handler;
 };
 
-template <class Store>
-WarningState& warningStateIn() {
-    static const auto id = Store::getNextID(typeid(WarningState));
-    return Store::template findOrInsert<WarningState>(id, [] { return std::make_unique<WarningState>(); });
+template <class Kind, class Store>
+MessageLog<Kind>& messageLogIn() {
+    static const auto id = Store::getNextID(typeid(MessageLog<Kind>));
+    return Store::template findOrInsert<MessageLog<Kind>>(id, [] { return std::make_unique<MessageLog<Kind>>(); });
 }
 
-WarningState& warningState() {
-    return QvmStore::isRequiredContextActive() ? warningStateIn<QvmStore>() : warningStateIn<ProcessStore>();
+template <class Kind>
+MessageLog<Kind>& messageLog() {
+    return QvmStore::isRequiredContextActive() ? messageLogIn<Kind, QvmStore>() : messageLogIn<Kind, ProcessStore>();
+}
+
+template <class Kind>
+void append(const resource_core::BaseMsgID& message) {
+    MessageLog<Kind>& log = messageLog<Kind>();
+    std::lock_guard lock(log.mutex);
+    log.messages.push_back(message);
+}
+
+template <class Kind>
+std::vector<resource_core::BaseMsgID> take() {
+    MessageLog<Kind>& log = messageLog<Kind>();
+    std::lock_guard lock(log.mutex);
+    return std::exchange(log.messages, {});
 }
 
 WarningHandlerState& warningHandlerState() {
@@ -59,7 +79,36 @@ StopwatchState& stopwatchState() {
                                                : ProcessStore::findOrInsert<StopwatchState>(processId, make);
 }
 
+// The mode of the process and the cache file that overrides the default.
+struct HostModeState {
+    std::mutex mutex;
+    bool standalone = false;
+    std::string cacheFile;
+};
+
+HostModeState& hostModeState() {
+    static const auto id = ProcessStore::getNextID(typeid(HostModeState));
+    return ProcessStore::findOrInsert<HostModeState>(id, [] { return std::make_unique<HostModeState>(); });
+}
+
 } // namespace
+
+bool svIsStandaloneMode() {
+    HostModeState& state = hostModeState();
+    std::lock_guard lock(state.mutex);
+    return state.standalone;
+}
+
+std::string svGetSystemToolboxCacheFile(bool standalone) {
+    {
+        HostModeState& state = hostModeState();
+        std::lock_guard lock(state.mutex);
+        if (!state.cacheFile.empty()) return state.cacheFile;
+    }
+    return svOrvianRoot() + (standalone ? "/rtk" : "") + "/cache/toolbox.cache";
+}
+
+std::string svOrvianRoot() { return fl::i18n::ustring_to_utf8(fl::filesystem::get_install_path()); }
 
 void utTicImpl() {
     StopwatchState& state = stopwatchState();
@@ -89,11 +138,7 @@ bool qvIsValidOrvName(const ustring& name) {
 }
 
 void qvWarningMsgId(const resource_core::BaseMsgID& message) {
-    {
-        WarningState& state = warningState();
-        std::lock_guard lock(state.mutex);
-        state.warnings.push_back(message);
-    }
+    append<Warnings>(message);
     std::function<void(const resource_core::BaseMsgID&)> handler;
     {
         WarningHandlerState& state = warningHandlerState();
@@ -106,11 +151,11 @@ void qvWarningMsgId(const resource_core::BaseMsgID& message) {
 
 namespace host {
 
-std::vector<resource_core::BaseMsgID> takeWarnings() {
-    WarningState& state = warningState();
-    std::lock_guard lock(state.mutex);
-    return std::exchange(state.warnings, {});
-}
+std::vector<resource_core::BaseMsgID> takeWarnings() { return take<Warnings>(); }
+
+void noteReportedError(const resource_core::BaseMsgID& message) { append<ReportedErrors>(message); }
+
+std::vector<resource_core::BaseMsgID> takeReportedErrors() { return take<ReportedErrors>(); }
 
 std::vector<StopwatchReading> takeStopwatchReadings() {
     StopwatchState& state = stopwatchState();
@@ -122,6 +167,18 @@ std::size_t openStopwatchCount() {
     StopwatchState& state = stopwatchState();
     std::lock_guard lock(state.mutex);
     return state.open.size();
+}
+
+void setStandaloneMode(bool standalone) {
+    HostModeState& state = hostModeState();
+    std::lock_guard lock(state.mutex);
+    state.standalone = standalone;
+}
+
+void setSystemToolboxCacheFile(std::string file) {
+    HostModeState& state = hostModeState();
+    std::lock_guard lock(state.mutex);
+    state.cacheFile = std::move(file);
 }
 
 void setWarningHandler(std::function<void(const resource_core::BaseMsgID&)> handler) {

@@ -24,6 +24,16 @@ void qvWarningMsgId(const resource_core::BaseMsgID& message);
 void utTicImpl();
 void utTocImpl(const char* name);
 
+// Whether the environment runs as a standalone application, whose toolboxes
+// lie below "rtk/toolbox" of the installation root. False unless set.
+bool svIsStandaloneMode();
+// The narrow (UTF-8) path of the system toolbox cache file of the mode: by
+// default "cache/toolbox.cache" below the installation root, or below its
+// "rtk" folder in standalone mode.
+std::string svGetSystemToolboxCacheFile(bool standalone);
+// The narrow path of the installation root (fl::filesystem::get_install_path).
+std::string svOrvianRoot();
+
 namespace host {
 struct StopwatchReading {
     std::string name;
@@ -36,6 +46,16 @@ std::size_t openStopwatchCount();
 
 // The warnings raised so far in this engine instance, oldest first.
 std::vector<resource_core::BaseMsgID> takeWarnings();
+// The errors that commands reported through matrix::detail::do_legacy_qv_error,
+// kept like the warnings.
+void noteReportedError(const resource_core::BaseMsgID& message);
+std::vector<resource_core::BaseMsgID> takeReportedErrors();
+
+// The process's mode, and a cache file that replaces the default in both
+// modes (an empty name brings the default back).
+void setStandaloneMode(bool standalone);
+void setSystemToolboxCacheFile(std::string file);
+
 // A handler that sees each warning as it is raised (the tool prints them).
 void setWarningHandler(std::function<void(const resource_core::BaseMsgID&)> handler);
 } // namespace host

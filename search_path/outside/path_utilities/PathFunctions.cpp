@@ -1,8 +1,13 @@
 #include "tfsearch_path/PathFunctions.hpp"
 
+#include "fl/filesystem/Filesystem.hpp"
 #include "foundation/core/diag/Diagnostics.hpp"
+#include "foundation/storage/vfs/Folder.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
+#include "thornfell/CurrentWorkingFolder.hpp"
 #include "thornfell/PackageRegistry.hpp"
+
+#include <vector>
 
 namespace Thornfell::PathManagement {
 
@@ -24,6 +29,33 @@ foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text) {
 }
 
 ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri) { return iri.getPath(); }
+
+foundation::storage::vfs::CanonicalAbsoluteIRI CanonicalizeRelativePathAgainstCWD(
+    const ustring& path, const Thornfell::current_working_folder::ICurrentWorkingFolder& workingFolder) {
+    using foundation::storage::vfs::AbsoluteIRI;
+    using foundation::storage::vfs::CanonicalAbsoluteIRI;
+    const auto storage = OrvianStorageSystem::GetStorageSystemReference();
+    AbsoluteIRI existing = workingFolder.absolutize(path);
+    // The names below the deepest folder that exists, the innermost first.
+    std::vector<ustring> missing;
+    for (;;) {
+        try {
+            CanonicalAbsoluteIRI canonical = foundation::storage::vfs::Folder(existing, storage).getCanonicalLocation();
+            if (missing.empty()) return canonical;
+            ustring relative;
+            for (auto name = missing.rbegin(); name != missing.rend(); ++name)
+                relative = fl::filesystem::concatenate_pathname(relative, *name);
+            return CanonicalAbsoluteIRI(canonical, relative);
+        } catch (const foundation::storage::vfs::Exception& e) {
+            // A file, or a name that doesn't exist: its folder is resolved
+            // instead. At the root there is nothing left to resolve.
+            if (e.getErrorCode() != static_cast<int>(foundation::storage::vfs::ErrorCode::NotFound)) throw;
+            if (!existing.hasParent()) return CanonicalAbsoluteIRI(workingFolder.absolutize(path), ustring());
+            missing.push_back(existing.getName());
+            existing = existing.getParent();
+        }
+    }
+}
 
 namespace {
 // The comparator is copied in, so that the function stands on its own.

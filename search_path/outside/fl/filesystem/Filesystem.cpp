@@ -51,6 +51,13 @@ void set_install_path(const ustring& path) {
     state.path = path;
 }
 
+ustring concatenate_pathname(const ustring& head, const ustring& tail) {
+    if (head.empty()) return tail;
+    if (tail.empty()) return head;
+    if (head.back() == GENERIC_PATHNAME_SEPARATOR) return head + tail;
+    return head + GENERIC_PATHNAME_SEPARATOR + tail;
+}
+
 namespace detail {
 
 ustring make_native_form(const ustring& name, int mode) {

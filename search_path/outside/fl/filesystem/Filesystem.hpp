@@ -13,6 +13,10 @@ inline constexpr char16_t GENERIC_PATHNAME_SEPARATOR = u'/';
 ustring get_install_path();
 void set_install_path(const ustring& path);
 
+// `head` and `tail` joined by one separator; either alone when the other is
+// empty.
+ustring concatenate_pathname(const ustring& head, const ustring& tail);
+
 namespace detail {
 // The native form of a name or path. Mode 1 is the form of a single name
 // read from the storage system, which on this platform is the name itself;

@@ -66,7 +66,13 @@ constexpr CatalogEntry kCatalog[] = {
      "Several versions of one package are on the path: {1} is used, and {2} is hidden behind it."},
     {"ORVIAN:mpath:ZPMFeatureOff",
      "The packages installed after a given time can't be listed: the package manager is not enabled."},
+    {"ORVIAN:mpath:InvalidInstallStamp", "The install stamp must be an unsigned 64-bit integer scalar."},
     {"ORVIAN:legacy_two_part:nomem", "Out of memory."},
+
+    // The host's standard argument errors.
+    {"ORVIAN:maxlhs", "Too many output arguments."},
+    {"ORVIAN:maxrhs", "Too many input arguments."},
+    {"ORVIAN:minrhs", "Not enough input arguments."},
 
     // Host commands.
     // Argument: the cache file.

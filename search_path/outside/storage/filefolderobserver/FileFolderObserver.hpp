@@ -27,18 +27,26 @@ public:
     virtual bool observesChildFoldersToo() const = 0;
 };
 
-// Policy for folders on network file systems (SetRemotePathPolicy).
+// Policy for folders on network file systems (SetRemotePathPolicy), where
+// change notification can't be trusted. It is read when a live observer is
+// made; observers made before a change of policy keep what they were.
 enum RemotePathPolicy : int {
-    RemoteReload = 0,        // "Reload": such a folder always counts as changed
-    RemoteTimecheckDir = 1,  // "TimecheckDir": compare the folder's time stamps
-    RemoteNone = 2,          // "None": such a folder never counts as changed
+    RemoteReload = 0,        // "Reload": the observer always reports a change,
+                             // so each refresh reads the folder again
+    RemoteTimecheckDir = 1,  // "TimecheckDir" (the default): the folder's
+                             // time stamps are compared on each question
+    RemoteNone = 2,          // "None": the disk is never asked; only a
+                             // FileFolderChangedEvent marks the folder changed
 };
 
-// Whether to warn when a live observer can't get a change handle and falls
-// back to time stamps (SetChangeHandleWarning).
+// Whether a live observer that can't get a change handle (an inotify watch)
+// and falls back to time stamps leaves a warning,
+// "ORVIAN:FileFolderObserver:ChangeHandleFallback", in the notification of
+// CreateObserver (SetChangeHandleWarning).
 enum ChangeHandleWarning : int {
-    WarnAlways = 0,  // "always": a warning for every such folder
-    WarnOnce = 1,    // "once": the first time only, until the setting is made again
+    WarnAlways = 0,  // "always" (the default): a warning for every such folder
+    WarnOnce = 1,    // "once": the first such folder after the policy was set;
+                     // any setting (the same one too) gives one more
     WarnNever = 2,   // "never"
 };
 
