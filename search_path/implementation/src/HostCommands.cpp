@@ -95,9 +95,10 @@ void FeatureRemotePathPolicy(int outputCount, qvArray_tag** outputs, int inputCo
     const ustring_view text = GetTextArgument(inputs[0], false);
     auto& factory = ObserverFactory();
     const int previous = factory.GetRemotePathPolicy();
-    const auto value = OptionValue(text, kRemotePolicyNames, u"Status", previous);
+    // "Status" only reads: -1 stands for it, since no policy has that value.
+    const auto value = OptionValue(text, kRemotePolicyNames, u"Status", -1);
     if (!value) RaiseMessage(resource_core::BaseMsgID("ORVIAN:RemotePolicy", "UnknownPolicy"));
-    if (*value != previous) factory.SetRemotePathPolicy(*value);
+    if (*value >= 0) factory.SetRemotePathPolicy(*value);
     outputs[0] = nullptr;
     if (previous >= 0 && previous < static_cast<int>(kRemotePolicyNames.size())) {
         const ustring_view name = kRemotePolicyNames[static_cast<std::size_t>(previous)];
