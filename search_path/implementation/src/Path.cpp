@@ -220,14 +220,19 @@ struct FindFirstStrategy {
     // A first match is never parallel: the answer is the first candidate that
     // has the name, and the candidates behind it would be asked for nothing.
     static constexpr bool mayRunInParallel = false;
+    static constexpr bool nearlyEveryCandidateAdds = false;
 };
 struct FindAllStrategy {
     using Result = std::vector<FoundItem>;
     static constexpr bool mayRunInParallel = true;
+    // The candidates of a name are the entries that hold its stem: nearly all
+    // of them add an item, so room for one each saves the growth steps.
+    static constexpr bool nearlyEveryCandidateAdds = true;
 };
 struct GetEntriesParallelizationStrategy {
     using Result = PathEntryVector;
     static constexpr bool mayRunInParallel = true;
+    static constexpr bool nearlyEveryCandidateAdds = false;
 };
 
 const PathEntryPointer& CandidateAt(EntrySlotRange candidates, std::size_t index) { return *candidates[index]; }
@@ -242,6 +247,7 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
     const std::size_t count = candidates.size();
     Result result;
     if (!Strategy::mayRunInParallel || count <= kSerialCandidateLimit) {
+        if constexpr (Strategy::nearlyEveryCandidateAdds) result.reserve(count);
         for (std::size_t index = 0; index < count; ++index) {
             const PathEntryPointer& candidate = CandidateAt(candidates, index);
             if (scope.contains(candidate->GetPathEntryType())) callback(candidate, result);
@@ -260,6 +266,7 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
         std::vector<Result> resultByRun(runs);
         ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
             const std::size_t end = std::min(count, (run + 1) * kGrainSize);
+            if constexpr (Strategy::nearlyEveryCandidateAdds) resultByRun[run].reserve(end - run * kGrainSize);
             for (std::size_t index = run * kGrainSize; index < end; ++index) {
                 const PathEntryPointer& candidate = CandidateAt(candidates, index);
                 if (scope.contains(candidate->GetPathEntryType())) callback(candidate, resultByRun[run]);
