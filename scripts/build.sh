@@ -15,6 +15,15 @@ BUILD="$ROOT/build/$KIND"
 BENCH=ON
 [[ -n "$SAN" ]] && BENCH=OFF
 EXTRA=()
+# Sanitizer builds compile sources in batches of 16 (a unity build): each
+# batch parses the heavy headers once, which more than halves the time of
+# these builds in CI. The release build keeps one object per source, so it
+# still shows a source that doesn't include what it uses.
+if [[ -n "$SAN" ]]; then
+  EXTRA+=(-DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=16)
+else
+  EXTRA+=(-DCMAKE_UNITY_BUILD=OFF)
+fi
 # The thread build links a oneTBB built for ThreadSanitizer, made once.
 [[ "$SAN" == thread ]] && EXTRA+=(-DTFSP_TSAN_TBB_PREFIX="$("$ROOT/scripts/build-tbb-tsan.sh")")
 cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE="$TYPE" -DTFSP_SANITIZE="$SAN" -DTFSP_BUILD_BENCH="$BENCH" \

@@ -24,7 +24,7 @@ std::string Native(ScriptSession& session, const std::string& word) {
     return fl::i18n::ustring_to_utf8(session.FolderIRI(word).getPath());
 }
 
-std::string TextOf(const OrvianComponents::ComponentIdentifier& id) {
+std::string IdentifierText(const OrvianComponents::ComponentIdentifier& id) {
     return fl::i18n::ustring_to_utf8(id.GetName()) + "@" + id.GetVersion().toString();
 }
 
@@ -58,7 +58,7 @@ void ChangeRegistry(ScriptSession& session, const std::string& done,
     } catch (const std::exception& e) {
         throw SessionError(std::string("the path could not follow the package registry: ") + e.what());
     }
-    session.out() << "package " << done << " " << TextOf(id) << "\n";
+    session.out() << "package " << done << " " << IdentifierText(id) << "\n";
 }
 
 void PackageCommand(ScriptSession& session, Words words) {
