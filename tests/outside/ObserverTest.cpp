@@ -168,6 +168,31 @@ TEST_F(ObserverTest, OverflowOrLostFactoryMakesLiveObserversReportChange) {
     EXPECT_FALSE(live("a")->hasChanged()) << "a new factory";
 }
 
+// An observer that found nothing skips the look while nothing anywhere has
+// happened since; every kind of happening must still reach it.
+TEST_F(ObserverTest, UnchangedAnswerLastsOnlyUntilTheNextHappening) {
+    auto overflowed = live("o"), evented = live("e"), frozenEvented = frozen("e");
+    auto bystander = live("b"), frozenBystander = frozen("b");
+    const auto unchanged = [&](const Observer& observer) {
+        for (int ask = 0; ask < 2; ++ask) EXPECT_FALSE(observer->hasChanged());
+    };
+    for (const auto* observer : {&overflowed, &evented, &frozenEvented, &bystander, &frozenBystander})
+        unchanged(*observer);
+    publish("e", FrozenInclusion::IncludeFrozen);
+    deliver();
+    EXPECT_TRUE(evented->hasChanged());
+    EXPECT_TRUE(frozenEvented->hasChanged());
+    unchanged(bystander);
+    unchanged(frozenBystander);
+    testhooks::SimulateOverflowForTesting(factory());
+    EXPECT_TRUE(overflowed->hasChanged());
+    unchanged(frozenBystander);
+    auto stopped = live("s");
+    unchanged(stopped);
+    ProcessStore::resetForTesting();
+    EXPECT_TRUE(stopped->hasChanged()) << "nobody reads its watch any more";
+}
+
 TEST_F(ObserverTest, FailedWatchWarnsByChangeHandleWarningPolicy) {
     testhooks::FailWatchesForTesting(factory(), ENOSPC);
     const auto warningsFor = [&](const std::string& relative) {

@@ -43,6 +43,7 @@ void FolderRecordTable::markChanged(const ustring& key, FrozenInclusion inclusio
     case FrozenInclusion::LiveOnly: record->liveEvents.fetch_add(1, std::memory_order_acq_rel); break;
     default: FL_DIAG_TERMINATE("Unrecognized FrozenInclusion in FileFolderChangedEvent");
     }
+    eventsMarked_.fetch_add(1, std::memory_order_release);
     // The observers may have gone meanwhile; whoever drops the last share
     // removes the entry, and that may be this event.
     release(std::move(record));
@@ -57,8 +58,15 @@ FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, const
 FolderEventView::~FolderEventView() { table_->release(std::move(record_)); }
 
 bool FolderEventView::changed(bool live) const {
+    const std::uint64_t marked = table_->eventsMarked();
+    if (unchangedAt_.covers(marked)) return false;
     if (record_->allEvents.load(std::memory_order_acquire) != allEventsSeen_) return true;
-    return live && record_->liveEvents.load(std::memory_order_acquire) != liveEventsSeen_;
+    const bool liveEventSince = record_->liveEvents.load(std::memory_order_acquire) != liveEventsSeen_;
+    if (live && liveEventSince) return true;
+    // Remembered only when both counters stand, so that it holds for either
+    // kind of question.
+    if (!liveEventSince) unchangedAt_.remember(marked);
+    return false;
 }
 
 } // namespace storage::filefolderobserver::detail

@@ -9,6 +9,13 @@
 // The table holds weak pointers, so a folder's record goes when the last
 // observer of the folder goes, and an event for a folder nobody observes
 // costs a failed lookup.
+//
+// A refresh asks every observer of the path in turn, and nearly always
+// nothing has changed; the records are scattered over the heap, so reading
+// them is what such a question costs. Each source of changes therefore also
+// keeps one count of all it handed out, and an observer that found nothing
+// remembers that count (UnchangedAt): while it stands still, the answer
+// stands too, and the record isn't read.
 #include "fl/ustring.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 
@@ -29,6 +36,21 @@ struct FolderRecord {
     std::atomic<std::uint64_t> fileSystemChanges{0};  // what the inotify reader saw
 };
 
+// The count of a source of changes at which an observer last found its
+// counters unchanged. The source bumps its count after the record's counter,
+// and the observer reads the count before the counters, so every change
+// within a remembered count was seen by the look that found nothing. Any
+// thread may remember a count it checked; an older one only costs a look.
+class UnchangedAt {
+public:
+    bool covers(std::uint64_t count) const { return count == count_.load(std::memory_order_relaxed); }
+    void remember(std::uint64_t count) const { count_.store(count, std::memory_order_relaxed); }
+
+private:
+    // No source counts that far, so the first question always looks.
+    mutable std::atomic<std::uint64_t> count_{~std::uint64_t{0}};
+};
+
 class FolderRecordTable {
 public:
     // The record of `key`, made if nobody observes the folder yet.
@@ -40,10 +62,13 @@ public:
     // What a FileFolderChangedEvent does.
     void markChanged(const ustring& key, FrozenInclusion inclusion);
     std::size_t size() const { return table_.size(); }
+    // The events that reached a record so far, of any folder.
+    std::uint64_t eventsMarked() const { return eventsMarked_.load(std::memory_order_acquire); }
 
 private:
     using Table = tbb::concurrent_hash_map<ustring, std::weak_ptr<FolderRecord>, tbb::tbb_hash_compare<ustring>>;
     Table table_;
+    std::atomic<std::uint64_t> eventsMarked_{0};
 };
 
 // An observer's view of its folder's events: the record and the counters as
@@ -62,7 +87,9 @@ public:
     const std::shared_ptr<FolderRecord>& record() const { return record_; }
 
 private:
+    // What an unchanged answer reads comes first.
     std::shared_ptr<FolderRecordTable> table_;
+    UnchangedAt unchangedAt_;
     std::shared_ptr<FolderRecord> record_;
     const std::uint64_t allEventsSeen_;
     const std::uint64_t liveEventsSeen_;

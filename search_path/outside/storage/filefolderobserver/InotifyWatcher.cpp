@@ -99,7 +99,7 @@ void InotifyWatcher::stop() {
     std::thread reader;
     {
         std::lock_guard lock(mutex_);
-        stopped_.store(true, std::memory_order_release);
+        markStopped();
         reader = std::move(reader_);
     }
     if (!reader.joinable()) return;
@@ -125,7 +125,12 @@ void InotifyWatcher::readLoop() {
     // Nobody reads the queue from here on, so no watched folder can be
     // trusted any more: say so, and count it as lost events.
     noteOverflow();
+    markStopped();
+}
+
+void InotifyWatcher::markStopped() {
     stopped_.store(true, std::memory_order_release);
+    changesHandled_.fetch_add(1, std::memory_order_release);
 }
 
 void InotifyWatcher::drainPending() {
@@ -168,6 +173,7 @@ void InotifyWatcher::handleEvent(int wd, std::uint32_t mask) {
     if (found == watches_.end()) return;
     const auto watch = found->second;
     for (const auto& record : watch->records) record->fileSystemChanges.fetch_add(1, std::memory_order_acq_rel);
+    changesHandled_.fetch_add(1, std::memory_order_release);
     if (mask & IN_IGNORED) {
         // The kernel ended the watch: the folder was deleted, or its file
         // system unmounted.

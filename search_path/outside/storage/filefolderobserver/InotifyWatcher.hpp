@@ -71,12 +71,18 @@ public:
     bool stopped() const { return stopped_.load(std::memory_order_acquire); }
     // Ends and joins the reader. Watches stay until their observers go.
     void stop();
+    // Moves after each of the above: an event handed to records, an
+    // overflow, the end of reading (see UnchangedAt).
+    std::uint64_t changesHandled() const { return changesHandled_.load(std::memory_order_acquire); }
 
     // Test hooks. failWatchesWith: every later watch fails with this errno
     // (0: watches are set again), as a full watch table would make it.
     void failWatchesWith(int error) { failWatchesWith_.store(error, std::memory_order_release); }
     // What the reader does on IN_Q_OVERFLOW.
-    void noteOverflow() { overflows_.fetch_add(1, std::memory_order_acq_rel); }
+    void noteOverflow() {
+        overflows_.fetch_add(1, std::memory_order_acq_rel);
+        changesHandled_.fetch_add(1, std::memory_order_release);
+    }
     std::size_t watchCount() const;
 
 private:
@@ -89,6 +95,7 @@ private:
     // before anyone else reads.
     bool readQueued(int fd);
     void handleEvent(int wd, std::uint32_t mask);
+    void markStopped();
 
     std::mutex readMutex_;
     // Large enough for many events per read; aligned as the kernel writes
@@ -103,6 +110,7 @@ private:
 
     std::atomic<std::uint64_t> overflows_{0};
     std::atomic<bool> stopped_{false};
+    std::atomic<std::uint64_t> changesHandled_{0};
     std::atomic<int> failWatchesWith_{0};
 };
 

@@ -2,17 +2,28 @@
 
 namespace storage::filefolderobserver::detail {
 
-LiveObserver::LiveObserver(std::unique_ptr<FolderEventView> events, std::unique_ptr<WatchLease> lease)
-    : events_(std::move(events)),
-      lease_(std::move(lease)),
-      changesSeen_(events_->record()->fileSystemChanges.load(std::memory_order_acquire)),
-      overflowsSeen_(lease_->watcher().overflowCount()) {}
+LiveObserver::LiveObserver(std::shared_ptr<FolderRecordTable> records, const ustring& key, InotifyWatcher& watcher,
+                           const std::string& path)
+    : events_(std::move(records), key) {
+    auto added = watcher.addWatch(path, events_.record());
+    watchError_ = added.error;
+    lease_ = std::move(added.lease);
+    if (!lease_) return;
+    watcher_ = &lease_->watcher();
+    changesSeen_ = events_.record()->fileSystemChanges.load(std::memory_order_acquire);
+    overflowsSeen_ = watcher_->overflowCount();
+}
 
 bool LiveObserver::hasChanged() const {
     if (latched_.load(std::memory_order_acquire)) return true;
-    const auto& watcher = lease_->watcher();
-    const bool changed = events_->record()->fileSystemChanges.load(std::memory_order_acquire) != changesSeen_ ||
-                         watcher.overflowCount() != overflowsSeen_ || watcher.stopped() || events_->changed(true);
+    bool changed = false;
+    const std::uint64_t handled = watcher_->changesHandled();
+    if (!unchangedAt_.covers(handled)) {
+        changed = events_.record()->fileSystemChanges.load(std::memory_order_acquire) != changesSeen_ ||
+                  watcher_->overflowCount() != overflowsSeen_ || watcher_->stopped();
+        if (!changed) unchangedAt_.remember(handled);
+    }
+    changed = changed || events_.changed(true);
     if (changed) latched_.store(true, std::memory_order_release);
     return changed;
 }

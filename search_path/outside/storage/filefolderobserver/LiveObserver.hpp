@@ -13,30 +13,42 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace storage::filefolderobserver::detail {
 
 class LiveObserver final : public IFileFolderObserver {
 public:
-    // `events` and `lease` must be of the same record; the counters are taken
-    // here, so a change the reader reports from now on is seen.
-    LiveObserver(std::unique_ptr<FolderEventView> events, std::unique_ptr<WatchLease> lease);
+    // Watches the folder at `path` (a native path) for the record of `key`.
+    // The counters are taken once the watch stands, so a change the reader
+    // reports from then on is seen. Check watchError() before use.
+    LiveObserver(std::shared_ptr<FolderRecordTable> records, const ustring& key, InotifyWatcher& watcher,
+                 const std::string& path);
+
+    // The errno of a watch that couldn't be set; such an observer is of no
+    // use. 0 when the watch stands.
+    int watchError() const { return watchError_; }
 
     // Whether the folder differs from its listing already: to be told once
-    // the counters are taken, see ObserverFactory.
+    // the watch stands, see ObserverFactory.
     void setChangedAtStart() { latched_.store(true, std::memory_order_release); }
 
     bool hasChanged() const override;
     bool observesChildFoldersToo() const override { return false; }
 
 private:
-    std::unique_ptr<FolderEventView> events_;
-    std::unique_ptr<WatchLease> lease_;
-    const std::uint64_t changesSeen_;
-    const std::uint64_t overflowsSeen_;
-    // Every source above only grows, so a change stays a change; the flag
+    // Every source below only grows, so a change stays a change; the flag
     // spares the later calls the look.
     mutable std::atomic<bool> latched_{false};
+    // What an unchanged answer reads comes first, in this object; the
+    // record is read only once the watcher has handled something new.
+    const InotifyWatcher* watcher_ = nullptr;  // the lease's
+    UnchangedAt unchangedAt_;
+    FolderEventView events_;
+    std::unique_ptr<WatchLease> lease_;
+    std::uint64_t changesSeen_ = 0;
+    std::uint64_t overflowsSeen_ = 0;
+    int watchError_ = 0;
 };
 
 } // namespace storage::filefolderobserver::detail

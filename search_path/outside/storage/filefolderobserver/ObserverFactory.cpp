@@ -86,15 +86,13 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     // saves the read.
     const ustring key = folder.getIRI().toString();
     if (records_->observed(key)) watcher_->drainPending();
-    auto events = std::make_unique<FolderEventView>(records_, key);
-    auto added = watcher_->addWatch(path, events->record());
-    if (!added.lease) {
-        if (added.error == ENOENT || added.error == ENOTDIR) return std::make_unique<AlwaysChangedObserver>();
-        warnOfFallback(folder, added.error, notification);
-        events.reset();
+    auto observer = std::make_unique<LiveObserver>(records_, key, *watcher_, path);
+    if (const int error = observer->watchError()) {
+        observer.reset();
+        if (error == ENOENT || error == ENOTDIR) return std::make_unique<AlwaysChangedObserver>();
+        warnOfFallback(folder, error, notification);
         return std::make_unique<TimeStampObserver>(records_, folder);
     }
-    auto observer = std::make_unique<LiveObserver>(std::move(events), std::move(added.lease));
     // The watch and the counters stand, so a change from here on is seen;
     // what happened since the listing shows in the folder's times or, where
     // those can't tell, in a new reading.
