@@ -37,6 +37,10 @@ constexpr std::size_t kSerialCandidateLimit = 64;
 constexpr std::size_t kEntriesPerMainEntryGuess = 25;
 // Folders hold many files, with mostly distinct stems.
 constexpr std::size_t kStemBucketsPerEntry = 10;
+// The stem map is filled in this many runs of neighbouring buckets: enough to
+// keep both cores busy to the end, few enough that each run's buckets stay
+// together in the cache.
+constexpr std::size_t kStemRuns = 256;
 
 constexpr PathEntryType kMainOnly[] = {Main};
 constexpr PathEntryType kMethodOnly[] = {Method};
@@ -130,30 +134,75 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
     return cache;
 }
 
-std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
-    // Ten buckets an entry is a floor, not a ceiling: folders of hundreds of
-    // files would outgrow it, and each growth splits buckets and hashes their
-    // keys again while the build runs. Reserving for the items, which is at
-    // least the number of keys, lets the fill run without a split.
-    std::size_t items = 0;
-    for (const PathEntryPointer& entry : allEntries) items += entry->GetPathItems()->size();
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::max(kStemBucketsPerEntry * allEntries.size(), items));
+// One distinct stem of one entry, on its way into the stem map.
+struct StemOfEntry {
+    Path::HashedStem stem;
+    EntrySlot slot;
+};
+
+// The distinct stems of each entry, hashed, in entry order.
+std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEntries) {
+    std::vector<std::vector<StemOfEntry>> stemsByEntry(allEntries.size());
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
         const EntrySlot slot = &allEntries[index];
         // The items stay alive with the entry, which `allEntries` holds, so the
         // map can point at their stems instead of copying them.
         const std::shared_ptr<const PathItemVector> items = allEntries[index]->GetPathItems();
+        std::vector<StemOfEntry>& stems = stemsByEntry[index];
+        stems.reserve(items->size());
         const ustring* previousStem = nullptr;
         for (const PathItemPointer& item : *items) {
             const ustring* stem = &item->normalizedStem;
             // Items come sorted by normalized stem: a run of one stem (the
             // same file with several extensions, or names that differ only
-            // in case) adds this slot once, so one lookup does.
+            // in case) adds this slot once.
             if (previousStem && *previousStem == *stem) continue;
             previousStem = stem;
+            stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)}, slot});
+        }
+    });
+    return stemsByEntry;
+}
+
+std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
+    const std::vector<std::vector<StemOfEntry>> stemsByEntry = CollectStems(allEntries);
+    std::size_t total = 0;
+    for (const std::vector<StemOfEntry>& stems : stemsByEntry) total += stems.size();
+    // Ten buckets an entry is a floor, not a ceiling: folders of hundreds of
+    // files would outgrow it, and each growth splits buckets and hashes their
+    // keys again while the build runs. Reserving for the distinct stems of
+    // the entries, which is at least the number of keys, lets the fill run
+    // without a split.
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::max(kStemBucketsPerEntry * allEntries.size(), total));
+
+    // Filled in a random order, nearly every insertion would miss the cache
+    // twice or three times: on its bucket, and on each key met there, which
+    // is a pointer into another folder's items. So the stems are first dealt
+    // out by bucket into runs of a few hundred buckets each, and each run is
+    // inserted by one task: its buckets and the nodes already in them stay
+    // in the cache, and no two threads meet on a bucket. The map takes a
+    // bucket by the low bits of the hash, as many as it has buckets; if that
+    // ever changes, only the speed of the fill does. Within a run the stems
+    // keep the order of the entries, so each slot list grows at its end.
+    const std::size_t bucketMask = map->bucket_count() - 1;
+    const std::size_t runs = std::min<std::size_t>(kStemRuns, bucketMask + 1);
+    const int runShift = std::countr_zero(bucketMask + 1) - std::countr_zero(runs);
+    const auto runOf = [&](const StemOfEntry& stem) { return (stem.stem.hash & bucketMask) >> runShift; };
+    std::vector<std::size_t> runStart(runs + 1, 0);
+    for (const std::vector<StemOfEntry>& stems : stemsByEntry)
+        for (const StemOfEntry& stem : stems) ++runStart[runOf(stem) + 1];
+    for (std::size_t run = 0; run < runs; ++run) runStart[run + 1] += runStart[run];
+    std::vector<StemOfEntry> dealt(total);
+    {
+        std::vector<std::size_t> next(runStart.begin(), runStart.end() - 1);
+        for (const std::vector<StemOfEntry>& stems : stemsByEntry)
+            for (const StemOfEntry& stem : stems) dealt[next[runOf(stem)]++] = stem;
+    }
+    ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
+        for (std::size_t index = runStart[run]; index != runStart[run + 1]; ++index) {
             PathItemStemToPathEntryMap::accessor accessor;
-            map->insert(accessor, stem);
-            InsertSlotInPathOrder(accessor->second, slot);
+            map->insert(accessor, dealt[index].stem);
+            InsertSlotInPathOrder(accessor->second, dealt[index].slot);
         }
     });
     // Finish the bucket splits that growth left pending: readers then never
