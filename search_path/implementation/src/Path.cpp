@@ -1,6 +1,7 @@
 #include "Path.hpp"
 
 #include "AsynchronousWorkerQueue.hpp"
+#include "PathEntry.hpp"
 #include "SearchPathPublicFunctions.hpp"
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
@@ -19,6 +20,7 @@
 #include <functional>
 #include <iterator>
 #include <type_traits>
+#include <typeinfo>
 
 namespace Thornfell::PathManagement {
 
@@ -263,7 +265,56 @@ void DestroyAsynchronously(std::unique_ptr<T>&& object, AsynchronousWorkerQueue&
 
 // ------------------------------------------------------------------ queries
 
-// What a query collects, and whether it may spread over the pool.
+// What FindAll's pool threads collect in place of FoundItems: pointers to the
+// candidate and to each item found, with no share taken. The caller's thread
+// turns them into FoundItems afterwards. It drops those shares again when it
+// is done with the result, and a count raised on a pool thread would have to
+// move to that thread's core and back for each hit.
+struct FoundItemReferences {
+    struct Hit {
+        const PathEntryPointer* entry;  // a candidate, which outlives the query
+        const PathItemPointer* item;    // in the entry's own list, or in `owned`
+    };
+    std::vector<Hit> hits;
+    // The items of entries that give them only as shares. Moving the outer
+    // vector keeps the inner ones' buffers, so the hits stay valid.
+    std::vector<PathItemVector> owned;
+};
+
+void Reserve(std::vector<FoundItem>& partial, std::size_t count) { partial.reserve(count); }
+void Reserve(FoundItemReferences& partial, std::size_t count) { partial.hits.reserve(count); }
+
+std::size_t SizeOf(const PathEntryVector& partial) { return partial.size(); }
+std::size_t SizeOf(const FoundItemReferences& partial) { return partial.hits.size(); }
+
+void Append(PathEntryVector& result, PathEntryVector&& partial) {
+    result.insert(result.end(), std::make_move_iterator(partial.begin()), std::make_move_iterator(partial.end()));
+}
+void Append(std::vector<FoundItem>& result, FoundItemReferences&& partial) {
+    for (const FoundItemReferences::Hit& hit : partial.hits) result.emplace_back(*hit.item, *hit.entry);
+}
+
+void AddFound(std::vector<FoundItem>& result, const PathEntryPointer& entry, const PathItemPointer& item) {
+    result.emplace_back(item, entry);
+}
+void AddFound(FoundItemReferences& partial, const PathEntryPointer& entry, const PathItemPointer& item) {
+    partial.hits.push_back({&entry, &item});
+}
+
+void AddOwned(std::vector<FoundItem>& result, const PathEntryPointer& entry, PathItemVector&& items) {
+    for (PathItemPointer& item : items) result.emplace_back(std::move(item), entry);
+}
+void AddOwned(FoundItemReferences& partial, const PathEntryPointer& entry, PathItemVector&& items) {
+    for (const PathItemPointer& item : partial.owned.emplace_back(std::move(items))) partial.hits.push_back({&entry, &item});
+}
+
+// The entries this library makes itself; any other is asked through IPathEntry.
+const PathEntry* AsPathEntry(const IPathEntry& entry) {
+    return typeid(entry) == typeid(PathEntry) ? static_cast<const PathEntry*>(&entry) : nullptr;
+}
+
+// What a query collects, what its pool threads collect (Partial), and whether
+// it may spread over the pool.
 struct FindFirstStrategy {
     using Result = boost::optional<FoundItem>;
     // A first match is never parallel: the answer is the first candidate that
@@ -273,6 +324,7 @@ struct FindFirstStrategy {
 };
 struct FindAllStrategy {
     using Result = std::vector<FoundItem>;
+    using Partial = FoundItemReferences;
     static constexpr bool mayRunInParallel = true;
     // The candidates of a name are the entries that hold its stem: nearly all
     // of them add an item, so room for one each saves the growth steps.
@@ -280,6 +332,7 @@ struct FindAllStrategy {
 };
 struct GetEntriesParallelizationStrategy {
     using Result = PathEntryVector;
+    using Partial = PathEntryVector;
     static constexpr bool mayRunInParallel = true;
     static constexpr bool nearlyEveryCandidateAdds = false;
 };
@@ -296,7 +349,7 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
     const std::size_t count = candidates.size();
     Result result;
     if (!Strategy::mayRunInParallel || count <= kSerialCandidateLimit) {
-        if constexpr (Strategy::nearlyEveryCandidateAdds) result.reserve(count);
+        if constexpr (Strategy::nearlyEveryCandidateAdds) Reserve(result, count);
         for (std::size_t index = 0; index < count; ++index) {
             const PathEntryPointer& candidate = CandidateAt(candidates, index);
             if (scope.contains(candidate->GetPathEntryType())) callback(candidate, result);
@@ -308,24 +361,29 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
         return result;
     }
     if constexpr (Strategy::mayRunInParallel) {
+        using Partial = typename Strategy::Partial;
         // One partial result for each run of a grain's candidates, not one
         // for each candidate: the pool gets the same chunks, and a query
         // allocates a handful of vectors instead of one for each hit.
         const std::size_t runs = (count + kGrainSize - 1) / kGrainSize;
-        std::vector<Result> resultByRun(runs);
+        std::vector<Partial> partialByRun(runs);
         ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
             const std::size_t end = std::min(count, (run + 1) * kGrainSize);
-            if constexpr (Strategy::nearlyEveryCandidateAdds) resultByRun[run].reserve(end - run * kGrainSize);
+            // Filled here and stored once: the partial results lie side by
+            // side, and growing one in place would take its neighbours'
+            // cache line from the threads that fill them.
+            Partial partial;
+            if constexpr (Strategy::nearlyEveryCandidateAdds) Reserve(partial, end - run * kGrainSize);
             for (std::size_t index = run * kGrainSize; index < end; ++index) {
                 const PathEntryPointer& candidate = CandidateAt(candidates, index);
-                if (scope.contains(candidate->GetPathEntryType())) callback(candidate, resultByRun[run]);
+                if (scope.contains(candidate->GetPathEntryType())) callback(candidate, partial);
             }
+            partialByRun[run] = std::move(partial);
         });
         std::size_t total = 0;
-        for (const Result& partial : resultByRun) total += partial.size();
+        for (const Partial& partial : partialByRun) total += SizeOf(partial);
         result.reserve(total);
-        for (Result& partial : resultByRun)
-            result.insert(result.end(), std::make_move_iterator(partial.begin()), std::make_move_iterator(partial.end()));
+        for (Partial& partial : partialByRun) Append(result, std::move(partial));
     }
     return result;
 }
@@ -343,15 +401,23 @@ public:
     ForEachEntryCallback(const detail::SearchTarget& target, FilenameMatchingPolicy policy, const Predicate& predicate)
         : target_(target), policy_(policy), predicate_(predicate) {}
 
-    void operator()(const PathEntryPointer& entry, typename Strategy::Result& result) const {
-        if constexpr (std::is_same_v<Strategy, FindFirstStrategy>) {
-            PathItemPointer item = entry->FindFirst(target_, policy_);
-            if (item && predicate_(entry)) result.emplace(std::move(item), entry);
-        } else {
-            PathItemVector items = entry->FindAll(target_, policy_);
-            if (items.empty() || !predicate_(entry)) return;
-            for (PathItemPointer& item : items) result.emplace_back(std::move(item), entry);
+    void operator()(const PathEntryPointer& entry, boost::optional<FoundItem>& result) const {
+        PathItemPointer item = entry->FindFirst(target_, policy_);
+        if (item && predicate_(entry)) result.emplace(std::move(item), entry);
+    }
+
+    template <class Sink>
+    void operator()(const PathEntryPointer& entry, Sink& sink) const {
+        if (const PathEntry* own = AsPathEntry(*entry)) {
+            // The items stay in the entry's list, and no vector is made.
+            const PathEntry::FoundItemPointers found = own->FindAllInPlace(target_, policy_);
+            if (found.empty() || !predicate_(entry)) return;
+            for (const PathItemPointer* item : found) AddFound(sink, entry, *item);
+            return;
         }
+        PathItemVector items = entry->FindAll(target_, policy_);
+        if (items.empty() || !predicate_(entry)) return;
+        AddOwned(sink, entry, std::move(items));
     }
 
 private:
