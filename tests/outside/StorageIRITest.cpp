@@ -108,6 +108,16 @@ TEST(StorageComparator, FoldingIsSimpleUnicodeFolding) {
     foldCaseInPlace(inPlace);
     EXPECT_EQ(inPlace, expected);
     EXPECT_EQ(foldCase(u"Straße"), u"straße");
+
+    // Comparisons take texts of different lengths as different: folding
+    // must keep every code point's length.
+    for (char32_t c = 0; c <= 0x10FFFF; ++c) {
+        if (c >= 0xD800 && c <= 0xDFFF) continue;
+        const ustring text = c < 0x10000 ? ustring(1, static_cast<char16_t>(c))
+                                         : ustring{static_cast<char16_t>(0xD7C0 + (c >> 10)),
+                                                   static_cast<char16_t>(0xDC00 | (c & 0x3FF))};
+        ASSERT_EQ(foldCase(text).size(), text.size()) << std::hex << static_cast<std::uint32_t>(c);
+    }
 }
 
 } // namespace

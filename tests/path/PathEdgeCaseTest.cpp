@@ -103,5 +103,77 @@ TEST_F(PathEdgeCaseTest, TheStorageSystemRuleResolvesFoldersThroughLinks) {
     EXPECT_THAT(path->GetPartiallyMatchingEntries(allEntryTypesScope, u"real/pkg", CaseRuleOne), IsEmpty());
 }
 
+// An entry made elsewhere, which answers only through the interface: the path
+// must take its items as it gives them, in candidate order among its own.
+class ForwardingEntry final : public IPathEntry, public std::enable_shared_from_this<ForwardingEntry> {
+public:
+    explicit ForwardingEntry(PathEntryPointer inner) : inner_(std::move(inner)) {}
+    PathEntryType GetPathEntryType() const override { return inner_->GetPathEntryType(); }
+    std::shared_ptr<const PathItemVector> GetPathItems() const override { return inner_->GetPathItems(); }
+    foundation::storage::vfs::CanonicalAbsoluteIRI GetIRI() const override { return inner_->GetIRI(); }
+    ustring GetDescriptor() const override { return inner_->GetDescriptor(); }
+    PathEntryPointer GetPrivateEntry() const override { return nullptr; }
+    PathEntryPointer GetResourcesEntry() const override { return nullptr; }
+    PathEntryList GetPackageEntries() const override { return std::make_shared<const PathEntryVector>(); }
+    PathEntryList GetMethodEntries() const override { return std::make_shared<const PathEntryVector>(); }
+    PathEntryList GetUDDClassEntries() const override { return std::make_shared<const PathEntryVector>(); }
+    PathItemPointer FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override {
+        return inner_->FindFirst(target, policy);
+    }
+    PathItemVector FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override {
+        return inner_->FindAll(target, policy);
+    }
+    bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
+        return scope.contains(GetPathEntryType()) && visitor(shared_from_this());
+    }
+    bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
+        return ForEachEntry(scope, visitor);
+    }
+    FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override {
+        return inner_->CreateFilenameMatcher(policy);
+    }
+    bool IsOutOfDate() const override { return false; }
+    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory&, const IFolderMonitor&) const override {
+        return shared_from_this();
+    }
+    const foundation::storage::vfs::PathComparator& GetPathComparator() const override {
+        return inner_->GetPathComparator();
+    }
+
+private:
+    PathEntryPointer inner_;
+};
+
+TEST_F(PathEdgeCaseTest, EntriesMadeElsewhereAnswerInPathOrderAmongOurOwn) {
+    // Past the serial limit, so that the hits are gathered on the pool; every
+    // third folder is wrapped, and each holds the name twice.
+    PathEntryVector entries;
+    std::vector<std::string> expected;
+    std::vector<const IPathEntry*> expectedHolders;
+    for (int i = 0; i < 100; ++i) {
+        const std::string folder = "f" + std::to_string(i);
+        tree.file(folder + "/shared.tf");
+        tree.file(folder + "/Shared.tfx");
+        PathEntryPointer entry = Entry(folder);
+        if (i % 3 == 0) entry = std::make_shared<const ForwardingEntry>(entry);
+        entries.push_back(entry);
+        for (const char* name : {"/Shared.tfx", "/shared.tf"}) {
+            expected.push_back(folder + name);
+            expectedHolders.push_back(entry.get());
+        }
+    }
+    const auto path = MakePath(entries);
+    std::vector<std::string> found;
+    std::vector<const IPathEntry*> holders;
+    for (const FoundItem& hit :
+         path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"SHARED", {u".tfx", u".tf"}), CaseRuleTwo)) {
+        const std::string location = Utf8(hit.GetPathEntry()->GetIRI().getPath());
+        found.push_back(location.substr(location.rfind('/') + 1) + "/" + Utf8(hit.GetPathItem()->FileName()));
+        holders.push_back(hit.GetPathEntry().get());
+    }
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(holders, expectedHolders);
+}
+
 } // namespace
 } // namespace tfsp::test

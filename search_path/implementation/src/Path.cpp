@@ -1,6 +1,7 @@
 #include "Path.hpp"
 
 #include "AsynchronousWorkerQueue.hpp"
+#include "PathEntry.hpp"
 #include "SearchPathPublicFunctions.hpp"
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
@@ -19,6 +20,7 @@
 #include <functional>
 #include <iterator>
 #include <type_traits>
+#include <typeinfo>
 
 namespace Thornfell::PathManagement {
 
@@ -37,6 +39,10 @@ constexpr std::size_t kSerialCandidateLimit = 64;
 constexpr std::size_t kEntriesPerMainEntryGuess = 25;
 // Folders hold many files, with mostly distinct stems.
 constexpr std::size_t kStemBucketsPerEntry = 10;
+// The stem map is filled in this many runs of neighbouring buckets: enough to
+// keep both cores busy to the end, few enough that each run's buckets stay
+// together in the cache.
+constexpr std::size_t kStemRuns = 256;
 
 constexpr PathEntryType kMainOnly[] = {Main};
 constexpr PathEntryType kMethodOnly[] = {Method};
@@ -130,30 +136,75 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
     return cache;
 }
 
-std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
-    // Ten buckets an entry is a floor, not a ceiling: folders of hundreds of
-    // files would outgrow it, and each growth splits buckets and hashes their
-    // keys again while the build runs. Reserving for the items, which is at
-    // least the number of keys, lets the fill run without a split.
-    std::size_t items = 0;
-    for (const PathEntryPointer& entry : allEntries) items += entry->GetPathItems()->size();
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::max(kStemBucketsPerEntry * allEntries.size(), items));
+// One distinct stem of one entry, on its way into the stem map.
+struct StemOfEntry {
+    Path::HashedStem stem;
+    EntrySlot slot;
+};
+
+// The distinct stems of each entry, hashed, in entry order.
+std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEntries) {
+    std::vector<std::vector<StemOfEntry>> stemsByEntry(allEntries.size());
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
         const EntrySlot slot = &allEntries[index];
         // The items stay alive with the entry, which `allEntries` holds, so the
         // map can point at their stems instead of copying them.
         const std::shared_ptr<const PathItemVector> items = allEntries[index]->GetPathItems();
+        std::vector<StemOfEntry>& stems = stemsByEntry[index];
+        stems.reserve(items->size());
         const ustring* previousStem = nullptr;
         for (const PathItemPointer& item : *items) {
             const ustring* stem = &item->normalizedStem;
             // Items come sorted by normalized stem: a run of one stem (the
             // same file with several extensions, or names that differ only
-            // in case) adds this slot once, so one lookup does.
+            // in case) adds this slot once.
             if (previousStem && *previousStem == *stem) continue;
             previousStem = stem;
+            stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)}, slot});
+        }
+    });
+    return stemsByEntry;
+}
+
+std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
+    const std::vector<std::vector<StemOfEntry>> stemsByEntry = CollectStems(allEntries);
+    std::size_t total = 0;
+    for (const std::vector<StemOfEntry>& stems : stemsByEntry) total += stems.size();
+    // Ten buckets an entry is a floor, not a ceiling: folders of hundreds of
+    // files would outgrow it, and each growth splits buckets and hashes their
+    // keys again while the build runs. Reserving for the distinct stems of
+    // the entries, which is at least the number of keys, lets the fill run
+    // without a split.
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::max(kStemBucketsPerEntry * allEntries.size(), total));
+
+    // Filled in a random order, nearly every insertion would miss the cache
+    // twice or three times: on its bucket, and on each key met there, which
+    // is a pointer into another folder's items. So the stems are first dealt
+    // out by bucket into runs of a few hundred buckets each, and each run is
+    // inserted by one task: its buckets and the nodes already in them stay
+    // in the cache, and no two threads meet on a bucket. The map takes a
+    // bucket by the low bits of the hash, as many as it has buckets; if that
+    // ever changes, only the speed of the fill does. Within a run the stems
+    // keep the order of the entries, so each slot list grows at its end.
+    const std::size_t bucketMask = map->bucket_count() - 1;
+    const std::size_t runs = std::min<std::size_t>(kStemRuns, bucketMask + 1);
+    const int runShift = std::countr_zero(bucketMask + 1) - std::countr_zero(runs);
+    const auto runOf = [&](const StemOfEntry& stem) { return (stem.stem.hash & bucketMask) >> runShift; };
+    std::vector<std::size_t> runStart(runs + 1, 0);
+    for (const std::vector<StemOfEntry>& stems : stemsByEntry)
+        for (const StemOfEntry& stem : stems) ++runStart[runOf(stem) + 1];
+    for (std::size_t run = 0; run < runs; ++run) runStart[run + 1] += runStart[run];
+    std::vector<StemOfEntry> dealt(total);
+    {
+        std::vector<std::size_t> next(runStart.begin(), runStart.end() - 1);
+        for (const std::vector<StemOfEntry>& stems : stemsByEntry)
+            for (const StemOfEntry& stem : stems) dealt[next[runOf(stem)]++] = stem;
+    }
+    ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
+        for (std::size_t index = runStart[run]; index != runStart[run + 1]; ++index) {
             PathItemStemToPathEntryMap::accessor accessor;
-            map->insert(accessor, stem);
-            InsertSlotInPathOrder(accessor->second, slot);
+            map->insert(accessor, dealt[index].stem);
+            InsertSlotInPathOrder(accessor->second, dealt[index].slot);
         }
     });
     // Finish the bucket splits that growth left pending: readers then never
@@ -214,7 +265,56 @@ void DestroyAsynchronously(std::unique_ptr<T>&& object, AsynchronousWorkerQueue&
 
 // ------------------------------------------------------------------ queries
 
-// What a query collects, and whether it may spread over the pool.
+// What FindAll's pool threads collect in place of FoundItems: pointers to the
+// candidate and to each item found, with no share taken. The caller's thread
+// turns them into FoundItems afterwards. It drops those shares again when it
+// is done with the result, and a count raised on a pool thread would have to
+// move to that thread's core and back for each hit.
+struct FoundItemReferences {
+    struct Hit {
+        const PathEntryPointer* entry;  // a candidate, which outlives the query
+        const PathItemPointer* item;    // in the entry's own list, or in `owned`
+    };
+    std::vector<Hit> hits;
+    // The items of entries that give them only as shares. Moving the outer
+    // vector keeps the inner ones' buffers, so the hits stay valid.
+    std::vector<PathItemVector> owned;
+};
+
+void Reserve(std::vector<FoundItem>& partial, std::size_t count) { partial.reserve(count); }
+void Reserve(FoundItemReferences& partial, std::size_t count) { partial.hits.reserve(count); }
+
+std::size_t SizeOf(const PathEntryVector& partial) { return partial.size(); }
+std::size_t SizeOf(const FoundItemReferences& partial) { return partial.hits.size(); }
+
+void Append(PathEntryVector& result, PathEntryVector&& partial) {
+    result.insert(result.end(), std::make_move_iterator(partial.begin()), std::make_move_iterator(partial.end()));
+}
+void Append(std::vector<FoundItem>& result, FoundItemReferences&& partial) {
+    for (const FoundItemReferences::Hit& hit : partial.hits) result.emplace_back(*hit.item, *hit.entry);
+}
+
+void AddFound(std::vector<FoundItem>& result, const PathEntryPointer& entry, const PathItemPointer& item) {
+    result.emplace_back(item, entry);
+}
+void AddFound(FoundItemReferences& partial, const PathEntryPointer& entry, const PathItemPointer& item) {
+    partial.hits.push_back({&entry, &item});
+}
+
+void AddOwned(std::vector<FoundItem>& result, const PathEntryPointer& entry, PathItemVector&& items) {
+    for (PathItemPointer& item : items) result.emplace_back(std::move(item), entry);
+}
+void AddOwned(FoundItemReferences& partial, const PathEntryPointer& entry, PathItemVector&& items) {
+    for (const PathItemPointer& item : partial.owned.emplace_back(std::move(items))) partial.hits.push_back({&entry, &item});
+}
+
+// The entries this library makes itself; any other is asked through IPathEntry.
+const PathEntry* AsPathEntry(const IPathEntry& entry) {
+    return typeid(entry) == typeid(PathEntry) ? static_cast<const PathEntry*>(&entry) : nullptr;
+}
+
+// What a query collects, what its pool threads collect (Partial), and whether
+// it may spread over the pool.
 struct FindFirstStrategy {
     using Result = boost::optional<FoundItem>;
     // A first match is never parallel: the answer is the first candidate that
@@ -224,6 +324,7 @@ struct FindFirstStrategy {
 };
 struct FindAllStrategy {
     using Result = std::vector<FoundItem>;
+    using Partial = FoundItemReferences;
     static constexpr bool mayRunInParallel = true;
     // The candidates of a name are the entries that hold its stem: nearly all
     // of them add an item, so room for one each saves the growth steps.
@@ -231,6 +332,7 @@ struct FindAllStrategy {
 };
 struct GetEntriesParallelizationStrategy {
     using Result = PathEntryVector;
+    using Partial = PathEntryVector;
     static constexpr bool mayRunInParallel = true;
     static constexpr bool nearlyEveryCandidateAdds = false;
 };
@@ -247,7 +349,7 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
     const std::size_t count = candidates.size();
     Result result;
     if (!Strategy::mayRunInParallel || count <= kSerialCandidateLimit) {
-        if constexpr (Strategy::nearlyEveryCandidateAdds) result.reserve(count);
+        if constexpr (Strategy::nearlyEveryCandidateAdds) Reserve(result, count);
         for (std::size_t index = 0; index < count; ++index) {
             const PathEntryPointer& candidate = CandidateAt(candidates, index);
             if (scope.contains(candidate->GetPathEntryType())) callback(candidate, result);
@@ -259,24 +361,29 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
         return result;
     }
     if constexpr (Strategy::mayRunInParallel) {
+        using Partial = typename Strategy::Partial;
         // One partial result for each run of a grain's candidates, not one
         // for each candidate: the pool gets the same chunks, and a query
         // allocates a handful of vectors instead of one for each hit.
         const std::size_t runs = (count + kGrainSize - 1) / kGrainSize;
-        std::vector<Result> resultByRun(runs);
+        std::vector<Partial> partialByRun(runs);
         ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
             const std::size_t end = std::min(count, (run + 1) * kGrainSize);
-            if constexpr (Strategy::nearlyEveryCandidateAdds) resultByRun[run].reserve(end - run * kGrainSize);
+            // Filled here and stored once: the partial results lie side by
+            // side, and growing one in place would take its neighbours'
+            // cache line from the threads that fill them.
+            Partial partial;
+            if constexpr (Strategy::nearlyEveryCandidateAdds) Reserve(partial, end - run * kGrainSize);
             for (std::size_t index = run * kGrainSize; index < end; ++index) {
                 const PathEntryPointer& candidate = CandidateAt(candidates, index);
-                if (scope.contains(candidate->GetPathEntryType())) callback(candidate, resultByRun[run]);
+                if (scope.contains(candidate->GetPathEntryType())) callback(candidate, partial);
             }
+            partialByRun[run] = std::move(partial);
         });
         std::size_t total = 0;
-        for (const Result& partial : resultByRun) total += partial.size();
+        for (const Partial& partial : partialByRun) total += SizeOf(partial);
         result.reserve(total);
-        for (Result& partial : resultByRun)
-            result.insert(result.end(), std::make_move_iterator(partial.begin()), std::make_move_iterator(partial.end()));
+        for (Partial& partial : partialByRun) Append(result, std::move(partial));
     }
     return result;
 }
@@ -294,15 +401,23 @@ public:
     ForEachEntryCallback(const detail::SearchTarget& target, FilenameMatchingPolicy policy, const Predicate& predicate)
         : target_(target), policy_(policy), predicate_(predicate) {}
 
-    void operator()(const PathEntryPointer& entry, typename Strategy::Result& result) const {
-        if constexpr (std::is_same_v<Strategy, FindFirstStrategy>) {
-            PathItemPointer item = entry->FindFirst(target_, policy_);
-            if (item && predicate_(entry)) result.emplace(std::move(item), entry);
-        } else {
-            PathItemVector items = entry->FindAll(target_, policy_);
-            if (items.empty() || !predicate_(entry)) return;
-            for (PathItemPointer& item : items) result.emplace_back(std::move(item), entry);
+    void operator()(const PathEntryPointer& entry, boost::optional<FoundItem>& result) const {
+        PathItemPointer item = entry->FindFirst(target_, policy_);
+        if (item && predicate_(entry)) result.emplace(std::move(item), entry);
+    }
+
+    template <class Sink>
+    void operator()(const PathEntryPointer& entry, Sink& sink) const {
+        if (const PathEntry* own = AsPathEntry(*entry)) {
+            // The items stay in the entry's list, and no vector is made.
+            const PathEntry::FoundItemPointers found = own->FindAllInPlace(target_, policy_);
+            if (found.empty() || !predicate_(entry)) return;
+            for (const PathItemPointer* item : found) AddFound(sink, entry, *item);
+            return;
         }
+        PathItemVector items = entry->FindAll(target_, policy_);
+        if (items.empty() || !predicate_(entry)) return;
+        AddOwned(sink, entry, std::move(items));
     }
 
 private:

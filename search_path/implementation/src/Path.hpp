@@ -69,14 +69,24 @@ public:
         static std::size_t hash(ustring_view text);
         static bool equal(ustring_view a, ustring_view b) { return a == b; }
     };
+    // A stem with its hash, worked out by the build while the stem's item is
+    // at hand: inserting it then reads no item but those it meets in its
+    // bucket. It becomes the map's key, the bare pointer.
+    struct HashedStem {
+        const ustring* stem;
+        std::size_t hash;
+        operator const ustring*() const { return stem; }
+    };
     // Keys are pointers to the normalized stems inside the items; they hash
     // and compare as the strings they point to, never by address.
     struct IndirectUstringHashCompare {
         using is_transparent = void;
         static std::size_t hash(const ustring* text) { return UstringHashCompare::hash(*text); }
         static std::size_t hash(ustring_view text) { return UstringHashCompare::hash(text); }
+        static std::size_t hash(const HashedStem& key) { return key.hash; }
         static bool equal(const ustring* a, const ustring* b) { return *a == *b; }
         static bool equal(ustring_view a, const ustring* b) { return a == *b; }
+        static bool equal(const HashedStem& a, const ustring* b) { return *a.stem == *b; }
     };
 
     using PathEntryInfoCache =

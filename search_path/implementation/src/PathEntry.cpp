@@ -93,15 +93,24 @@ PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, Filenam
     return nullptr;
 }
 
-PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
+PathEntry::FoundItemPointers PathEntry::FindAllInPlace(const detail::SearchTarget& target,
+                                                        FilenameMatchingPolicy policy) const {
     const FilenameMatcherFunction& matcher = matchers.ForPolicy(policy);
     const auto kept = MatchingStems(target.name(), matcher);
-    PathItemVector found;
+    FoundItemPointers found;
     if (kept.empty()) return found;
     for (const ustring& extension : target.extensions())
         for (const PathItemPointer* item : kept)
-            if (matcher((*item)->extension, extension)) found.push_back(*item);
+            if (matcher((*item)->extension, extension)) found.push_back(item);
     return found;
+}
+
+PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
+    const FoundItemPointers found = FindAllInPlace(target, policy);
+    PathItemVector items;
+    items.reserve(found.size());
+    for (const PathItemPointer* item : found) items.push_back(*item);
+    return items;
 }
 
 bool PathEntry::ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {

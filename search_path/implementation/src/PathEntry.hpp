@@ -34,6 +34,13 @@ public:
     PathEntryList GetUDDClassEntries() const override { return uddClassEntries; }
     PathItemPointer FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override;
     PathItemVector FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override;
+    // What FindAll gives, in the same order, as pointers into this entry's
+    // own item list: valid while the entry lives, and no share is taken. A
+    // path's parallel query collects these on the pool and takes the shares
+    // on the caller's thread, which drops them again: counts raised on
+    // another core would move their cache lines back and forth.
+    using FoundItemPointers = boost::container::small_vector<const PathItemPointer*, 4>;
+    FoundItemPointers FindAllInPlace(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const;
     bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override;

@@ -87,6 +87,10 @@ void foldCaseInPlace(ustring& text) {
 }
 
 bool equalFolded(ustring_view a, ustring_view b) {
+    // Simple folding maps each code point to one of the same plane, so a text
+    // keeps its length in code units: texts of two lengths never match, and
+    // an extension is told from a longer one without a look at its letters.
+    if (a.size() != b.size()) return false;
     std::size_t i = 0;
     std::size_t j = 0;
     while (i < a.size() && j < b.size()) {
