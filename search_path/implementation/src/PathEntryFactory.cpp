@@ -211,9 +211,12 @@ PathEntryPointer PathEntryFactory::GetByPlainRoad(const AbsoluteIRI& folder, Fol
         if (!cached->IsOutOfDate()) return cached;
         return BuildEntry(Folder(cached->GetIRI(), storageSystem), state);
     }
-    const CanonicalAbsoluteIRI canonical = Folder(folder, storageSystem).getCanonicalLocation();
+    const Folder named(folder, storageSystem);
+    const CanonicalAbsoluteIRI canonical = named.getCanonicalLocation();
     if (PathEntryPointer cached = LockFrom(cache, canonical); cached && !cached->IsOutOfDate()) return cached;
-    return BuildEntry(Folder(canonical, storageSystem), state);
+    // A name that is canonical already keeps its Folder, which holds the
+    // folder opened by the resolution for the listing.
+    return BuildEntry(canonical.getPath() == folder.getPath() ? named : Folder(canonical, storageSystem), state);
 }
 
 std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> PathEntryFactory::MakeObserver(
