@@ -195,8 +195,9 @@ const Folder::Listing& Folder::listing() const {
 
     // The folder is read with getdents64 itself: opendir would stat it a
     // second time, and a bare descriptor is all the reading needs. The one
-    // left by resolving the name is used first: a failed reading below
-    // would open the folder anew on the next call.
+    // left by resolving the name is used first (reading a folder removed
+    // since fails with ENOENT, as opening its name would). A failed reading
+    // below opens the folder anew on the next call.
     int opened = state_->openFolder.exchange(-1);
     if (opened < 0) opened = ::open(nativePath(iri_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const FdCloser dir{opened};
