@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <thread>
 
 namespace {
@@ -102,6 +103,34 @@ TEST_F(StorageFolder, CanonicalNamesAreTakenWithoutAskingTheDisk) {
         }
     }
     EXPECT_EQ(canonical("never/was").getCanonicalLocation(), tree.iri("never/was"));
+}
+
+// Resolving a name opens the folder, and its first listing reads through
+// that descriptor: nothing may stay open once the Folders are gone, listed
+// or not, and a folder removed in between fails to list as it would have.
+TEST_F(StorageFolder, AResolvedFolderListsWhatIsThereAndLeaksNoDescriptor) {
+    const auto openDescriptors = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator{});
+    };
+    tree.file("top/a.tf");
+    tree.folder("top/sub");
+    tree.folder("gone");
+    const auto before = openDescriptors();
+    for (int round = 0; round < 20; ++round) {
+        const Folder resolvedOnly = folder("top");
+        EXPECT_EQ(resolvedOnly.getCanonicalLocation(), tree.iri("top"));
+        const Folder resolvedThenListed = folder("top/../top");
+        EXPECT_EQ(resolvedThenListed.getCanonicalLocation(), tree.iri("top"));
+        EXPECT_THAT(names(resolvedThenListed.listFiles(u"")), ElementsAre(u"a.tf"));
+        EXPECT_THAT(names(resolvedThenListed.listFolders(u"")), ElementsAre(u"sub"));
+    }
+    EXPECT_EQ(openDescriptors(), before);
+
+    const Folder gone = folder("gone");
+    EXPECT_EQ(gone.getCanonicalLocation(), tree.iri("gone"));
+    tree.remove("gone");
+    EXPECT_EQ(errorCodeOf([&] { gone.listFiles(u""); }), 4);
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 TEST_F(StorageFolder, FailuresCarryTheCodeCallersTellApart) {

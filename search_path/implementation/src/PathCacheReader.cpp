@@ -1,6 +1,5 @@
 #include "PathCacheReader.hpp"
 
-#include <limits>
 #include <string>
 
 namespace Thornfell::PathManagement {
@@ -17,32 +16,35 @@ bool IsWhiteSpace(Traits::int_type c) {
 
 [[noreturn]] void Reject() { throw ToolboxCacheWrongFormatException(); }
 
-// A name is read into a buffer of this capacity, so that a path of ordinary
-// length costs a single allocation.
-constexpr std::size_t kNameCapacity = 1295;
-
 } // namespace
 
 PathCacheReader::PathCacheReader(std::istream& in, fl::i18n::codecvt_string_to_ustring& textConverter)
-    : stream(&in), converter(&textConverter) {}
+    : stream(&in), buffer(in.rdbuf()), converter(&textConverter) {}
+
+Traits::int_type PathCacheReader::Peek() {
+    const Traits::int_type c = buffer->sgetc();
+    // The stream says where the input ended, as reading through it would.
+    if (Traits::eq_int_type(c, Traits::eof())) stream->setstate(std::ios::eofbit);
+    return c;
+}
 
 void PathCacheReader::SkipWhiteSpace() {
-    while (IsWhiteSpace(stream->peek())) stream->get();
+    while (IsWhiteSpace(Peek())) buffer->sbumpc();
 }
 
 void PathCacheReader::Expect(const char* text) {
     // Each byte is looked at before it is taken, so that a fault leaves the
     // stream at the offending byte.
     for (; *text; ++text) {
-        if (stream->peek() != Traits::to_int_type(*text)) Reject();
-        stream->get();
+        if (Peek() != Traits::to_int_type(*text)) Reject();
+        buffer->sbumpc();
     }
 }
 
 int PathCacheReader::NextElement() {
     SkipWhiteSpace();
     Expect("<");
-    const Traits::int_type letter = stream->peek();
+    const Traits::int_type letter = Peek();
     if (letter == Traits::eof()) Reject();
     return letter;
 }
@@ -50,12 +52,20 @@ int PathCacheReader::NextElement() {
 ustring PathCacheReader::ReadName() {
     SkipWhiteSpace();
     Expect("name=\"");
-    std::string bytes;
-    bytes.reserve(kNameCapacity);
-    std::getline(*stream, bytes, '"');
-    // The end of the input before the closing quotation mark.
-    if (!stream->good()) Reject();
-    return (*converter)(bytes);
+    // One buffer for every name of the file: most names fit in what the
+    // names before them left.
+    nameBytes.clear();
+    for (;;) {
+        const Traits::int_type c = buffer->sbumpc();
+        // The end of the input before the closing quotation mark.
+        if (Traits::eq_int_type(c, Traits::eof())) {
+            stream->setstate(std::ios::eofbit);
+            Reject();
+        }
+        if (c == '"') break;
+        nameBytes.push_back(Traits::to_char_type(c));
+    }
+    return (*converter)(nameBytes);
 }
 
 PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
@@ -66,17 +76,17 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     for (;;) {
         switch (const int letter = NextElement()) {
         case '/':
-            stream->get();
+            buffer->sbumpc();
             Expect("D>");
             return folder;
         case 'D':
-            stream->get();
+            buffer->sbumpc();
             folder.subfolders.push_back(ReadFolder(depth + 1));
             break;
         case 'C':
         case 'N':
         case 'U':
-            stream->get();
+            buffer->sbumpc();
             folder.files.push_back({ReadName(), static_cast<char>(letter)});
             Expect("/>");
             break;
@@ -86,19 +96,25 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
 }
 
 void PathCacheReader::ReadFolders(const std::function<void(std::shared_ptr<FolderContents>)>& onFolder) {
+    // A stream that already failed, or has no buffer, has nothing to read.
+    if (!stream->good() || !buffer) Reject();
     SkipWhiteSpace();
     Expect("<Thornfell type=\"Path Cache File\" version=\"2.0\" date=");
     // The date is for people; nothing reads it.
-    stream->ignore(std::numeric_limits<std::streamsize>::max(), '>');
-    if (!stream->good()) Reject();
+    for (Traits::int_type c = buffer->sbumpc(); c != '>'; c = buffer->sbumpc()) {
+        if (Traits::eq_int_type(c, Traits::eof())) {
+            stream->setstate(std::ios::eofbit);
+            Reject();
+        }
+    }
     for (;;) {
         switch (NextElement()) {
         case '/':
-            stream->get();
+            buffer->sbumpc();
             Expect("Thornfell>");
             return;  // what follows the end line isn't read
         case 'D':
-            stream->get();
+            buffer->sbumpc();
             onFolder(std::make_shared<FolderContents>(ReadFolder(1)));
             break;
         default: Reject();

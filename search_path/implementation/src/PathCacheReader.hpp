@@ -19,6 +19,8 @@
 #include <functional>
 #include <istream>
 #include <memory>
+#include <streambuf>
+#include <string>
 #include <vector>
 
 namespace Thornfell::PathManagement {
@@ -53,6 +55,9 @@ public:
     void ReadFolders(const std::function<void(std::shared_ptr<FolderContents>)>& onFolder);
 
 private:
+    // The reader takes bytes from the stream's buffer itself: a stream call
+    // for each byte would cost more than all the rest of the reading.
+    std::istream::int_type Peek();
     void SkipWhiteSpace();
     void Expect(const char* text);
     // The letter of the element after a "<" (white space before it skipped).
@@ -62,7 +67,9 @@ private:
     FolderContents ReadFolder(std::size_t depth);
 
     std::istream* stream;
+    std::streambuf* buffer;
     fl::i18n::codecvt_string_to_ustring* converter;
+    std::string nameBytes;  // the bytes of the name being read
 };
 
 } // namespace Thornfell::PathManagement

@@ -61,9 +61,9 @@ private:
 // extension, so that it can still be asked for; one whose only dot leads it
 // (".profile") has an empty stem. A listing and the toolbox cache both make
 // their items here, so that a name gives the same item whichever road it
-// came by.
-PathItem& EmplaceItem(PathItemBlock& block, const ustring& rawName, const CanonicalAbsoluteIRI& folder) {
-    ustring name = rawName.empty() ? rawName : fl::filesystem::detail::make_native_form(rawName, 1);
+// came by. The name is taken by value: its buffer becomes the stem's.
+PathItem& EmplaceItem(PathItemBlock& block, ustring name, const CanonicalAbsoluteIRI& folder) {
+    if (!name.empty()) name = fl::filesystem::detail::make_native_form(std::move(name), 1);
     const ustring afterDot = fl::filesystem::extract_extension(name);
     ustring extension;
     if (!afterDot.empty()) {
@@ -211,9 +211,12 @@ PathEntryPointer PathEntryFactory::GetByPlainRoad(const AbsoluteIRI& folder, Fol
         if (!cached->IsOutOfDate()) return cached;
         return BuildEntry(Folder(cached->GetIRI(), storageSystem), state);
     }
-    const CanonicalAbsoluteIRI canonical = Folder(folder, storageSystem).getCanonicalLocation();
+    const Folder named(folder, storageSystem);
+    const CanonicalAbsoluteIRI canonical = named.getCanonicalLocation();
     if (PathEntryPointer cached = LockFrom(cache, canonical); cached && !cached->IsOutOfDate()) return cached;
-    return BuildEntry(Folder(canonical, storageSystem), state);
+    // A name that is canonical already keeps its Folder, which holds the
+    // folder opened by the resolution for the listing.
+    return BuildEntry(canonical.getPath() == folder.getPath() ? named : Folder(canonical, storageSystem), state);
 }
 
 std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> PathEntryFactory::MakeObserver(
@@ -319,9 +322,10 @@ struct PathEntryFactory::CacheFrame {
 namespace {
 
 // A file of the cache: the item of its name, with the kind the file gives.
-PathItemPointer MakeCachedItem(const PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
+// The name is the reader's no more: it moves into the item.
+PathItemPointer MakeCachedItem(PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
                                const std::shared_ptr<PathItemBlock>& block) {
-    PathItem& item = EmplaceItem(*block, file.name, folder);
+    PathItem& item = EmplaceItem(*block, std::move(file.name), folder);
     item.contentKind.store(file.kind == 'C' ? KindC : file.kind == 'N' ? KindN : KindU, std::memory_order_relaxed);
     return PathItemPointer(block, &item);
 }
@@ -380,7 +384,7 @@ bool IsFormatFault(const std::exception_ptr& failure) {
 
 } // namespace
 
-PathEntryPointer PathEntryFactory::BuildCachedEntry(const PathCacheReader::FolderContents& contents,
+PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderContents& contents,
                                                     std::vector<CacheFrame>& frames, const CanonicalAbsoluteIRI& root,
                                                     const foundation::storage::vfs::PathComparator& comparator) const {
     CanonicalAbsoluteIRI iri(root, contents.name);
@@ -389,7 +393,7 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(const PathCacheReader::Folde
     PathEntryType type = GetPathEntryTypeFromBaseName(iri.getName());
     if (type == Method && !frames.empty() && frames.back().entryType == Method) type = UDDClass;
     frames.push_back(CacheFrame{iri, {}, {}, type});
-    for (const auto& subfolder : contents.subfolders) {
+    for (auto& subfolder : contents.subfolders) {
         PathEntryPointer child = BuildCachedEntry(subfolder, frames, root, comparator);
         frames.pop_back();
         if (child->GetPathEntryType() == Main) throw ToolboxCacheWrongFormatException();
@@ -399,7 +403,7 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(const PathCacheReader::Folde
     frame.items.reserve(contents.files.size());
     // One allocation for the folder's items, as a listing makes them.
     const auto block = std::make_shared<PathItemBlock>(contents.files.size());
-    for (const auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
+    for (auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
     // Nothing is listed: the folder and its frozen observer don't read the disk.
     auto observer = observerFactory.CreateFrozenObserver(Folder(iri, storageSystem));
     auto entry = std::make_shared<const PathEntry>(
@@ -410,7 +414,7 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(const PathCacheReader::Folde
     return entry;
 }
 
-void PathEntryFactory::LoadCachedFolder(const PathCacheReader::FolderContents& contents,
+void PathEntryFactory::LoadCachedFolder(PathCacheReader::FolderContents& contents,
                                         const CanonicalAbsoluteIRI& root,
                                         const foundation::storage::vfs::PathComparator& comparator) const {
     std::vector<CacheFrame> frames;

@@ -74,11 +74,12 @@ private:
 
     // The toolbox cache: one open folder element of a load.
     struct CacheFrame;
-    // The load's task for one top-level folder of the file.
-    void LoadCachedFolder(const PathCacheReader::FolderContents& contents,
+    // The load's task for one top-level folder of the file; the names of
+    // its files move out of `contents` into the items.
+    void LoadCachedFolder(PathCacheReader::FolderContents& contents,
                           const foundation::storage::vfs::CanonicalAbsoluteIRI& root,
                           const foundation::storage::vfs::PathComparator& comparator) const;
-    PathEntryPointer BuildCachedEntry(const PathCacheReader::FolderContents& contents, std::vector<CacheFrame>& frames,
+    PathEntryPointer BuildCachedEntry(PathCacheReader::FolderContents& contents, std::vector<CacheFrame>& frames,
                                       const foundation::storage::vfs::CanonicalAbsoluteIRI& root,
                                       const foundation::storage::vfs::PathComparator& comparator) const;
     // Keeps a main entry alive in toolboxEntries; the caller holds

@@ -60,17 +60,16 @@ ustring concatenate_pathname(const ustring& head, const ustring& tail) {
 
 namespace detail {
 
-ustring make_native_form(const ustring& name, int mode) {
+ustring make_native_form(ustring name, int mode) {
     switch (mode) {
     case 1:
         // A name read from the storage system is already in native form.
         return name;
     case 0: {
-        ustring native = name;
-        std::replace(native.begin(), native.end(), u'\\', GENERIC_PATHNAME_SEPARATOR);
+        std::replace(name.begin(), name.end(), u'\\', GENERIC_PATHNAME_SEPARATOR);
         // The root keeps its only separator.
-        while (native.size() > 1 && native.back() == GENERIC_PATHNAME_SEPARATOR) native.pop_back();
-        return native;
+        while (name.size() > 1 && name.back() == GENERIC_PATHNAME_SEPARATOR) name.pop_back();
+        return name;
     }
     default:
         throw std::invalid_argument("make_native_form: unknown mode " + std::to_string(mode));

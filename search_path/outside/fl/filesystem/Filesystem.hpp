@@ -20,8 +20,9 @@ ustring concatenate_pathname(const ustring& head, const ustring& tail);
 namespace detail {
 // The native form of a name or path. Mode 1 is the form of a single name
 // read from the storage system, which on this platform is the name itself;
-// mode 0 also turns "\\" into "/" and removes a trailing separator.
-ustring make_native_form(const ustring& name, int mode);
+// mode 0 also turns "\\" into "/" and removes a trailing separator. Taken
+// by value, so that a caller done with the name hands over its buffer.
+ustring make_native_form(ustring name, int mode);
 // Whether a path is absolute once "~" at its start is expanded.
 bool is_absolute_path_when_expanded(const ustring& path);
 } // namespace detail

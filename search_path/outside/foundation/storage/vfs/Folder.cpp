@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <string_view>
+#include <utility>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -30,6 +31,16 @@ struct Folder::Listing {
 // Shared by all copies of a Folder.
 struct Folder::State {
     explicit State(std::optional<CanonicalAbsoluteIRI> known) : canonical(std::move(known)) {}
+    ~State() {
+        if (const int fd = openFolder.load(std::memory_order_relaxed); fd >= 0) ::close(fd);
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    // The folder as resolving its name opened it, kept for the first
+    // reading, which then needn't look the name up again; -1 when there is
+    // none. Whoever takes it closes it.
+    std::atomic<int> openFolder{-1};
 
     std::mutex canonicalMutex;
     std::optional<CanonicalAbsoluteIRI> canonical;  // guarded by canonicalMutex
@@ -105,18 +116,27 @@ EntryKind classify(int dirFd, const dirent64& entry) {
 // each component. Empty where that doesn't tell (no /proc, or a folder no
 // longer reachable by name, or no folder there at all): the caller then asks
 // realpath, which tells the failures apart.
-std::string resolvedByKernel(const std::string& path) {
-    const int fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+//
+// The folder is opened for reading where it may be, and that descriptor is
+// handed to `readable` for the listing that usually follows; else (-1 there)
+// it is opened as a bare path, which needs no permission to read.
+std::string resolvedByKernel(const std::string& path, int& readable) {
+    readable = -1;
+    int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    else readable = fd;
     if (fd < 0) return {};
+    const FdCloser closer{readable < 0 ? fd : -1};
     char link[32];
     std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
     char resolved[PATH_MAX];
     const ssize_t length = ::readlink(link, resolved, sizeof resolved);
-    ::close(fd);
-    if (length <= 0 || static_cast<std::size_t>(length) >= sizeof resolved || resolved[0] != '/') return {};
-    const std::string_view name(resolved, static_cast<std::size_t>(length));
-    if (name.ends_with(" (deleted)")) return {};
-    return std::string(name);
+    if (length <= 0 || static_cast<std::size_t>(length) >= sizeof resolved || resolved[0] != '/' ||
+        std::string_view(resolved, static_cast<std::size_t>(length)).ends_with(" (deleted)")) {
+        if (readable >= 0) ::close(std::exchange(readable, -1));
+        return {};
+    }
+    return std::string(resolved, static_cast<std::size_t>(length));
 }
 
 bool isDotOrDotDot(const char* name) {
@@ -135,7 +155,14 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
     if (std::optional<CanonicalAbsoluteIRI> known = state_->knownCanonical()) return *std::move(known);
 
     const std::string path = nativePath(iri_);
-    std::string resolved = resolvedByKernel(path);
+    int readable = -1;
+    std::string resolved = resolvedByKernel(path, readable);
+    if (readable >= 0) {
+        // Only a listing not yet read wants it; a descriptor already kept
+        // (another copy resolved at the same time) goes.
+        if (state_->published.load(std::memory_order_acquire)) ::close(readable);
+        else if (const int previous = state_->openFolder.exchange(readable); previous >= 0) ::close(previous);
+    }
     if (resolved.empty()) {
         const std::unique_ptr<char, FreeDeleter> walked(::realpath(path.c_str(), nullptr));
         if (!walked) throw Exception::fromErrno(errno, iri_.getPath(), "realpath");
@@ -166,10 +193,14 @@ const Folder::Listing& Folder::listing() const {
     std::lock_guard lock(state_->listingMutex);
     if (state_->listing) return *state_->listing;
 
-    const std::string path = nativePath(iri_);
     // The folder is read with getdents64 itself: opendir would stat it a
-    // second time, and a bare descriptor is all the reading needs.
-    const FdCloser dir{::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    // second time, and a bare descriptor is all the reading needs. The one
+    // left by resolving the name is used first (reading a folder removed
+    // since fails with ENOENT, as opening its name would). A failed reading
+    // below opens the folder anew on the next call.
+    int opened = state_->openFolder.exchange(-1);
+    if (opened < 0) opened = ::open(nativePath(iri_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const FdCloser dir{opened};
     if (dir.fd < 0) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
     const int dirFd = dir.fd;
 

@@ -4,7 +4,10 @@
 //
 // A Folder made from a CanonicalAbsoluteIRI knows its canonical location and
 // never asks the disk for it again; one made from a plain AbsoluteIRI resolves
-// it (symbolic links and "..") on the first getCanonicalLocation().
+// it (symbolic links and "..") on the first getCanonicalLocation(). That
+// opens the folder, and the Folder keeps it open for its first listing (so
+// the name is looked up once for both), until that listing or its last copy
+// goes.
 //
 // listFiles() and listFolders() share one reading of the folder: the first of
 // them reads the directory once (taking entry types from the directory itself
