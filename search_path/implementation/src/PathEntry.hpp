@@ -23,6 +23,16 @@ public:
     // Publishes PathEntryWillBeDestroyedEvent, then releases the fields.
     ~PathEntry() override;
 
+    // Entries are made here rather than with make_shared, so that their
+    // reference counts lie apart from the fields that queries read: every hit
+    // of a query changes its entry's count on the caller's thread, and a field
+    // on the same cache line, read by a pool thread, would pull that line
+    // from core to core at each query.
+    template <class... Args>
+    static std::shared_ptr<const PathEntry> Create(Args&&... args) {
+        return std::shared_ptr<const PathEntry>(new PathEntry(std::forward<Args>(args)...));
+    }
+
     PathEntryType GetPathEntryType() const override { return entryType; }
     std::shared_ptr<const PathItemVector> GetPathItems() const override { return pathItems; }
     foundation::storage::vfs::CanonicalAbsoluteIRI GetIRI() const override { return iri; }

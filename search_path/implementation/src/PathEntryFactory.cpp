@@ -268,7 +268,7 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
     PathEntryChildren children = ListChildren(folder, canonical, type, state);
     auto observer = MakeObserver(folder, state);
 
-    auto entry = std::make_shared<const PathEntry>(
+    auto entry = PathEntry::Create(
         canonical, canonical.toString(), type, std::move(children.packages), std::move(children.methods),
         std::move(children.uddClasses), std::move(children.privateEntry), std::move(children.resourcesEntry),
         std::move(items), folder.getPathComparator(), std::move(observer), eventManager);
@@ -295,7 +295,7 @@ PathEntryPointer PathEntryFactory::GetFrozenEntryFor(const PathEntryPointer& ent
     for (const auto& child : *entry->GetPackageEntries()) children.packages.push_back(GetFrozenEntryFor(child));
     // The items themselves are shared with the given entry; nothing is listed.
     PathItemVector items = *entry->GetPathItems();
-    return std::make_shared<const PathEntry>(
+    return PathEntry::Create(
         iri, iri.toString(), entry->GetPathEntryType(), std::move(children.packages), std::move(children.methods),
         std::move(children.uddClasses), std::move(children.privateEntry), std::move(children.resourcesEntry),
         std::move(items), entry->GetPathComparator(), std::move(observer), eventManager);
@@ -406,7 +406,7 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderConte
     for (auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
     // Nothing is listed: the folder and its frozen observer don't read the disk.
     auto observer = observerFactory.CreateFrozenObserver(Folder(iri, storageSystem));
-    auto entry = std::make_shared<const PathEntry>(
+    auto entry = PathEntry::Create(
         iri, iri.toString(), type, std::move(frame.children.packages), std::move(frame.children.methods),
         std::move(frame.children.uddClasses), std::move(frame.children.privateEntry),
         std::move(frame.children.resourcesEntry), std::move(frame.items), comparator, std::move(observer), eventManager);
