@@ -42,9 +42,12 @@ PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustri
                      PathComparator comparator,
                      std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> observer,
                      boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> events)
-    : iri(std::move(iriIn)),
+    : entryType(type),
+      observesChildFoldersToo(observer && observer->observesChildFoldersToo()),
+      hasChildEntries(!packages.empty() || !methods.empty() || !uddClasses.empty() || privateChild || resourcesChild),
+      folderObserver(std::move(observer)),
+      iri(std::move(iriIn)),
       descriptor(std::move(descriptorIn)),
-      entryType(type),
       packageEntries(Share(std::move(packages))),
       methodEntries(Share(std::move(methods))),
       uddClassEntries(Share(std::move(uddClasses))),
@@ -53,8 +56,6 @@ PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustri
       pathItems(Sorted(std::move(items))),
       pathComparator(std::move(comparator)),
       matchers(pathComparator),
-      folderObserver(std::move(observer)),
-      observesChildFoldersToo(folderObserver && folderObserver->observesChildFoldersToo()),
       eventManager(std::move(events)) {}
 
 PathEntry::~PathEntry() {
@@ -133,7 +134,7 @@ FilenameMatcher PathEntry::CreateFilenameMatcher(FilenameMatchingPolicy policy) 
 
 bool PathEntry::IsOutOfDate() const {
     if (folderObserver && folderObserver->hasChanged()) return true;
-    if (observesChildFoldersToo) return false;
+    if (observesChildFoldersToo || !hasChildEntries) return false;
     for (const auto* children : {&packageEntries, &methodEntries, &uddClassEntries})
         for (const PathEntryPointer& child : **children)
             if (child->IsOutOfDate()) return true;

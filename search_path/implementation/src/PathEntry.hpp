@@ -64,9 +64,15 @@ private:
     boost::container::small_vector<const PathItemPointer*, 4> MatchingStems(const ustring& name,
                                                                             const FilenameMatcherFunction& matcher) const;
 
+    // What a query's type test and a refresh's look at the observer read
+    // comes first, on the cache line of the object's start: a refresh visits
+    // every entry of the path, and most have nothing below them.
+    const PathEntryType entryType;
+    const bool observesChildFoldersToo;
+    const bool hasChildEntries;
+    const std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver;
     const foundation::storage::vfs::CanonicalAbsoluteIRI iri;
     const ustring descriptor;
-    const PathEntryType entryType;
     const PathEntryList packageEntries;
     const PathEntryList methodEntries;
     const PathEntryList uddClassEntries;
@@ -75,8 +81,6 @@ private:
     const std::shared_ptr<const PathItemVector> pathItems;
     const foundation::storage::vfs::PathComparator pathComparator;
     const PolicyFilenameMatchers matchers;
-    const std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver;
-    const bool observesChildFoldersToo;
     const boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager;
 };
 
