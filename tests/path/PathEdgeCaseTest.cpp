@@ -3,6 +3,7 @@
 #include "PathTestHelpers.hpp"
 
 #include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
+#include "tfsearch_path/PathEntryDecorator.hpp"
 
 #include <gmock/gmock.h>
 
@@ -104,44 +105,17 @@ TEST_F(PathEdgeCaseTest, TheStorageSystemRuleResolvesFoldersThroughLinks) {
 }
 
 // An entry made elsewhere, which answers only through the interface: the path
-// must take its items as it gives them, in candidate order among its own.
-class ForwardingEntry final : public IPathEntry, public std::enable_shared_from_this<ForwardingEntry> {
+// must take its items as it gives them, in candidate order among its own. It
+// stands on the path under its own face, as the decorators of the manager do.
+class ForwardingEntry final : public PathEntryDecorator, public std::enable_shared_from_this<ForwardingEntry> {
 public:
-    explicit ForwardingEntry(PathEntryPointer inner) : inner_(std::move(inner)) {}
-    PathEntryType GetPathEntryType() const override { return inner_->GetPathEntryType(); }
-    std::shared_ptr<const PathItemVector> GetPathItems() const override { return inner_->GetPathItems(); }
-    foundation::storage::vfs::CanonicalAbsoluteIRI GetIRI() const override { return inner_->GetIRI(); }
-    ustring GetDescriptor() const override { return inner_->GetDescriptor(); }
-    PathEntryPointer GetPrivateEntry() const override { return nullptr; }
-    PathEntryPointer GetResourcesEntry() const override { return nullptr; }
-    PathEntryList GetPackageEntries() const override { return std::make_shared<const PathEntryVector>(); }
-    PathEntryList GetMethodEntries() const override { return std::make_shared<const PathEntryVector>(); }
-    PathEntryList GetUDDClassEntries() const override { return std::make_shared<const PathEntryVector>(); }
-    PathItemPointer FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override {
-        return inner_->FindFirst(target, policy);
-    }
-    PathItemVector FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override {
-        return inner_->FindAll(target, policy);
-    }
+    using PathEntryDecorator::PathEntryDecorator;
     bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
         return scope.contains(GetPathEntryType()) && visitor(shared_from_this());
     }
     bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
         return ForEachEntry(scope, visitor);
     }
-    FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override {
-        return inner_->CreateFilenameMatcher(policy);
-    }
-    bool IsOutOfDate() const override { return false; }
-    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory&, const IFolderMonitor&) const override {
-        return shared_from_this();
-    }
-    const foundation::storage::vfs::PathComparator& GetPathComparator() const override {
-        return inner_->GetPathComparator();
-    }
-
-private:
-    PathEntryPointer inner_;
 };
 
 TEST_F(PathEdgeCaseTest, EntriesMadeElsewhereAnswerInPathOrderAmongOurOwn) {
