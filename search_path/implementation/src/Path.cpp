@@ -43,6 +43,9 @@ constexpr std::size_t kStemBucketsPerEntry = 10;
 // keep both cores busy to the end, few enough that each run's buckets stay
 // together in the cache.
 constexpr std::size_t kStemRuns = 256;
+// How many insertions ahead the stem map's fill asks for a stem: about as
+// many as run while one miss to memory is outstanding.
+constexpr std::size_t kStemPrefetchDistance = 8;
 
 constexpr PathEntryType kMainOnly[] = {Main};
 constexpr PathEntryType kMethodOnly[] = {Method};
@@ -201,7 +204,15 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
             for (const StemOfEntry& stem : stems) dealt[next[runOf(stem)]++] = stem;
     }
     ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
-        for (std::size_t index = runStart[run]; index != runStart[run + 1]; ++index) {
+        const std::size_t end = runStart[run + 1];
+        for (std::size_t index = runStart[run]; index != end; ++index) {
+            // The stems of a run lie in the items of many folders, so each
+            // insertion would first wait for its own stem: ask for the stems
+            // a few insertions ahead, and for their text once the string
+            // itself has arrived.
+            if (index + kStemPrefetchDistance < end) __builtin_prefetch(dealt[index + kStemPrefetchDistance].stem.stem);
+            if (index + kStemPrefetchDistance / 2 < end)
+                __builtin_prefetch(dealt[index + kStemPrefetchDistance / 2].stem.stem->data());
             PathItemStemToPathEntryMap::accessor accessor;
             map->insert(accessor, dealt[index].stem);
             InsertSlotInPathOrder(accessor->second, dealt[index].slot);
