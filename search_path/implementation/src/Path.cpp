@@ -20,7 +20,9 @@
 #include <functional>
 #include <iterator>
 #include <type_traits>
+#include <span>
 #include <typeinfo>
+#include <utility>
 
 namespace Thornfell::PathManagement {
 
@@ -193,16 +195,36 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
     const std::size_t runs = std::min<std::size_t>(kStemRuns, bucketMask + 1);
     const int runShift = std::countr_zero(bucketMask + 1) - std::countr_zero(runs);
     const auto runOf = [&](const StemOfEntry& stem) { return (stem.stem.hash & bucketMask) >> runShift; };
+    // The dealing runs on the pool too, in groups of neighbouring entries:
+    // each group counts its stems by run, and then writes them to the places
+    // that the counts of the groups before it leave free. So a run holds its
+    // stems in entry order, as a serial dealing would put them.
+    const std::size_t groups = (allEntries.size() + kGrainSize - 1) / kGrainSize;
+    const auto entriesOf = [&](std::size_t group) {
+        return std::span(stemsByEntry).subspan(group * kGrainSize,
+                                               std::min(kGrainSize, allEntries.size() - group * kGrainSize));
+    };
+    // countByGroup[group * runs + run], then the place of the group's first
+    // stem of that run.
+    std::vector<std::size_t> countByGroup(groups * runs, 0);
+    ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, groups, 1), [&](std::size_t group) {
+        std::size_t* counts = &countByGroup[group * runs];
+        for (const std::vector<StemOfEntry>& stems : entriesOf(group))
+            for (const StemOfEntry& stem : stems) ++counts[runOf(stem)];
+    });
     std::vector<std::size_t> runStart(runs + 1, 0);
-    for (const std::vector<StemOfEntry>& stems : stemsByEntry)
-        for (const StemOfEntry& stem : stems) ++runStart[runOf(stem) + 1];
-    for (std::size_t run = 0; run < runs; ++run) runStart[run + 1] += runStart[run];
-    std::vector<StemOfEntry> dealt(total);
-    {
-        std::vector<std::size_t> next(runStart.begin(), runStart.end() - 1);
-        for (const std::vector<StemOfEntry>& stems : stemsByEntry)
-            for (const StemOfEntry& stem : stems) dealt[next[runOf(stem)]++] = stem;
+    for (std::size_t run = 0, place = 0; run < runs; ++run) {
+        runStart[run] = place;
+        for (std::size_t group = 0; group < groups; ++group)
+            place += std::exchange(countByGroup[group * runs + run], place);
+        runStart[run + 1] = place;
     }
+    std::vector<StemOfEntry> dealt(total);
+    ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, groups, 1), [&](std::size_t group) {
+        std::size_t* next = &countByGroup[group * runs];
+        for (const std::vector<StemOfEntry>& stems : entriesOf(group))
+            for (const StemOfEntry& stem : stems) dealt[next[runOf(stem)]++] = stem;
+    });
     ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
         const std::size_t end = runStart[run + 1];
         for (std::size_t index = runStart[run]; index != end; ++index) {
@@ -410,10 +432,12 @@ template <class Strategy, class Predicate>
 class ForEachEntryCallback {
 public:
     ForEachEntryCallback(const detail::SearchTarget& target, FilenameMatchingPolicy policy, const Predicate& predicate)
-        : target_(target), policy_(policy), predicate_(predicate) {}
+        : target_(target), normalizedName_(target.name()), policy_(policy), predicate_(predicate) {}
 
     void operator()(const PathEntryPointer& entry, boost::optional<FoundItem>& result) const {
-        PathItemPointer item = entry->FindFirst(target_, policy_);
+        const PathEntry* own = AsPathEntry(*entry);
+        PathItemPointer item =
+            own ? own->FindFirst(target_, normalizedName_.view(), policy_) : entry->FindFirst(target_, policy_);
         if (item && predicate_(entry)) result.emplace(std::move(item), entry);
     }
 
@@ -421,7 +445,7 @@ public:
     void operator()(const PathEntryPointer& entry, Sink& sink) const {
         if (const PathEntry* own = AsPathEntry(*entry)) {
             // The items stay in the entry's list, and no vector is made.
-            const PathEntry::FoundItemPointers found = own->FindAllInPlace(target_, policy_);
+            const PathEntry::FoundItemPointers found = own->FindAllInPlace(target_, normalizedName_.view(), policy_);
             if (found.empty() || !predicate_(entry)) return;
             for (const PathItemPointer* item : found) AddFound(sink, entry, *item);
             return;
@@ -433,6 +457,8 @@ public:
 
 private:
     const detail::SearchTarget& target_;
+    // Normalized once for all the candidates.
+    const NormalizedName normalizedName_;
     const FilenameMatchingPolicy policy_;
     const Predicate& predicate_;
 };

@@ -69,23 +69,27 @@ PathEntry::~PathEntry() {
 }
 
 boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
-    const ustring& name, const FilenameMatcherFunction& matcher) const {
-    const NormalizedName key(name);
+    const ustring& name, ustring_view normalizedName, const FilenameMatcherFunction& matcher) const {
     const auto end = pathItems->end();
     // Most names are held once: a lower bound and a step forward find the
     // range with half the comparisons of an equal range.
-    auto it = std::lower_bound(pathItems->begin(), end, key.view(), NormalizedStemLess{});
+    auto it = std::lower_bound(pathItems->begin(), end, normalizedName, NormalizedStemLess{});
     boost::container::small_vector<const PathItemPointer*, 4> kept;
-    for (; it != end && (*it)->normalizedStem == key.view(); ++it)
+    for (; it != end && (*it)->normalizedStem == normalizedName; ++it)
         if (matcher((*it)->stem, name)) kept.push_back(&*it);
     return kept;
 }
 
 PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
+    return FindFirst(target, NormalizedName(target.name()).view(), policy);
+}
+
+PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, ustring_view normalizedName,
+                                     FilenameMatchingPolicy policy) const {
     // Select the matcher first, so that a bad policy is caught even when the
     // folder has nothing by that name.
     const FilenameMatcherFunction& matcher = matchers.ForPolicy(policy);
-    const auto kept = MatchingStems(target.name(), matcher);
+    const auto kept = MatchingStems(target.name(), normalizedName, matcher);
     if (kept.empty()) return nullptr;
     // The order of the extensions outranks the order of the items.
     for (const ustring& extension : target.extensions())
@@ -94,10 +98,10 @@ PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, Filenam
     return nullptr;
 }
 
-PathEntry::FoundItemPointers PathEntry::FindAllInPlace(const detail::SearchTarget& target,
+PathEntry::FoundItemPointers PathEntry::FindAllInPlace(const detail::SearchTarget& target, ustring_view normalizedName,
                                                         FilenameMatchingPolicy policy) const {
     const FilenameMatcherFunction& matcher = matchers.ForPolicy(policy);
-    const auto kept = MatchingStems(target.name(), matcher);
+    const auto kept = MatchingStems(target.name(), normalizedName, matcher);
     FoundItemPointers found;
     if (kept.empty()) return found;
     for (const ustring& extension : target.extensions())
@@ -107,7 +111,7 @@ PathEntry::FoundItemPointers PathEntry::FindAllInPlace(const detail::SearchTarge
 }
 
 PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
-    const FoundItemPointers found = FindAllInPlace(target, policy);
+    const FoundItemPointers found = FindAllInPlace(target, NormalizedName(target.name()).view(), policy);
     PathItemVector items;
     items.reserve(found.size());
     for (const PathItemPointer* item : found) items.push_back(*item);

@@ -50,7 +50,12 @@ public:
     // on the caller's thread, which drops them again: counts raised on
     // another core would move their cache lines back and forth.
     using FoundItemPointers = boost::container::small_vector<const PathItemPointer*, 4>;
-    FoundItemPointers FindAllInPlace(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const;
+    // `normalizedName` is PathItem::Normalize of the target's name: a query
+    // that asks many entries works it out once.
+    FoundItemPointers FindAllInPlace(const detail::SearchTarget& target, ustring_view normalizedName,
+                                     FilenameMatchingPolicy policy) const;
+    PathItemPointer FindFirst(const detail::SearchTarget& target, ustring_view normalizedName,
+                              FilenameMatchingPolicy policy) const;
     bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override;
@@ -62,6 +67,7 @@ private:
     // The items of the equal range of the target's normalized stem whose stem
     // the matcher accepts, in item order.
     boost::container::small_vector<const PathItemPointer*, 4> MatchingStems(const ustring& name,
+                                                                            ustring_view normalizedName,
                                                                             const FilenameMatcherFunction& matcher) const;
 
     // What a query's type test and a refresh's look at the observer read
