@@ -11,7 +11,9 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
@@ -112,6 +114,19 @@ EntryKind classify(int dirFd, const dirent64& entry) {
     }
 }
 
+// The folder at `path` opened for reading, when no component of the path is
+// a symbolic link; -1 otherwise, or where the kernel can't tell (openat2 came
+// with Linux 5.6). Names in generic form hold no "." and no empty component,
+// so a path without ".." that opens this way is already the name the kernel
+// would give the folder, and needn't be asked for it.
+int openWithoutLinks(const std::string& path) {
+    if (path.find("/../") != std::string::npos || path.ends_with("/..")) return -1;
+    open_how how{};
+    how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    return static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how));
+}
+
 // The name under which the kernel opened the folder at `path`: links and
 // ".." resolved in one walk of the path, where realpath walks it once for
 // each component. Empty where that doesn't tell (no /proc, or a folder no
@@ -123,6 +138,10 @@ EntryKind classify(int dirFd, const dirent64& entry) {
 // it is opened as a bare path, which needs no permission to read.
 std::string resolvedByKernel(const std::string& path, int& readable) {
     readable = -1;
+    if (const int fd = openWithoutLinks(path); fd >= 0) {
+        readable = fd;
+        return path;
+    }
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     else readable = fd;
