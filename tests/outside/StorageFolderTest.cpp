@@ -76,11 +76,13 @@ TEST_F(StorageFolder, AFolderIsASnapshotSharedByItsCopies) {
 }
 
 TEST_F(StorageFolder, CanonicalLocationResolvesDotDotAndLinks) {
-    tree.folder("a/b");
+    tree.folder("a/b/inner");
     tree.folder("c");
     tree.symlink("link", "a/b");
     EXPECT_EQ(folder("a/b/../../c").getCanonicalLocation(), tree.iri("c"));
     EXPECT_EQ(folder("link").getCanonicalLocation(), tree.iri("a/b"));
+    EXPECT_EQ(folder("link/inner").getCanonicalLocation(), tree.iri("a/b/inner"));  // a link short of the end
+    EXPECT_EQ(folder("a/b/inner").getCanonicalLocation(), tree.iri("a/b/inner"));
     EXPECT_EQ(folder("link/..").getCanonicalLocation(), tree.iri("a"));  // ".." of where the link leads
     EXPECT_EQ(folder("c").getParent().getCanonicalLocation(), tree.iri(""));
 }

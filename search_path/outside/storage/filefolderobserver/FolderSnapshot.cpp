@@ -101,4 +101,16 @@ bool isOnRemoteFileSystem(const std::string& path) {
     }
 }
 
+bool RemoteMounts::isRemote(const Folder& folder, const std::string& path) {
+    const auto stamp = folder.getListingStamp();
+    if (!stamp || stamp->mountId == 0) return isOnRemoteFileSystem(path);
+    {
+        decltype(known_)::const_accessor found;
+        if (known_.find(found, stamp->mountId)) return found->second;
+    }
+    const bool remote = isOnRemoteFileSystem(path);
+    known_.insert({stamp->mountId, remote});
+    return remote;
+}
+
 } // namespace storage::filefolderobserver::detail

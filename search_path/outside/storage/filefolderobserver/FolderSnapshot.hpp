@@ -3,6 +3,7 @@
 // its time stamps, and whether it lies on a network file system.
 #include "foundation/storage/vfs/Folder.hpp"
 
+#include <oneapi/tbb/concurrent_hash_map.h>
 #include <sys/stat.h>
 
 #include <cstddef>
@@ -55,5 +56,17 @@ struct FolderStamp {
 // Whether the folder lies on a network file system, where inotify sees only
 // the changes made from this machine. False when that can't be told.
 bool isOnRemoteFileSystem(const std::string& path);
+
+// isOnRemoteFileSystem, remembered for each mount that a folder's listing
+// stamp names: a mount's file system stays what it is, so its type is asked
+// once for the mount rather than once for each folder made on it. A folder
+// not listed yet, or whose mount the kernel doesn't name, is asked by path.
+class RemoteMounts {
+public:
+    bool isRemote(const foundation::storage::vfs::Folder& folder, const std::string& path);
+
+private:
+    tbb::concurrent_hash_map<std::uint64_t, bool> known_;
+};
 
 } // namespace storage::filefolderobserver::detail

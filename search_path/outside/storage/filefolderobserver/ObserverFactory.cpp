@@ -75,7 +75,7 @@ bool UnchangedSinceListing(const Folder& folder, const std::string& path) {
 std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     Folder folder, foundation::core::except::Notification& notification) {
     const std::string path = nativePath(folder);
-    if (treatAsRemote_.load(std::memory_order_acquire) || isOnRemoteFileSystem(path))
+    if (treatAsRemote_.load(std::memory_order_acquire) || remoteMounts_.isRemote(folder, path))
         return createRemoteObserver(folder);
 
     // Events still queued are of changes made before now: the listing shows

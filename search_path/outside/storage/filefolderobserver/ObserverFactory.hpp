@@ -24,6 +24,7 @@
 // observers read nothing.
 #include "foundation/msg_svc/eventmgr/EventMgr.hpp"
 #include "storage/filefolderobserver/FolderRecords.hpp"
+#include "storage/filefolderobserver/FolderSnapshot.hpp"
 #include "storage/filefolderobserver/InotifyWatcher.hpp"
 
 #include <atomic>
@@ -64,6 +65,7 @@ private:
     // set.
     std::atomic<bool> warnedSincePolicySet_{false};
     std::atomic<bool> treatAsRemote_{false};
+    RemoteMounts remoteMounts_;
     foundation::msg_svc::eventmgr::ScopedConnection subscription_;
 };
 

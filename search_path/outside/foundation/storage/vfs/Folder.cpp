@@ -11,7 +11,10 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace foundation::storage::vfs {
@@ -111,6 +114,19 @@ EntryKind classify(int dirFd, const dirent64& entry) {
     }
 }
 
+// The folder at `path` opened for reading, when no component of the path is
+// a symbolic link; -1 otherwise, or where the kernel can't tell (openat2 came
+// with Linux 5.6). Names in generic form hold no "." and no empty component,
+// so a path without ".." that opens this way is already the name the kernel
+// would give the folder, and needn't be asked for it.
+int openWithoutLinks(const std::string& path) {
+    if (path.find("/../") != std::string::npos || path.ends_with("/..")) return -1;
+    open_how how{};
+    how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    return static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how));
+}
+
 // The name under which the kernel opened the folder at `path`: links and
 // ".." resolved in one walk of the path, where realpath walks it once for
 // each component. Empty where that doesn't tell (no /proc, or a folder no
@@ -122,6 +138,10 @@ EntryKind classify(int dirFd, const dirent64& entry) {
 // it is opened as a bare path, which needs no permission to read.
 std::string resolvedByKernel(const std::string& path, int& readable) {
     readable = -1;
+    if (const int fd = openWithoutLinks(path); fd >= 0) {
+        readable = fd;
+        return path;
+    }
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     else readable = fd;
@@ -137,6 +157,29 @@ std::string resolvedByKernel(const std::string& path, int& readable) {
         return {};
     }
     return std::string(resolved, static_cast<std::size_t>(length));
+}
+
+// Linux 6.8 and later: stx_mnt_id then holds an identifier that no other
+// mount gets while the system runs (STATX_MNT_ID's may be reused).
+#ifndef STATX_MNT_ID_UNIQUE
+#define STATX_MNT_ID_UNIQUE 0x00004000U
+#endif
+
+// The identity and times of the open folder, and its mount where the kernel
+// tells it: one statx in place of the fstat, so that an observer made later
+// needn't ask the file system for its type again (see Folder::ListingStamp).
+bool takeStamp(int dirFd, Folder::ListingStamp& stamp) {
+    struct statx info {};
+    if (::statx(dirFd, "", AT_EMPTY_PATH | AT_STATX_SYNC_AS_STAT,
+                STATX_TYPE | STATX_INO | STATX_MTIME | STATX_CTIME | STATX_MNT_ID_UNIQUE, &info) != 0)
+        return false;
+    const auto time = [](const struct statx_timestamp& t) { return timespec{t.tv_sec, t.tv_nsec}; };
+    stamp.device = makedev(info.stx_dev_major, info.stx_dev_minor);
+    stamp.inode = info.stx_ino;
+    stamp.modified = time(info.stx_mtime);
+    stamp.changed = time(info.stx_ctime);
+    stamp.mountId = (info.stx_mask & STATX_MNT_ID_UNIQUE) ? info.stx_mnt_id : 0;
+    return true;
 }
 
 bool isDotOrDotDot(const char* name) {
@@ -210,14 +253,7 @@ const Folder::Listing& Folder::listing() const {
     // moves them, which lets an observer made later tell cheaply whether the
     // listing may be stale.
     ListingStamp stamp;
-    struct stat info {};
-    if (::clock_gettime(CLOCK_REALTIME, &stamp.takenAt) == 0 && ::fstat(dirFd, &info) == 0) {
-        stamp.device = info.st_dev;
-        stamp.inode = info.st_ino;
-        stamp.modified = info.st_mtim;
-        stamp.changed = info.st_ctim;
-        listing->stamp = stamp;
-    }
+    if (::clock_gettime(CLOCK_REALTIME, &stamp.takenAt) == 0 && takeStamp(dirFd, stamp)) listing->stamp = stamp;
     alignas(dirent64) char buffer[32 * 1024];
     for (;;) {
         const ssize_t filled = ::getdents64(dirFd, buffer, sizeof buffer);

@@ -28,6 +28,7 @@
 #include <sys/types.h>
 #include <time.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -74,6 +75,9 @@ public:
         timespec modified{};
         timespec changed{};
         timespec takenAt{};
+        // The mount the folder lies on, by an identifier the kernel never
+        // gives to another mount while it runs; 0 where it doesn't tell.
+        std::uint64_t mountId = 0;
     };
     std::optional<ListingStamp> getListingStamp() const;
     std::vector<Folder> listFolders(const ustring& filter) const;
