@@ -69,6 +69,9 @@ ustring PathCacheReader::ReadName() {
 PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     if (depth > kMaxFolderDepth) Reject();
     FolderContents folder;
+    // Folders of one installation hold files in similar numbers: room for
+    // as many as the folder before had spares most of the growth steps.
+    folder.files.reserve(filesInLastFolder);
     folder.name = ReadName();
     Expect(">");
     for (;;) {
@@ -76,6 +79,7 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
         case '/':
             buffer->sbumpc();
             Expect("D>");
+            filesInLastFolder = folder.files.size();
             return folder;
         case 'D':
             buffer->sbumpc();
