@@ -173,12 +173,13 @@ TEST_F(ToolboxCacheTest, ItemsOutOfOrderInTheFileAreSortedAsAListingsWouldBe) {
         for (const auto& item : *entry->GetPathItems()) items += Utf8(item->stem) + "|" + Utf8(item->extension) + " ";
         EXPECT_EQ(items, c.items);
         // A query's binary search finds every file, which needs the order.
-        for (const char* name : {"A.tf", "a.tf", "a.tfc", "B", "b.tf"}) {
-            const ustring full = Utf16(name);
+        for (const char* wanted : {"A.tf", "a.tf", "a.tfc", "B", "b.tf"}) {
+            const ustring full = Utf16(wanted);
             const std::size_t dot = std::min(full.find(u'.'), full.size());
-            const auto found = entry->FindFirst(detail::SearchTarget(full.substr(0, dot), {full.substr(dot)}), CaseRuleOne);
-            ASSERT_TRUE(found) << name;
-            EXPECT_EQ(Utf8(found->FileName()), name);
+            const detail::SearchTarget target(full.substr(0, dot), {full.substr(dot)});
+            const auto found = entry->FindFirst(target, CaseRuleOne);
+            ASSERT_TRUE(found) << wanted;
+            EXPECT_EQ(Utf8(found->FileName()), wanted);
         }
     }
 }
