@@ -132,6 +132,7 @@ TEST(CacheReaderTest, RejectsEverythingElseAtTheFirstFault) {
         {"a lower-case element", start + "<^d name=\"a\"></d>" + kEnd, ""},
         {"no name attribute", start + "<D ^id=\"a\"></D>" + kEnd, ""},
         {"a name without its closing quotation mark", start + "<D name=\"a></D></Thornfell>^", ""},
+        {"the end right after a name's opening quotation mark", start + "<D name=\"a\"><C name=\"^", ""},
         {"white space before >", start + "<D name=\"a\"^ ></D>" + kEnd, ""},
         {"a file line without />", start + "<D name=\"a\"><C name=\"f\"^></D>" + kEnd, ""},
         {"white space in a closing tag", start + "<D name=\"a\"></^ D>" + kEnd, ""},
@@ -156,6 +157,20 @@ TEST(CacheReaderTest, RejectsEverythingElseAtTheFirstFault) {
         EXPECT_TRUE(result.rejected);
         EXPECT_EQ(result.folders, c.foldersBefore);
         EXPECT_EQ(result.stoppedAt, static_cast<std::streamoff>(fault));
+    }
+}
+
+// A caller's stream may throw on failure: a name cut short by the end of the
+// input is still the file's fault, not the stream's.
+TEST(CacheReaderTest, AStreamThatThrowsOnFailureStillGetsTheFormatFault) {
+    for (const std::string& file : {kStart + "<D name=\"", kStart + "<D name=\"a"}) {
+        SCOPED_TRACE(file);
+        std::istringstream in(file);
+        in.exceptions(std::ios::failbit | std::ios::badbit);
+        fl::i18n::codecvt_string_to_ustring converter("UTF-8", true);
+        PathCacheReader reader(in, converter);
+        EXPECT_THROW(reader.ReadFolders([](std::shared_ptr<PathCacheReader::FolderContents>) {}),
+                     ToolboxCacheWrongFormatException);
     }
 }
 

@@ -145,6 +145,45 @@ TEST_F(ToolboxCacheTest, TheFileIsBelievedAndItsContentKindsComeBack) {
     EXPECT_EQ(out.str().substr(out.str().find('\n') + 1), file.substr(start.size()));
 }
 
+TEST_F(ToolboxCacheTest, ItemsOutOfOrderInTheFileAreSortedAsAListingsWouldBe) {
+    // The writer puts a folder's items in order; a hand-edited file may not,
+    // and its entries must answer queries all the same.
+    tree.folder("install/toolbox");
+    auto& factory = FreshFactory();
+    struct Case {
+        const char* what;
+        std::vector<const char*> files;  // in file order
+        std::string items;               // in the entry's order
+    };
+    const Case cases[] = {
+        {"in order", {"A.tf", "a.tf", "a.tfc", "B", "b.tf"}, "A|.tf a|.tf a|.tfc B| b|.tf "},
+        {"the last two swapped", {"A.tf", "a.tf", "a.tfc", "b.tf", "B"}, "A|.tf a|.tf a|.tfc B| b|.tf "},
+        {"the first two swapped", {"a.tf", "A.tf", "a.tfc", "B", "b.tf"}, "A|.tf a|.tf a|.tfc B| b|.tf "},
+        {"reversed", {"b.tf", "B", "a.tfc", "a.tf", "A.tf"}, "A|.tf a|.tf a|.tfc B| b|.tf "},
+    };
+    int folder = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::string name = "m" + std::to_string(folder++);
+        std::string file = start + " <D name=\"" + name + "\">\n";
+        for (const char* item : c.files) file += std::string("  <C name=\"") + item + "\"/>\n";
+        Load(file + " </D>\n</Thornfell>\n");
+        const auto entry = factory.GetPathEntry(tree.iri("install/toolbox/" + name));
+        std::string items;
+        for (const auto& item : *entry->GetPathItems()) items += Utf8(item->stem) + "|" + Utf8(item->extension) + " ";
+        EXPECT_EQ(items, c.items);
+        // A query's binary search finds every file, which needs the order.
+        for (const char* wanted : {"A.tf", "a.tf", "a.tfc", "B", "b.tf"}) {
+            const ustring full = Utf16(wanted);
+            const std::size_t dot = std::min(full.find(u'.'), full.size());
+            const detail::SearchTarget target(full.substr(0, dot), {full.substr(dot)});
+            const auto found = entry->FindFirst(target, CaseRuleOne);
+            ASSERT_TRUE(found) << wanted;
+            EXPECT_EQ(Utf8(found->FileName()), wanted);
+        }
+    }
+}
+
 TEST_F(ToolboxCacheTest, AFaultKeepsWhatWasLoadedBeforeItAndTheFactoryUsable) {
     tree.file("install/toolbox/listed/l.tf");
     auto& factory = FreshFactory();

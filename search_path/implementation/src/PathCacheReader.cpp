@@ -21,18 +21,20 @@ bool IsWhiteSpace(Traits::int_type c) {
 PathCacheReader::PathCacheReader(std::istream& in, fl::i18n::codecvt_string_to_ustring& textConverter)
     : stream(&in), buffer(in.rdbuf()), converter(&textConverter) {}
 
-Traits::int_type PathCacheReader::Peek() {
+// The helpers that look at each byte are inline, so that the scan calls
+// none of them through the library's symbol table.
+inline Traits::int_type PathCacheReader::Peek() {
     const Traits::int_type c = buffer->sgetc();
     // The stream says where the input ended, as reading through it would.
     if (Traits::eq_int_type(c, Traits::eof())) stream->setstate(std::ios::eofbit);
     return c;
 }
 
-void PathCacheReader::SkipWhiteSpace() {
+inline void PathCacheReader::SkipWhiteSpace() {
     while (IsWhiteSpace(Peek())) buffer->sbumpc();
 }
 
-void PathCacheReader::Expect(const char* text) {
+inline void PathCacheReader::Expect(const char* text) {
     // Each byte is looked at before it is taken, so that a fault leaves the
     // stream at the offending byte.
     for (; *text; ++text) {
@@ -52,25 +54,24 @@ int PathCacheReader::NextElement() {
 ustring PathCacheReader::ReadName() {
     SkipWhiteSpace();
     Expect("name=\"");
+    // The end of the input before the closing quotation mark. Tested first,
+    // so that the getline below always takes a byte and only ever adds the
+    // end-of-file state, never the failure state, to the stream.
+    if (Traits::eq_int_type(Peek(), Traits::eof())) Reject();
     // One buffer for every name of the file: most names fit in what the
-    // names before them left.
-    nameBytes.clear();
-    for (;;) {
-        const Traits::int_type c = buffer->sbumpc();
-        // The end of the input before the closing quotation mark.
-        if (Traits::eq_int_type(c, Traits::eof())) {
-            stream->setstate(std::ios::eofbit);
-            Reject();
-        }
-        if (c == '"') break;
-        nameBytes.push_back(Traits::to_char_type(c));
-    }
+    // names before them left. The getline looks for the quotation mark in
+    // the stream's buffer a block at a time, not a byte at a time.
+    std::getline(*stream, nameBytes, '"');
+    if (!stream->good()) Reject();
     return (*converter)(nameBytes);
 }
 
 PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     if (depth > kMaxFolderDepth) Reject();
     FolderContents folder;
+    // Folders of one installation hold files in similar numbers: room for
+    // as many as the folder before had spares most of the growth steps.
+    folder.files.reserve(filesInLastFolder);
     folder.name = ReadName();
     Expect(">");
     for (;;) {
@@ -78,6 +79,7 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
         case '/':
             buffer->sbumpc();
             Expect("D>");
+            filesInLastFolder = folder.files.size();
             return folder;
         case 'D':
             buffer->sbumpc();

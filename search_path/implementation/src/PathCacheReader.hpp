@@ -70,6 +70,7 @@ private:
     std::streambuf* buffer;
     fl::i18n::codecvt_string_to_ustring* converter;
     std::string nameBytes;  // the bytes of the name being read
+    std::size_t filesInLastFolder = 0;  // of the folder closed last
 };
 
 } // namespace Thornfell::PathManagement
