@@ -434,6 +434,9 @@ public:
     ForEachEntryCallback(const detail::SearchTarget& target, FilenameMatchingPolicy policy, const Predicate& predicate)
         : target_(target), normalizedName_(target.name()), policy_(policy), predicate_(predicate) {}
 
+    // PathItem::Normalize of the target's name.
+    ustring_view normalizedName() const { return normalizedName_.view(); }
+
     void operator()(const PathEntryPointer& entry, boost::optional<FoundItem>& result) const {
         const PathEntry* own = AsPathEntry(*entry);
         PathItemPointer item =
@@ -520,9 +523,8 @@ Path::~Path() {
 
 // ------------------------------------------------------------------ lookups
 
-Path::EntrySlotRange Path::LookUpEntriesByStem(const ustring& name) const {
-    const NormalizedName key(name);
-    const auto found = pathItemStemToPathEntryMap->equal_range(key.view());
+Path::EntrySlotRange Path::LookUpEntriesByStem(ustring_view normalizedStem) const {
+    const auto found = pathItemStemToPathEntryMap->equal_range(normalizedStem);
     if (found.first == found.second) return {};
     const EntrySlotList& slots = found.first->second;
     return {slots.data(), slots.size()};
@@ -568,7 +570,8 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
     if (lastSeparator == ustring::npos) {
         const AlwaysTrue anyLocation;
         const ForEachEntryCallback<Strategy, AlwaysTrue> callback(target, policy, anyLocation);
-        return ParallelInvokeCallbackOnEntries<Strategy>(LookUpEntriesByStem(name), scope, callback);
+        return ParallelInvokeCallbackOnEntries<Strategy>(LookUpEntriesByStem(callback.normalizedName()), scope,
+                                                         callback);
     }
     // A rooted name is no partial pathname, and a path query doesn't resolve
     // absolute file names.
@@ -576,15 +579,15 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
 
     const PartialPathnameParts parts = SplitPartialPathname(name.substr(0, lastSeparator));
     const detail::SearchTarget itemTarget(name.substr(lastSeparator + 1), target.extensions());
-    // The innermost folder narrows the candidates far more than the item name:
-    // only the entries of that base name can hold the item.
-    const EntrySlotRange candidates =
-        parts.empty() ? LookUpEntriesByStem(itemTarget.name()) : LookUpEntriesByBasename(parts.back());
     const PartialPathnamePartsRange partsRange(parts);
     const auto locationFits = [this, &partsRange, &policy](const PathEntryPointer& entry) {
         return DoesPartialPathnameMatchPathEntryIRI(*this, partsRange, entry, policy);
     };
     const ForEachEntryCallback<Strategy, decltype(locationFits)> callback(itemTarget, policy, locationFits);
+    // The innermost folder narrows the candidates far more than the item name:
+    // only the entries of that base name can hold the item.
+    const EntrySlotRange candidates =
+        parts.empty() ? LookUpEntriesByStem(callback.normalizedName()) : LookUpEntriesByBasename(parts.back());
     return ParallelInvokeCallbackOnEntries<Strategy>(candidates, scope, callback);
 }
 

@@ -134,7 +134,7 @@ private:
     template <class Strategy>
     typename Strategy::Result FindSearchTarget(const SearchScope& scope, const detail::SearchTarget& target,
                                                const FilenameMatchingPolicy& policy) const;
-    EntrySlotRange LookUpEntriesByStem(const ustring& name) const;
+    EntrySlotRange LookUpEntriesByStem(ustring_view normalizedStem) const;
     EntrySlotRange LookUpEntriesByBasename(const ustring& name) const;
     // The slot of the main entry under which `entry` stands; null if the
     // entry isn't on this path.
