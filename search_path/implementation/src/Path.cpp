@@ -45,8 +45,9 @@ constexpr std::size_t kStemBucketsPerEntry = 10;
 // keep both cores busy to the end, few enough that each run's buckets stay
 // together in the cache.
 constexpr std::size_t kStemRuns = 256;
-// How many insertions ahead the stem map's fill asks for a stem: about as
-// many as run while one miss to memory is outstanding.
+// How many items ahead the stem map's build asks for a stem, while collecting
+// and while inserting: about as many as run while one miss to memory is
+// outstanding.
 constexpr std::size_t kStemPrefetchDistance = 8;
 
 constexpr PathEntryType kMainOnly[] = {Main};
@@ -158,7 +159,15 @@ std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEnt
         std::vector<StemOfEntry>& stems = stemsByEntry[index];
         stems.reserve(items->size());
         const ustring* previousStem = nullptr;
-        for (const PathItemPointer& item : *items) {
+        const std::size_t count = items->size();
+        for (std::size_t index = 0; index != count; ++index) {
+            // Sorted by stem, the items no longer lie in the order of their
+            // memory, which the processor would follow by itself.
+            if (index + kStemPrefetchDistance < count)
+                __builtin_prefetch(&(*items)[index + kStemPrefetchDistance]->normalizedStem);
+            if (index + kStemPrefetchDistance / 2 < count)
+                __builtin_prefetch((*items)[index + kStemPrefetchDistance / 2]->normalizedStem.data());
+            const PathItemPointer& item = (*items)[index];
             const ustring* stem = &item->normalizedStem;
             // Items come sorted by normalized stem: a run of one stem (the
             // same file with several extensions, or names that differ only
