@@ -142,6 +142,16 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
     return cache;
 }
 
+// Asks for the stem `kStemPrefetchDistance` places after `index` (the string
+// itself), and for the text of the one half as far on, whose string has had
+// time to arrive. `stemAt(i)` is the stem at place i of a sequence that ends
+// at `end`.
+template <class StemAt>
+void PrefetchStemsAhead(std::size_t index, std::size_t end, const StemAt& stemAt) {
+    if (index + kStemPrefetchDistance < end) __builtin_prefetch(stemAt(index + kStemPrefetchDistance));
+    if (index + kStemPrefetchDistance / 2 < end) __builtin_prefetch(stemAt(index + kStemPrefetchDistance / 2)->data());
+}
+
 // One distinct stem of one entry, on its way into the stem map.
 struct StemOfEntry {
     Path::HashedStem stem;
@@ -159,15 +169,12 @@ std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEnt
         std::vector<StemOfEntry>& stems = stemsByEntry[index];
         stems.reserve(items->size());
         const ustring* previousStem = nullptr;
-        const std::size_t count = items->size();
-        for (std::size_t index = 0; index != count; ++index) {
+        const auto stemAt = [&items](std::size_t place) { return &(*items)[place]->normalizedStem; };
+        for (std::size_t place = 0; place != items->size(); ++place) {
             // Sorted by stem, the items no longer lie in the order of their
             // memory, which the processor would follow by itself.
-            if (index + kStemPrefetchDistance < count)
-                __builtin_prefetch(&(*items)[index + kStemPrefetchDistance]->normalizedStem);
-            if (index + kStemPrefetchDistance / 2 < count)
-                __builtin_prefetch((*items)[index + kStemPrefetchDistance / 2]->normalizedStem.data());
-            const PathItemPointer& item = (*items)[index];
+            PrefetchStemsAhead(place, items->size(), stemAt);
+            const PathItemPointer& item = (*items)[place];
             const ustring* stem = &item->normalizedStem;
             // Items come sorted by normalized stem: a run of one stem (the
             // same file with several extensions, or names that differ only
@@ -234,16 +241,13 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
         for (const std::vector<StemOfEntry>& stems : entriesOf(group))
             for (const StemOfEntry& stem : stems) dealt[next[runOf(stem)]++] = stem;
     });
+    const auto dealtStemAt = [&dealt](std::size_t place) { return dealt[place].stem.stem; };
     ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
         const std::size_t end = runStart[run + 1];
         for (std::size_t index = runStart[run]; index != end; ++index) {
             // The stems of a run lie in the items of many folders, so each
-            // insertion would first wait for its own stem: ask for the stems
-            // a few insertions ahead, and for their text once the string
-            // itself has arrived.
-            if (index + kStemPrefetchDistance < end) __builtin_prefetch(dealt[index + kStemPrefetchDistance].stem.stem);
-            if (index + kStemPrefetchDistance / 2 < end)
-                __builtin_prefetch(dealt[index + kStemPrefetchDistance / 2].stem.stem->data());
+            // insertion would first wait for its own stem.
+            PrefetchStemsAhead(index, end, dealtStemAt);
             PathItemStemToPathEntryMap::accessor accessor;
             map->insert(accessor, dealt[index].stem);
             InsertSlotInPathOrder(accessor->second, dealt[index].slot);
