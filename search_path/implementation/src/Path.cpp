@@ -19,6 +19,8 @@
 #include <cstdint>
 #include <functional>
 #include <iterator>
+#include <limits>
+#include <stdexcept>
 #include <type_traits>
 #include <span>
 #include <typeinfo>
@@ -78,12 +80,25 @@ void ParallelForEachInRange(const tbb::blocked_range<std::size_t>& range, const 
         tbb::auto_partitioner());
 }
 
-// Keeps `list` sorted by address, and so in path order, whichever thread
-// inserts first; a slot already present isn't added again.
-void InsertSlotInPathOrder(EntrySlotList& list, EntrySlot slot) {
-    const auto at = std::lower_bound(list.begin(), list.end(), slot, std::less<EntrySlot>());
-    if (at != list.end() && *at == slot) return;
-    list.insert(at, slot);
+// Keeps `list` sorted by `placeOf`, the place on the path, whichever thread
+// inserts first; an element of a place already present isn't added again.
+template <class List, class PlaceOf>
+void InsertInPathOrder(List& list, const typename List::value_type& element, PlaceOf placeOf) {
+    const auto at = std::ranges::lower_bound(list, placeOf(element), std::less<>(), placeOf);
+    if (at != list.end() && placeOf(*at) == placeOf(element)) return;
+    list.insert(at, element);
+}
+
+// A slot's place is its address in the flat vector.
+constexpr auto kSlotPlace = [](EntrySlot slot) { return slot; };
+constexpr auto kHolderPlace = [](const Path::StemHolder& holder) { return holder.entry; };
+
+// A place in the flat vector or in an entry's items as a stem holder keeps
+// it. No path comes near four billion folders, or a folder near four billion
+// files, but one that did would fail to build rather than find wrong items.
+std::uint32_t HolderPlace(std::size_t place) {
+    if (place > std::numeric_limits<std::uint32_t>::max()) throw std::length_error("too many folders or files for a path");
+    return static_cast<std::uint32_t>(place);
 }
 
 // ---------------------------------------------------------------- builders
@@ -155,14 +170,14 @@ void PrefetchStemsAhead(std::size_t index, std::size_t end, const StemAt& stemAt
 // One distinct stem of one entry, on its way into the stem map.
 struct StemOfEntry {
     Path::HashedStem stem;
-    EntrySlot slot;
+    Path::StemHolder holder;
 };
 
 // The distinct stems of each entry, hashed, in entry order.
 std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEntries) {
     std::vector<std::vector<StemOfEntry>> stemsByEntry(allEntries.size());
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
-        const EntrySlot slot = &allEntries[index];
+        const std::uint32_t entryPlace = HolderPlace(index);
         // The items stay alive with the entry, which `allEntries` holds, so the
         // map can point at their stems instead of copying them.
         const std::shared_ptr<const PathItemVector> items = allEntries[index]->GetPathItems();
@@ -178,10 +193,11 @@ std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEnt
             const ustring* stem = &item->normalizedStem;
             // Items come sorted by normalized stem: a run of one stem (the
             // same file with several extensions, or names that differ only
-            // in case) adds this slot once.
+            // in case) adds this entry once, with the place where the run
+            // starts.
             if (previousStem && *previousStem == *stem) continue;
             previousStem = stem;
-            stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)}, slot});
+            stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)}, {entryPlace, HolderPlace(place)}});
         }
     });
     return stemsByEntry;
@@ -250,7 +266,7 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
             PrefetchStemsAhead(index, end, dealtStemAt);
             PathItemStemToPathEntryMap::accessor accessor;
             map->insert(accessor, dealt[index].stem);
-            InsertSlotInPathOrder(accessor->second, dealt[index].slot);
+            InsertInPathOrder(accessor->second, dealt[index].holder, kHolderPlace);
         }
     });
     // Finish the bucket splits that growth left pending: readers then never
@@ -281,7 +297,7 @@ std::unique_ptr<PathEntryBasenameToPathEntriesMap> CreatePathEntryBasenameToPath
         const EntrySlot slot = &allEntries[index];
         PathEntryBasenameToPathEntriesMap::accessor accessor;
         map->insert(accessor, BasenameKey(**slot));
-        InsertSlotInPathOrder(accessor->second, slot);
+        InsertInPathOrder(accessor->second, slot, kSlotPlace);
     });
     map->rehash(0);
     return map;
@@ -383,8 +399,27 @@ struct GetEntriesParallelizationStrategy {
     static constexpr bool nearlyEveryCandidateAdds = false;
 };
 
+// The candidates of a stem: the entries that hold it, each with the place in
+// its items where the stem's run starts.
+struct StemCandidates {
+    Path::StemHolderRange holders;
+    const PathEntryVector& allEntries;
+    std::size_t size() const { return holders.size(); }
+};
+struct StemCandidate {
+    const PathEntryPointer& entry;
+    std::uint32_t firstItem;
+};
+
 const PathEntryPointer& CandidateAt(EntrySlotRange candidates, std::size_t index) { return *candidates[index]; }
 const PathEntryPointer& CandidateAt(const PathEntryVector& candidates, std::size_t index) { return candidates[index]; }
+StemCandidate CandidateAt(const StemCandidates& candidates, std::size_t index) {
+    const Path::StemHolder& holder = candidates.holders[index];
+    return {candidates.allEntries[holder.entry], holder.firstItem};
+}
+
+const PathEntryPointer& EntryOf(const PathEntryPointer& candidate) { return candidate; }
+const PathEntryPointer& EntryOf(const StemCandidate& candidate) { return candidate.entry; }
 
 // Gives each candidate that passes `scope` to `callback` with a result to add
 // to. The result is in candidate order, however many threads did the work.
@@ -397,8 +432,8 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
     if (!Strategy::mayRunInParallel || count <= kSerialCandidateLimit) {
         if constexpr (Strategy::nearlyEveryCandidateAdds) Reserve(result, count);
         for (std::size_t index = 0; index < count; ++index) {
-            const PathEntryPointer& candidate = CandidateAt(candidates, index);
-            if (scope.contains(candidate->GetPathEntryType())) callback(candidate, result);
+            decltype(auto) candidate = CandidateAt(candidates, index);
+            if (scope.contains(EntryOf(candidate)->GetPathEntryType())) callback(candidate, result);
             // A first match is final: the candidates behind it can't change
             // the answer, and a common name has a thousand of them.
             if constexpr (std::is_same_v<Strategy, FindFirstStrategy>)
@@ -421,8 +456,8 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
             Partial partial;
             if constexpr (Strategy::nearlyEveryCandidateAdds) Reserve(partial, end - run * kGrainSize);
             for (std::size_t index = run * kGrainSize; index < end; ++index) {
-                const PathEntryPointer& candidate = CandidateAt(candidates, index);
-                if (scope.contains(candidate->GetPathEntryType())) callback(candidate, partial);
+                decltype(auto) candidate = CandidateAt(candidates, index);
+                if (scope.contains(EntryOf(candidate)->GetPathEntryType())) callback(candidate, partial);
             }
             partialByRun[run] = std::move(partial);
         });
@@ -450,18 +485,21 @@ public:
     // PathItem::Normalize of the target's name.
     ustring_view normalizedName() const { return normalizedName_.view(); }
 
-    void operator()(const PathEntryPointer& entry, boost::optional<FoundItem>& result) const {
+    template <class Candidate>
+    void operator()(const Candidate& candidate, boost::optional<FoundItem>& result) const {
+        const PathEntryPointer& entry = EntryOf(candidate);
         const PathEntry* own = AsPathEntry(*entry);
-        PathItemPointer item =
-            own ? own->FindFirst(target_, normalizedName_.view(), policy_) : entry->FindFirst(target_, policy_);
+        PathItemPointer item = own ? own->FindFirstIn(RunOf(*own, candidate), target_, policy_)
+                                   : entry->FindFirst(target_, policy_);
         if (item && predicate_(entry)) result.emplace(std::move(item), entry);
     }
 
-    template <class Sink>
-    void operator()(const PathEntryPointer& entry, Sink& sink) const {
+    template <class Candidate, class Sink>
+    void operator()(const Candidate& candidate, Sink& sink) const {
+        const PathEntryPointer& entry = EntryOf(candidate);
         if (const PathEntry* own = AsPathEntry(*entry)) {
             // The items stay in the entry's list, and no vector is made.
-            const PathEntry::FoundItemPointers found = own->FindAllInPlace(target_, normalizedName_.view(), policy_);
+            const PathEntry::FoundItemPointers found = own->FindAllIn(RunOf(*own, candidate), target_, policy_);
             if (found.empty() || !predicate_(entry)) return;
             for (const PathItemPointer* item : found) AddFound(sink, entry, *item);
             return;
@@ -472,6 +510,15 @@ public:
     }
 
 private:
+    // The entry's items of the target's stem: found by the entry when the
+    // candidate came by its folder's name, known when it came by the stem.
+    PathEntry::ItemRun RunOf(const PathEntry& own, const PathEntryPointer&) const {
+        return own.ItemsWithStem(normalizedName_.view());
+    }
+    PathEntry::ItemRun RunOf(const PathEntry& own, const StemCandidate& candidate) const {
+        return own.ItemsWithStemAt(candidate.firstItem);
+    }
+
     const detail::SearchTarget& target_;
     // Normalized once for all the candidates.
     const NormalizedName normalizedName_;
@@ -536,11 +583,11 @@ Path::~Path() {
 
 // ------------------------------------------------------------------ lookups
 
-Path::EntrySlotRange Path::LookUpEntriesByStem(ustring_view normalizedStem) const {
+Path::StemHolderRange Path::LookUpEntriesByStem(ustring_view normalizedStem) const {
     const auto found = pathItemStemToPathEntryMap->equal_range(normalizedStem);
     if (found.first == found.second) return {};
-    const EntrySlotList& slots = found.first->second;
-    return {slots.data(), slots.size()};
+    const StemHolderList& holders = found.first->second;
+    return {holders.data(), holders.size()};
 }
 
 Path::EntrySlotRange Path::LookUpEntriesByBasename(const ustring& name) const {
@@ -583,8 +630,8 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
     if (lastSeparator == ustring::npos) {
         const AlwaysTrue anyLocation;
         const ForEachEntryCallback<Strategy, AlwaysTrue> callback(target, policy, anyLocation);
-        return ParallelInvokeCallbackOnEntries<Strategy>(LookUpEntriesByStem(callback.normalizedName()), scope,
-                                                         callback);
+        return ParallelInvokeCallbackOnEntries<Strategy>(
+            StemCandidates{LookUpEntriesByStem(callback.normalizedName()), *allEntries}, scope, callback);
     }
     // A rooted name is no partial pathname, and a path query doesn't resolve
     // absolute file names.
@@ -599,9 +646,10 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
     const ForEachEntryCallback<Strategy, decltype(locationFits)> callback(itemTarget, policy, locationFits);
     // The innermost folder narrows the candidates far more than the item name:
     // only the entries of that base name can hold the item.
-    const EntrySlotRange candidates =
-        parts.empty() ? LookUpEntriesByStem(callback.normalizedName()) : LookUpEntriesByBasename(parts.back());
-    return ParallelInvokeCallbackOnEntries<Strategy>(candidates, scope, callback);
+    if (parts.empty())
+        return ParallelInvokeCallbackOnEntries<Strategy>(
+            StemCandidates{LookUpEntriesByStem(callback.normalizedName()), *allEntries}, scope, callback);
+    return ParallelInvokeCallbackOnEntries<Strategy>(LookUpEntriesByBasename(parts.back()), scope, callback);
 }
 
 PathEntryList Path::GetMainEntries() const { return mainEntries; }

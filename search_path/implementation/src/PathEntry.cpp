@@ -71,50 +71,65 @@ PathEntry::~PathEntry() {
     }
 }
 
-boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
-    const ustring& name, ustring_view normalizedName, const FilenameMatcherFunction& matcher) const {
-    const auto end = pathItems->end();
+PathEntry::ItemRun PathEntry::ItemsWithStem(ustring_view normalizedName) const {
+    const PathItemVector& items = *pathItems;
     // Most names are held once: a lower bound and a step forward find the
-    // range with half the comparisons of an equal range.
-    auto it = std::lower_bound(pathItems->begin(), end, normalizedName, NormalizedStemLess{});
+    // run with half the comparisons of an equal range.
+    const auto first = std::lower_bound(items.begin(), items.end(), normalizedName, NormalizedStemLess{});
+    auto last = first;
+    while (last != items.end() && sameText((*last)->normalizedStem, normalizedName)) ++last;
+    return {first, last};
+}
+
+PathEntry::ItemRun PathEntry::ItemsWithStemAt(std::size_t first) const {
+    const PathItemVector& items = *pathItems;
+    if (first >= items.size()) return {};
+    const ustring& stem = items[first]->normalizedStem;
+    std::size_t last = first + 1;
+    while (last != items.size() && sameText(items[last]->normalizedStem, stem)) ++last;
+    return {items.data() + first, last - first};
+}
+
+boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
+    ItemRun run, const ustring& name, const PolicyFilenameMatchers::Comparison& matches) {
     boost::container::small_vector<const PathItemPointer*, 4> kept;
-    for (; it != end && (*it)->normalizedStem == normalizedName; ++it)
-        if (matcher((*it)->stem, name)) kept.push_back(&*it);
+    for (const PathItemPointer& item : run)
+        if (matches(item->stem, name)) kept.push_back(&item);
     return kept;
 }
 
 PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
-    return FindFirst(target, NormalizedName(target.name()).view(), policy);
+    return FindFirstIn(ItemsWithStem(NormalizedName(target.name()).view()), target, policy);
 }
 
-PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, ustring_view normalizedName,
-                                     FilenameMatchingPolicy policy) const {
+PathItemPointer PathEntry::FindFirstIn(ItemRun run, const detail::SearchTarget& target,
+                                       FilenameMatchingPolicy policy) const {
     // Select the matcher first, so that a bad policy is caught even when the
     // folder has nothing by that name.
-    const FilenameMatcherFunction& matcher = matchers.ForPolicy(policy);
-    const auto kept = MatchingStems(target.name(), normalizedName, matcher);
+    const PolicyFilenameMatchers::Comparison matches = matchers.ComparisonFor(policy);
+    const auto kept = MatchingStems(run, target.name(), matches);
     if (kept.empty()) return nullptr;
     // The order of the extensions outranks the order of the items.
     for (const ustring& extension : target.extensions())
         for (const PathItemPointer* item : kept)
-            if (matcher((*item)->extension, extension)) return *item;
+            if (matches((*item)->extension, extension)) return *item;
     return nullptr;
 }
 
-PathEntry::FoundItemPointers PathEntry::FindAllInPlace(const detail::SearchTarget& target, ustring_view normalizedName,
-                                                        FilenameMatchingPolicy policy) const {
-    const FilenameMatcherFunction& matcher = matchers.ForPolicy(policy);
-    const auto kept = MatchingStems(target.name(), normalizedName, matcher);
+PathEntry::FoundItemPointers PathEntry::FindAllIn(ItemRun run, const detail::SearchTarget& target,
+                                                  FilenameMatchingPolicy policy) const {
+    const PolicyFilenameMatchers::Comparison matches = matchers.ComparisonFor(policy);
+    const auto kept = MatchingStems(run, target.name(), matches);
     FoundItemPointers found;
     if (kept.empty()) return found;
     for (const ustring& extension : target.extensions())
         for (const PathItemPointer* item : kept)
-            if (matcher((*item)->extension, extension)) found.push_back(item);
+            if (matches((*item)->extension, extension)) found.push_back(item);
     return found;
 }
 
 PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
-    const FoundItemPointers found = FindAllInPlace(target, NormalizedName(target.name()).view(), policy);
+    const FoundItemPointers found = FindAllIn(ItemsWithStem(NormalizedName(target.name()).view()), target, policy);
     PathItemVector items;
     items.reserve(found.size());
     for (const PathItemPointer* item : found) items.push_back(*item);

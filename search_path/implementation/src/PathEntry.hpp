@@ -10,6 +10,8 @@
 #include <boost/container/small_vector.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include <span>
+
 namespace Thornfell::PathManagement {
 
 class PathEntry final : public IPathEntry, public std::enable_shared_from_this<PathEntry> {
@@ -44,18 +46,24 @@ public:
     PathEntryList GetUDDClassEntries() const override { return uddClassEntries; }
     PathItemPointer FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override;
     PathItemVector FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const override;
-    // What FindAll gives, in the same order, as pointers into this entry's
-    // own item list: valid while the entry lives, and no share is taken. A
-    // path's parallel query collects these on the pool and takes the shares
-    // on the caller's thread, which drops them again: counts raised on
-    // another core would move their cache lines back and forth.
+    // The items of one normalized stem: a run of this entry's sorted items.
+    using ItemRun = std::span<const PathItemPointer>;
+    // The run of `normalizedName`, which is PathItem::Normalize of a name; a
+    // query that asks many entries works it out once.
+    ItemRun ItemsWithStem(ustring_view normalizedName) const;
+    // The run that starts at place `first` of GetPathItems(), as a path's
+    // stem index keeps it: no search. Empty if `first` is out of range.
+    ItemRun ItemsWithStemAt(std::size_t first) const;
+    // What FindFirst gives, among the items of `run`.
+    PathItemPointer FindFirstIn(ItemRun run, const detail::SearchTarget& target, FilenameMatchingPolicy policy) const;
+    // What FindAll gives, among the items of `run`, in the same order, as
+    // pointers into this entry's own item list: valid while the entry lives,
+    // and no share is taken. A path's parallel query collects these on the
+    // pool and takes the shares on the caller's thread, which drops them
+    // again: counts raised on another core would move their cache lines back
+    // and forth.
     using FoundItemPointers = boost::container::small_vector<const PathItemPointer*, 4>;
-    // `normalizedName` is PathItem::Normalize of the target's name: a query
-    // that asks many entries works it out once.
-    FoundItemPointers FindAllInPlace(const detail::SearchTarget& target, ustring_view normalizedName,
-                                     FilenameMatchingPolicy policy) const;
-    PathItemPointer FindFirst(const detail::SearchTarget& target, ustring_view normalizedName,
-                              FilenameMatchingPolicy policy) const;
+    FoundItemPointers FindAllIn(ItemRun run, const detail::SearchTarget& target, FilenameMatchingPolicy policy) const;
     bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override;
@@ -64,11 +72,9 @@ public:
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
 
 private:
-    // The items of the equal range of the target's normalized stem whose stem
-    // the matcher accepts, in item order.
-    boost::container::small_vector<const PathItemPointer*, 4> MatchingStems(const ustring& name,
-                                                                            ustring_view normalizedName,
-                                                                            const FilenameMatcherFunction& matcher) const;
+    // The items of `run` whose stem the matcher accepts, in item order.
+    static boost::container::small_vector<const PathItemPointer*, 4> MatchingStems(
+        ItemRun run, const ustring& name, const PolicyFilenameMatchers::Comparison& matches);
 
     // What a query's type test and a refresh's look at the observer read
     // comes first, on the cache line of the object's start: a refresh visits

@@ -1,6 +1,8 @@
 #pragma once
 // Small functions on names, IRIs and entries.
 #include "tfsearch_path/IPath.hpp"
+#include "foundation/storage/vfs/PathComparator.hpp"
+#include "foundation/storage/vfs/StorageException.hpp"
 #include "orvian/ComponentIdentifier.hpp"
 
 #include <boost/container/small_vector.hpp>
@@ -38,7 +40,25 @@ class PolicyFilenameMatchers {
 public:
     explicit PolicyFilenameMatchers(const foundation::storage::vfs::PathComparator& comparator);
 
+    // One policy's comparison, called directly: a query compares names by
+    // the thousand, and a FilenameMatcherFunction adds two indirect calls to
+    // each. Valid while the matchers that made it live.
+    class Comparison {
+    public:
+        bool operator()(const ustring& a, const ustring& b) const { return Compare(comparator_, modifier_, a, b); }
+
+    private:
+        friend class PolicyFilenameMatchers;
+        Comparison(const foundation::storage::vfs::PathComparator& comparator,
+                   foundation::storage::vfs::CaseModifier modifier)
+            : comparator_(comparator), modifier_(modifier) {}
+
+        const foundation::storage::vfs::PathComparator& comparator_;
+        foundation::storage::vfs::CaseModifier modifier_;
+    };
+
     // Fatal for a policy out of range.
+    Comparison ComparisonFor(FilenameMatchingPolicy policy) const { return {comparator_, ModifierFor(policy)}; }
     const FilenameMatcherFunction& ForPolicy(FilenameMatchingPolicy policy) const {
         switch (policy) {
         case CaseRuleOne: return exact_;
@@ -53,9 +73,28 @@ public:
         return FilenameMatcher(std::move(holder), &ForPolicy(policy));
     }
 
+    // What every comparison and matcher does.
+    static bool Compare(const foundation::storage::vfs::PathComparator& comparator,
+                        foundation::storage::vfs::CaseModifier modifier, const ustring& a, const ustring& b) noexcept {
+        try {
+            return comparator(a, b, modifier);
+        } catch (const foundation::storage::vfs::Exception&) {
+            return false;
+        }
+    }
+
 private:
+    static foundation::storage::vfs::CaseModifier ModifierFor(FilenameMatchingPolicy policy) {
+        switch (policy) {
+        case CaseRuleOne: return foundation::storage::vfs::CaseModifier::Exact;
+        case CaseRuleTwo: return foundation::storage::vfs::CaseModifier::Folded;
+        case StorageSystemRule: return foundation::storage::vfs::CaseModifier::StorageSystemRule;
+        }
+        TerminateOnUnknownPolicy();
+    }
     [[noreturn]] static void TerminateOnUnknownPolicy();
 
+    foundation::storage::vfs::PathComparator comparator_;
     FilenameMatcherFunction exact_;
     FilenameMatcherFunction folded_;
     FilenameMatcherFunction storageSystemRule_;

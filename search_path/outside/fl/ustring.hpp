@@ -1,10 +1,18 @@
 #pragma once
 // The string of every interface of the environment: 16-bit code units.
+#include <cstring>
 #include <string>
 #include <string_view>
 
 using ustring = std::u16string;
 using ustring_view = std::u16string_view;
+
+// Equality of two texts unit for unit. The standard comparison of char16_t
+// texts orders them a unit at a time; equality alone is a comparison of
+// bytes, which the C library does many at a time. Hot lookups use this.
+inline bool sameText(ustring_view a, ustring_view b) {
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0);
+}
 
 namespace fl::i18n {
 

@@ -62,19 +62,16 @@ namespace {
 FilenameMatcherFunction MakeComparatorMatcher(const foundation::storage::vfs::PathComparator& comparator,
                                               foundation::storage::vfs::CaseModifier modifier) {
     return [comparator, modifier](const ustring& a, const ustring& b) {
-        try {
-            return comparator(a, b, modifier);
-        } catch (const foundation::storage::vfs::Exception&) {
-            return false;
-        }
+        return PolicyFilenameMatchers::Compare(comparator, modifier, a, b);
     };
 }
 } // namespace
 
 PolicyFilenameMatchers::PolicyFilenameMatchers(const foundation::storage::vfs::PathComparator& comparator)
-    : exact_(MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::Exact)),
-      folded_(MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::Folded)),
-      storageSystemRule_(MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::StorageSystemRule)) {}
+    : comparator_(comparator),
+      exact_(MakeComparatorMatcher(comparator, ModifierFor(CaseRuleOne))),
+      folded_(MakeComparatorMatcher(comparator, ModifierFor(CaseRuleTwo))),
+      storageSystemRule_(MakeComparatorMatcher(comparator, ModifierFor(StorageSystemRule))) {}
 
 void PolicyFilenameMatchers::TerminateOnUnknownPolicy() {
     FL_DIAG_TERMINATE("Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");

@@ -86,23 +86,21 @@ void foldCaseInPlace(ustring& text) {
     }
 }
 
-bool equalFolded(ustring_view a, ustring_view b) {
-    // Simple folding maps each code point to one of the same plane, so a text
-    // keeps its length in code units: texts of two lengths never match, and
-    // an extension is told from a longer one without a look at its letters.
-    if (a.size() != b.size()) return false;
+namespace detail {
+
+bool equalFoldedDiffering(ustring_view a, ustring_view b) {
     std::size_t i = 0;
     std::size_t j = 0;
     while (i < a.size() && j < b.size()) {
         const char16_t ua = a[i];
         const char16_t ub = b[j];
-        if (ua < 0x80 && ub < 0x80) {
-            if (foldAscii(ua) != foldAscii(ub)) return false;
+        if (ua == ub && !U16_IS_SURROGATE(ua)) {
             ++i;
             ++j;
             continue;
         }
-        if (ua == ub && !U16_IS_SURROGATE(ua)) {
+        if (ua < 0x80 && ub < 0x80) {
+            if (foldAscii(ua) != foldAscii(ub)) return false;
             ++i;
             ++j;
             continue;
@@ -112,15 +110,9 @@ bool equalFolded(ustring_view a, ustring_view b) {
     return i == a.size() && j == b.size();
 }
 
-bool PathComparator::operator()(const ustring& a, const ustring& b, CaseModifier modifier) const {
-    switch (modifier) {
-    case CaseModifier::StorageSystemRule:
-        return caseSensitive_ ? a == b : equalFolded(a, b);
-    case CaseModifier::Exact:
-        return a == b;
-    case CaseModifier::Folded:
-        return equalFolded(a, b);
-    }
+} // namespace detail
+
+void PathComparator::throwUnknownModifier(CaseModifier modifier) {
     throw Exception(ErrorCode::InvalidLocation, ustring(),
                     "unknown case modifier " + std::to_string(static_cast<std::int32_t>(modifier)));
 }

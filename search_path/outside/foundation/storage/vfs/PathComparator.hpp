@@ -32,20 +32,43 @@ enum class CaseModifier : std::int32_t {
 // they are.
 ustring foldCase(ustring_view text);
 void foldCaseInPlace(ustring& text);
-bool equalFolded(ustring_view a, ustring_view b);
+
+namespace detail {
+// equalFolded of two texts of one length that differ in some unit.
+bool equalFoldedDiffering(ustring_view a, ustring_view b);
+} // namespace detail
+
+// Inline, since names are compared by the thousand in a query: most pairs
+// differ in length or are spelled alike, and only the rest need folding.
+inline bool equalFolded(ustring_view a, ustring_view b) {
+    // Simple folding maps each code point to one of the same plane, so a text
+    // keeps its length in code units: texts of two lengths never match, and
+    // an extension is told from a longer one without a look at its letters.
+    if (a.size() != b.size()) return false;
+    return sameText(a, b) || detail::equalFoldedDiffering(a, b);
+}
 
 class PathComparator {
 public:
     explicit PathComparator(bool caseSensitive = true) : caseSensitive_(caseSensitive) {}
 
     // Throws Exception (code 1) for a CaseModifier it doesn't know.
-    bool operator()(const ustring& a, const ustring& b, CaseModifier modifier) const;
+    bool operator()(const ustring& a, const ustring& b, CaseModifier modifier) const {
+        switch (modifier) {
+        case CaseModifier::StorageSystemRule: return caseSensitive_ ? sameText(a, b) : equalFolded(a, b);
+        case CaseModifier::Exact: return sameText(a, b);
+        case CaseModifier::Folded: return equalFolded(a, b);
+        }
+        throwUnknownModifier(modifier);
+    }
     bool operator()(const ustring& a, const ustring& b, std::int32_t modifier) const {
         return (*this)(a, b, static_cast<CaseModifier>(modifier));
     }
     bool isCaseSensitive() const { return caseSensitive_; }
 
 private:
+    [[noreturn]] static void throwUnknownModifier(CaseModifier modifier);
+
     bool caseSensitive_;
 };
 
