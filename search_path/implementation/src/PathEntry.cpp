@@ -90,41 +90,33 @@ PathEntry::ItemRun PathEntry::ItemsWithStemAt(std::size_t first) const {
     return {items.data() + first, last - first};
 }
 
-boost::container::small_vector<const PathItemPointer*, 4> PathEntry::MatchingStems(
-    ItemRun run, const ustring& name, const PolicyFilenameMatchers::Comparison& matches) {
-    boost::container::small_vector<const PathItemPointer*, 4> kept;
-    for (const PathItemPointer& item : run)
-        if (matches(item->stem, name)) kept.push_back(&item);
-    return kept;
-}
-
 PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
     return FindFirstIn(ItemsWithStem(NormalizedName(target.name()).view()), target, policy);
 }
 
+// Both finds walk the extensions first, since their order outranks the order
+// of the items, and ask for the stem only of an item whose extension fits:
+// the extension is mostly told apart by its length, while the stem, which
+// shares its normalized form with the name, must be compared unit by unit.
+
 PathItemPointer PathEntry::FindFirstIn(ItemRun run, const detail::SearchTarget& target,
                                        FilenameMatchingPolicy policy) const {
-    // Select the matcher first, so that a bad policy is caught even when the
-    // folder has nothing by that name.
+    // Select the comparison first, so that a bad policy is caught even when
+    // the folder has nothing by that name.
     const PolicyFilenameMatchers::Comparison matches = matchers.ComparisonFor(policy);
-    const auto kept = MatchingStems(run, target.name(), matches);
-    if (kept.empty()) return nullptr;
-    // The order of the extensions outranks the order of the items.
     for (const ustring& extension : target.extensions())
-        for (const PathItemPointer* item : kept)
-            if (matches((*item)->extension, extension)) return *item;
+        for (const PathItemPointer& item : run)
+            if (matches(item->extension, extension) && matches(item->stem, target.name())) return item;
     return nullptr;
 }
 
 PathEntry::FoundItemPointers PathEntry::FindAllIn(ItemRun run, const detail::SearchTarget& target,
                                                   FilenameMatchingPolicy policy) const {
     const PolicyFilenameMatchers::Comparison matches = matchers.ComparisonFor(policy);
-    const auto kept = MatchingStems(run, target.name(), matches);
     FoundItemPointers found;
-    if (kept.empty()) return found;
     for (const ustring& extension : target.extensions())
-        for (const PathItemPointer* item : kept)
-            if (matches((*item)->extension, extension)) found.push_back(item);
+        for (const PathItemPointer& item : run)
+            if (matches(item->extension, extension) && matches(item->stem, target.name())) found.push_back(&item);
     return found;
 }
 

@@ -72,10 +72,6 @@ public:
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
 
 private:
-    // The items of `run` whose stem the matcher accepts, in item order.
-    static boost::container::small_vector<const PathItemPointer*, 4> MatchingStems(
-        ItemRun run, const ustring& name, const PolicyFilenameMatchers::Comparison& matches);
-
     // What a query's type test and a refresh's look at the observer read
     // comes first, on the cache line of the object's start: a refresh visits
     // every entry of the path, and most have nothing below them.
