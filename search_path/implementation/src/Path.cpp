@@ -94,12 +94,15 @@ constexpr auto kSlotPlace = [](EntrySlot slot) { return slot; };
 constexpr auto kHolderPlace = [](const Path::StemHolder& holder) { return holder.entry; };
 
 // A place in the flat vector or in an entry's items as a stem holder keeps
-// it. No path comes near four billion folders, or a folder near four billion
-// files, but one that did would fail to build rather than find wrong items.
-std::uint32_t HolderPlace(std::size_t place) {
-    if (place > std::numeric_limits<std::uint32_t>::max()) throw std::length_error("too many folders or files for a path");
+// it, below `limit`. No path comes near four billion folders, or a folder
+// near two billion files, but one that did would fail to build rather than
+// find wrong items.
+std::uint32_t HolderPlace(std::size_t place, std::uint32_t limit) {
+    if (place >= limit) throw std::length_error("too many folders or files for a path");
     return static_cast<std::uint32_t>(place);
 }
+constexpr std::uint32_t kEntryPlaceLimit = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t kItemPlaceLimit = std::uint32_t{1} << 31;
 
 // ---------------------------------------------------------------- builders
 
@@ -177,7 +180,7 @@ struct StemOfEntry {
 std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEntries) {
     std::vector<std::vector<StemOfEntry>> stemsByEntry(allEntries.size());
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
-        const std::uint32_t entryPlace = HolderPlace(index);
+        const std::uint32_t entryPlace = HolderPlace(index, kEntryPlaceLimit);
         // The items stay alive with the entry, which `allEntries` holds, so the
         // map can point at their stems instead of copying them.
         const std::shared_ptr<const PathItemVector> items = allEntries[index]->GetPathItems();
@@ -195,9 +198,13 @@ std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEnt
             // same file with several extensions, or names that differ only
             // in case) adds this entry once, with the place where the run
             // starts.
-            if (previousStem && *previousStem == *stem) continue;
+            if (previousStem && sameText(*previousStem, *stem)) {
+                stems.back().holder.soleItem = false;
+                continue;
+            }
             previousStem = stem;
-            stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)}, {entryPlace, HolderPlace(place)}});
+            stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)},
+                             {entryPlace, HolderPlace(place, kItemPlaceLimit), true}});
         }
     });
     return stemsByEntry;
@@ -408,14 +415,14 @@ struct StemCandidates {
 };
 struct StemCandidate {
     const PathEntryPointer& entry;
-    std::uint32_t firstItem;
+    Path::StemHolder holder;
 };
 
 const PathEntryPointer& CandidateAt(EntrySlotRange candidates, std::size_t index) { return *candidates[index]; }
 const PathEntryPointer& CandidateAt(const PathEntryVector& candidates, std::size_t index) { return candidates[index]; }
 StemCandidate CandidateAt(const StemCandidates& candidates, std::size_t index) {
     const Path::StemHolder& holder = candidates.holders[index];
-    return {candidates.allEntries[holder.entry], holder.firstItem};
+    return {candidates.allEntries[holder.entry], holder};
 }
 
 const PathEntryPointer& EntryOf(const PathEntryPointer& candidate) { return candidate; }
@@ -516,7 +523,7 @@ private:
         return own.ItemsWithStem(normalizedName_.view());
     }
     PathEntry::ItemRun RunOf(const PathEntry& own, const StemCandidate& candidate) const {
-        return own.ItemsWithStemAt(candidate.firstItem);
+        return own.ItemsWithStemAt(candidate.holder.firstItem, candidate.holder.soleItem);
     }
 
     const detail::SearchTarget& target_;

@@ -56,11 +56,13 @@ public:
     using EntrySlotRange = std::span<const EntrySlot>;
     // Where a stem stands: the place of an entry in `allEntries`, and the
     // place of the stem's first item in that entry's items, so that a query
-    // goes straight to them instead of searching the items. Two 32-bit
-    // places take the 8 bytes of one slot.
+    // goes straight to them instead of searching the items, and whether that
+    // item is the only one of its stem, so that it needn't look at the next.
+    // They take the 8 bytes of one slot.
     struct StemHolder {
         std::uint32_t entry;
-        std::uint32_t firstItem;
+        std::uint32_t firstItem : 31;
+        std::uint32_t soleItem : 1;
     };
     // Sorted by entry, hence in path order; room for one inline, as above.
     using StemHolderList = boost::container::small_vector<StemHolder, 1, SlotListAllocator<StemHolder>>;

@@ -45,10 +45,21 @@ PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustri
                      PathComparator comparator,
                      std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> observer,
                      boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> events)
+    : PathEntry(std::move(iriIn), std::move(descriptorIn), type, std::move(packages), std::move(methods),
+                std::move(uddClasses), std::move(privateChild), std::move(resourcesChild), Sorted(std::move(items)),
+                std::move(comparator), std::move(observer), std::move(events)) {}
+
+PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustring descriptorIn, PathEntryType type,
+                     PathEntryVector packages, PathEntryVector methods, PathEntryVector uddClasses,
+                     PathEntryPointer privateChild, PathEntryPointer resourcesChild,
+                     std::shared_ptr<const PathItemVector> sortedItems, PathComparator comparator,
+                     std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> observer,
+                     boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> events)
     : entryType(type),
       observesChildFoldersToo(observer && observer->observesChildFoldersToo()),
       hasChildEntries(!packages.empty() || !methods.empty() || !uddClasses.empty() || privateChild || resourcesChild),
       folderObserver(std::move(observer)),
+      items(*sortedItems),
       iri(std::move(iriIn)),
       descriptor(std::move(descriptorIn)),
       packageEntries(Share(std::move(packages))),
@@ -56,7 +67,7 @@ PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustri
       uddClassEntries(Share(std::move(uddClasses))),
       privateEntry(std::move(privateChild)),
       resourcesEntry(std::move(resourcesChild)),
-      pathItems(Sorted(std::move(items))),
+      pathItems(std::move(sortedItems)),
       pathComparator(std::move(comparator)),
       matchers(pathComparator),
       eventManager(std::move(events)) {}
@@ -72,7 +83,6 @@ PathEntry::~PathEntry() {
 }
 
 PathEntry::ItemRun PathEntry::ItemsWithStem(ustring_view normalizedName) const {
-    const PathItemVector& items = *pathItems;
     // Most names are held once: a lower bound and a step forward find the
     // run with half the comparisons of an equal range.
     const auto first = std::lower_bound(items.begin(), items.end(), normalizedName, NormalizedStemLess{});
@@ -81,9 +91,9 @@ PathEntry::ItemRun PathEntry::ItemsWithStem(ustring_view normalizedName) const {
     return {first, last};
 }
 
-PathEntry::ItemRun PathEntry::ItemsWithStemAt(std::size_t first) const {
-    const PathItemVector& items = *pathItems;
+PathEntry::ItemRun PathEntry::ItemsWithStemAt(std::size_t first, bool soleItem) const {
     if (first >= items.size()) return {};
+    if (soleItem) return items.subspan(first, 1);
     const ustring& stem = items[first]->normalizedStem;
     std::size_t last = first + 1;
     while (last != items.size() && sameText(items[last]->normalizedStem, stem)) ++last;

@@ -14,7 +14,8 @@
 
 namespace Thornfell::PathManagement {
 
-class PathEntry final : public IPathEntry, public std::enable_shared_from_this<PathEntry> {
+// Aligned to a cache line, so that the fields a query reads first share one.
+class alignas(64) PathEntry final : public IPathEntry, public std::enable_shared_from_this<PathEntry> {
 public:
     PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor, PathEntryType entryType,
               PathEntryVector packageEntries, PathEntryVector methodEntries, PathEntryVector uddClassEntries,
@@ -52,8 +53,10 @@ public:
     // query that asks many entries works it out once.
     ItemRun ItemsWithStem(ustring_view normalizedName) const;
     // The run that starts at place `first` of GetPathItems(), as a path's
-    // stem index keeps it: no search. Empty if `first` is out of range.
-    ItemRun ItemsWithStemAt(std::size_t first) const;
+    // stem index keeps it: no search, and not even a look at the next item
+    // when the index knows the run to be `soleItem`. Empty if `first` is out
+    // of range.
+    ItemRun ItemsWithStemAt(std::size_t first, bool soleItem) const;
     // What FindFirst gives, among the items of `run`.
     PathItemPointer FindFirstIn(ItemRun run, const detail::SearchTarget& target, FilenameMatchingPolicy policy) const;
     // What FindAll gives, among the items of `run`, in the same order, as
@@ -72,13 +75,23 @@ public:
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
 
 private:
-    // What a query's type test and a refresh's look at the observer read
-    // comes first, on the cache line of the object's start: a refresh visits
-    // every entry of the path, and most have nothing below them.
+    PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor, PathEntryType entryType,
+              PathEntryVector packageEntries, PathEntryVector methodEntries, PathEntryVector uddClassEntries,
+              PathEntryPointer privateEntry, PathEntryPointer resourcesEntry,
+              std::shared_ptr<const PathItemVector> sortedItems, foundation::storage::vfs::PathComparator pathComparator,
+              std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver,
+              boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager);
+
+    // What a query's type test and its look at the items, and a refresh's
+    // look at the observer, read comes first, on the cache line of the
+    // object's start: a query meets a hundred entries, and a refresh visits
+    // every entry of the path, most with nothing below them.
     const PathEntryType entryType;
     const bool observesChildFoldersToo;
     const bool hasChildEntries;
     const std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver;
+    // The elements of `pathItems`, without the two loads through it.
+    const ItemRun items;
     const foundation::storage::vfs::CanonicalAbsoluteIRI iri;
     const ustring descriptor;
     const PathEntryList packageEntries;
