@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <functional>
 #include <iterator>
+#include <ranges>
 #include <limits>
 #include <stdexcept>
 #include <type_traits>
@@ -80,18 +81,13 @@ void ParallelForEachInRange(const tbb::blocked_range<std::size_t>& range, const 
         tbb::auto_partitioner());
 }
 
-// Keeps `list` sorted by `placeOf`, the place on the path, whichever thread
-// inserts first; an element of a place already present isn't added again.
-template <class List, class PlaceOf>
-void InsertInPathOrder(List& list, const typename List::value_type& element, PlaceOf placeOf) {
-    const auto at = std::ranges::lower_bound(list, placeOf(element), std::less<>(), placeOf);
-    if (at != list.end() && placeOf(*at) == placeOf(element)) return;
-    list.insert(at, element);
+// Keeps `list` sorted by address, and so in path order, whichever thread
+// inserts first; a slot already present isn't added again.
+void InsertSlotInPathOrder(EntrySlotList& list, EntrySlot slot) {
+    const auto at = std::lower_bound(list.begin(), list.end(), slot, std::less<EntrySlot>());
+    if (at != list.end() && *at == slot) return;
+    list.insert(at, slot);
 }
-
-// A slot's place is its address in the flat vector.
-constexpr auto kSlotPlace = [](EntrySlot slot) { return slot; };
-constexpr auto kHolderPlace = [](const Path::StemHolder& holder) { return holder.entry; };
 
 // A place in the flat vector or in an entry's items as a stem holder keeps
 // it, below `limit`. No path comes near four billion folders, or a folder
@@ -210,34 +206,60 @@ std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEnt
     return stemsByEntry;
 }
 
+// One key of the stem map with its holders, gathered before the map is made.
+using StemKeyAndHolders = std::pair<Path::HashedStem, Path::StemHolderList>;
+
+// Orders the stems of a run by key, and a key's stems by place: by hash, then
+// by text (which only two texts of one hash have to compare), then by entry
+// and by item.
+bool StemKeyThenPlaceLess(const StemOfEntry& a, const StemOfEntry& b) {
+    if (a.stem.hash != b.stem.hash) return a.stem.hash < b.stem.hash;
+    if (a.stem.stem != b.stem.stem)
+        if (const int order = a.stem.stem->compare(*b.stem.stem)) return order < 0;
+    return std::pair(a.holder.entry, std::uint32_t{a.holder.firstItem}) <
+           std::pair(b.holder.entry, std::uint32_t{b.holder.firstItem});
+}
+
+// The stems of one run gathered by key. A key's holders stand in path order;
+// of one entry's holders of a key (an entry whose items aren't sorted may
+// give several) the first is kept.
+std::vector<StemKeyAndHolders> GatherKeys(std::span<StemOfEntry> run) {
+    std::sort(run.begin(), run.end(), StemKeyThenPlaceLess);
+    std::vector<StemKeyAndHolders> keys;
+    keys.reserve(run.size());
+    for (std::size_t index = 0; index != run.size(); ++index) {
+        const StemOfEntry& stem = run[index];
+        if (keys.empty() || keys.back().first.hash != stem.stem.hash || !sameText(*keys.back().first.stem, *stem.stem.stem))
+            keys.emplace_back(stem.stem, Path::StemHolderList());
+        Path::StemHolderList& holders = keys.back().second;
+        if (holders.empty() || holders.back().entry != stem.holder.entry) holders.push_back(stem.holder);
+    }
+    return keys;
+}
+
 std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
-    const std::vector<std::vector<StemOfEntry>> stemsByEntry = CollectStems(allEntries);
+    std::vector<std::vector<StemOfEntry>> stemsByEntry = CollectStems(allEntries);
     std::size_t total = 0;
     for (const std::vector<StemOfEntry>& stems : stemsByEntry) total += stems.size();
-    // Ten buckets an entry is a floor, not a ceiling: folders of hundreds of
-    // files would outgrow it, and each growth splits buckets and hashes their
-    // keys again while the build runs. Reserving for the distinct stems of
-    // the entries, which is at least the number of keys, lets the fill run
-    // without a split.
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::max(kStemBucketsPerEntry * allEntries.size(), total));
 
-    // Filled in a random order, nearly every insertion would miss the cache
-    // twice or three times: on its bucket, and on each key met there, which
-    // is a pointer into another folder's items. So the stems are first dealt
-    // out by bucket into runs of a few hundred buckets each, and each run is
-    // inserted by one task: its buckets and the nodes already in them stay
-    // in the cache, and no two threads meet on a bucket. The map takes a
-    // bucket by the low bits of the hash, as many as it has buckets; if that
-    // ever changes, only the speed of the fill does. Within a run the stems
-    // keep the order of the entries, so each slot list grows at its end.
-    const std::size_t bucketMask = map->bucket_count() - 1;
+    // Filled by many threads, the map would take a lock for each key and
+    // count each key in one shared counter, whose cache line the threads
+    // would pass back and forth at every insertion. So the keys are gathered
+    // with their holders on the pool first, and the map is then made from
+    // them in one pass, which takes no lock, compares no key and hashes none
+    // again. To gather them, the stems are dealt out by hash into runs of a
+    // few hundred buckets each, in the order of the map's buckets, so that
+    // the pass also fills the buckets in order. The map will have as many
+    // buckets as keys, rounded up to a power of two, and takes a bucket by
+    // the low bits of the hash; if that ever changes, only the speed of the
+    // pass does.
+    const std::size_t bucketMask = std::bit_ceil(std::max<std::size_t>(total, 1)) - 1;
     const std::size_t runs = std::min<std::size_t>(kStemRuns, bucketMask + 1);
     const int runShift = std::countr_zero(bucketMask + 1) - std::countr_zero(runs);
     const auto runOf = [&](const StemOfEntry& stem) { return (stem.stem.hash & bucketMask) >> runShift; };
     // The dealing runs on the pool too, in groups of neighbouring entries:
     // each group counts its stems by run, and then writes them to the places
-    // that the counts of the groups before it leave free. So a run holds its
-    // stems in entry order, as a serial dealing would put them.
+    // that the counts of the groups before it leave free.
     const std::size_t groups = (allEntries.size() + kGrainSize - 1) / kGrainSize;
     const auto entriesOf = [&](std::size_t group) {
         return std::span(stemsByEntry).subspan(group * kGrainSize,
@@ -264,20 +286,16 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
         for (const std::vector<StemOfEntry>& stems : entriesOf(group))
             for (const StemOfEntry& stem : stems) dealt[next[runOf(stem)]++] = stem;
     });
-    const auto dealtStemAt = [&dealt](std::size_t place) { return dealt[place].stem.stem; };
+    stemsByEntry.clear();
+    std::vector<std::vector<StemKeyAndHolders>> keysByRun(runs);
     ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
-        const std::size_t end = runStart[run + 1];
-        for (std::size_t index = runStart[run]; index != end; ++index) {
-            // The stems of a run lie in the items of many folders, so each
-            // insertion would first wait for its own stem.
-            PrefetchStemsAhead(index, end, dealtStemAt);
-            PathItemStemToPathEntryMap::accessor accessor;
-            map->insert(accessor, dealt[index].stem);
-            InsertInPathOrder(accessor->second, dealt[index].holder, kHolderPlace);
-        }
+        keysByRun[run] = GatherKeys(std::span(dealt).subspan(runStart[run], runStart[run + 1] - runStart[run]));
     });
-    // Finish the bucket splits that growth left pending: readers then never
-    // meet one, and no writer remains to do it later.
+    auto keys = keysByRun | std::views::join;
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::make_move_iterator(keys.begin()),
+                                                            std::make_move_iterator(keys.end()));
+    // The pass leaves no bucket split pending; this makes sure of it, so
+    // that readers never meet one.
     map->rehash(0);
     return map;
 }
@@ -304,7 +322,7 @@ std::unique_ptr<PathEntryBasenameToPathEntriesMap> CreatePathEntryBasenameToPath
         const EntrySlot slot = &allEntries[index];
         PathEntryBasenameToPathEntriesMap::accessor accessor;
         map->insert(accessor, BasenameKey(**slot));
-        InsertInPathOrder(accessor->second, slot, kSlotPlace);
+        InsertSlotInPathOrder(accessor->second, slot);
     });
     map->rehash(0);
     return map;
