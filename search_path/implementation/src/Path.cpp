@@ -13,6 +13,7 @@
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/partitioner.h>
+#include <oneapi/tbb/scalable_allocator.h>
 
 #include <algorithm>
 #include <bit>
@@ -206,6 +207,18 @@ std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEnt
     return stemsByEntry;
 }
 
+// The arena of a stem map of `keys` keys, with room for their nodes and
+// buckets in its first block, so that the map needs no second one and leaves
+// little unused; its blocks come from the scalable allocator.
+std::shared_ptr<std::pmr::memory_resource> MakeStemMapArena(std::size_t keys) {
+    // A node holds its link, its lock and the key with its holders; the map
+    // keeps about as many buckets as keys, each a link and a lock.
+    constexpr std::size_t kNodeBytes = 2 * sizeof(void*) + sizeof(PathItemStemToPathEntryMap::value_type);
+    constexpr std::size_t kBucketBytes = 2 * sizeof(void*);
+    const std::size_t bytes = keys * kNodeBytes + std::bit_ceil(std::max<std::size_t>(keys, 1)) * kBucketBytes;
+    return std::make_shared<std::pmr::monotonic_buffer_resource>(bytes + bytes / 16, tbb::scalable_memory_resource());
+}
+
 // One key of the stem map with its holders, gathered before the map is made.
 using StemKeyAndHolders = std::pair<Path::HashedStem, Path::StemHolderList>;
 
@@ -291,9 +304,12 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
     ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
         keysByRun[run] = GatherKeys(std::span(dealt).subspan(runStart[run], runStart[run + 1] - runStart[run]));
     });
+    std::size_t keyCount = 0;
+    for (const std::vector<StemKeyAndHolders>& keys : keysByRun) keyCount += keys.size();
     auto keys = keysByRun | std::views::join;
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(std::make_move_iterator(keys.begin()),
-                                                            std::make_move_iterator(keys.end()));
+    auto map = std::make_unique<PathItemStemToPathEntryMap>(
+        std::make_move_iterator(keys.begin()), std::make_move_iterator(keys.end()),
+        PathItemStemToPathEntryMap::allocator_type(MakeStemMapArena(keyCount)));
     // The pass leaves no bucket split pending; this makes sure of it, so
     // that readers never meet one.
     map->rehash(0);
