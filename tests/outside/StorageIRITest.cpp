@@ -88,6 +88,24 @@ TEST(StorageComparator, PosixRuleIsExactAndUnknownModifierIsInvalid) {
     }
 }
 
+TEST(StorageComparator, TextsThatShareTheirEndsAreComparedWhole) {
+    // Equal ends settle nothing: what lies between decides, unit by unit.
+    const std::tuple<ustring, ustring, bool, bool> cases[] = {
+        // a, b, exactly equal, equal when folded
+        {u"aXb", u"aYb", false, false}, {u"a\u00C4b", u"a\u00E4b", false, true}, {u"abc", u"abc", true, true},
+        {u"ab", u"aB", false, true},    {u"a", u"a", true, true},                 {u"", u"", true, true},
+        {u"xy", u"yx", false, false},   {u"long name.tf", u"long nAme.tf", false, true}};
+    const PathComparator comparator;
+    for (const auto& [a, b, exact, folded] : cases) {
+        const std::string what = fl::i18n::ustring_to_utf8(a) + " / " + fl::i18n::ustring_to_utf8(b);
+        EXPECT_EQ(sameText(a, b), exact) << what;
+        EXPECT_EQ(comparator(a, b, CaseModifier::Exact), exact) << what;
+        EXPECT_EQ(comparator(a, b, CaseModifier::StorageSystemRule), exact) << what;
+        EXPECT_EQ(equalFolded(a, b), folded) << what;
+        EXPECT_EQ(comparator(a, b, CaseModifier::Folded), folded) << what;
+    }
+}
+
 TEST(StorageComparator, FoldingIsSimpleUnicodeFolding) {
     const ustring lone(1, char16_t(0xD800));
     const std::tuple<ustring, ustring, bool> cases[] = {

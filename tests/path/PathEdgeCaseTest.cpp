@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 namespace tfsp::test {
 namespace {
 
@@ -107,7 +109,7 @@ TEST_F(PathEdgeCaseTest, TheStorageSystemRuleResolvesFoldersThroughLinks) {
 // An entry made elsewhere, which answers only through the interface: the path
 // must take its items as it gives them, in candidate order among its own. It
 // stands on the path under its own face, as the decorators of the manager do.
-class ForwardingEntry final : public PathEntryDecorator, public std::enable_shared_from_this<ForwardingEntry> {
+class ForwardingEntry : public PathEntryDecorator, public std::enable_shared_from_this<ForwardingEntry> {
 public:
     using PathEntryDecorator::PathEntryDecorator;
     bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
@@ -147,6 +149,31 @@ TEST_F(PathEdgeCaseTest, EntriesMadeElsewhereAnswerInPathOrderAmongOurOwn) {
     }
     EXPECT_EQ(found, expected);
     EXPECT_EQ(holders, expectedHolders);
+}
+
+// An entry made elsewhere that gives its items out of order, with a name's
+// items apart: the index must still list the entry once for that name.
+class ShuffledItemsEntry final : public ForwardingEntry {
+public:
+    using ForwardingEntry::ForwardingEntry;
+    std::shared_ptr<const PathItemVector> GetPathItems() const override {
+        PathItemVector items = *ForwardingEntry::GetPathItems();
+        std::rotate(items.begin() + 1, items.end() - 1, items.end());  // the last one goes second
+        return std::make_shared<const PathItemVector>(std::move(items));
+    }
+};
+
+TEST_F(PathEdgeCaseTest, AnEntryWhoseItemsOfOneNameStandApartIsListedOnceForTheName) {
+    tree.file("f/a.tf");
+    tree.file("f/A.tfc");
+    tree.file("f/b.tf");
+    const auto entry = std::make_shared<const ShuffledItemsEntry>(Entry("f"));
+    ASSERT_EQ(Utf8((*entry->GetPathItems())[1]->FileName()), "b.tf");
+    const auto path = MakePath({entry});
+    const auto found = path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"a", {u".tf", u".tfc"}), CaseRuleTwo);
+    std::vector<std::string> names;
+    for (const FoundItem& hit : found) names.push_back(Utf8(hit.GetPathItem()->FileName()));
+    EXPECT_EQ(names, (std::vector<std::string>{"a.tf", "A.tfc"}));
 }
 
 } // namespace
