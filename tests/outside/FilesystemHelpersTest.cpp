@@ -21,6 +21,11 @@ TEST(FilesystemHelpers, StemAndExtensionSplitAtTheLastDotOfTheName) {
         EXPECT_EQ(extract_extension(name), extension) << ustring_to_utf8(name);
         EXPECT_EQ(extract_stem(name), stem) << ustring_to_utf8(name);
     }
+    // The dot itself: a dot of a folder above doesn't count, one at the end does.
+    const std::pair<ustring, std::size_t> dots[] = {{u"a.b.tfx", 3},  {u"file.", 4},  {u"a..", 2},
+                                                    {u".", 0},        {u"noext", ustring::npos},
+                                                    {u"a./", ustring::npos}, {u"x./.", 3}, {u"d.x/f", ustring::npos}};
+    for (const auto& [name, dot] : dots) EXPECT_EQ(extension_dot(name), dot) << ustring_to_utf8(name);
 }
 
 TEST(FilesystemHelpers, NativeFormAndInstallPath) {
@@ -48,6 +53,15 @@ TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
     EXPECT_EQ(utf8_to_ustring("\xED\xA0\x80"), bad + bad + bad);      // an encoded surrogate
     EXPECT_EQ(utf8_to_ustring("x\xE2\x82"), u"x" + bad + bad);         // cut short at the end
     EXPECT_EQ(utf8_to_ustring("\xE2\x82\xC3\xA9"), bad + bad + u"é");  // a valid sequence right after
+    // Appending keeps what stands before, and a name that turns non-ASCII
+    // midway, or ends badly, converts as it would alone.
+    ustring names = u"first";
+    for (const std::string piece : {"", "ascii", "plain é € \xF0\x9D\x84\x9E end", "a\xFF", "x\xE2\x82"}) {
+        const ustring before = names;
+        fl::i18n::append_utf8_to_ustring(names, piece);
+        EXPECT_EQ(names, before + utf8_to_ustring(piece)) << piece;
+    }
+    EXPECT_EQ(names, u"firstasciiplain é € \U0001D11E enda" + bad + u"x" + bad + bad);
     // Lone surrogates become replacements.
     EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD" "a");
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");

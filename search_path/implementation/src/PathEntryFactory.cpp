@@ -18,6 +18,7 @@
 #include <iomanip>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <sstream>
 #include <stdexcept>
 #include <typeinfo>
@@ -57,25 +58,18 @@ private:
 };
 
 // The item of a file name, made in `block`: the name in its native form,
-// split at its last dot. A name that ends in a dot keeps that dot as its
-// extension, so that it can still be asked for; one whose only dot leads it
-// (".profile") has an empty stem. A listing and the toolbox cache both make
-// their items here, so that a name gives the same item whichever road it
-// came by. The name is taken by value: its buffer becomes the stem's.
+// split at its last dot, the extension keeping the dot. A name that ends in
+// a dot so keeps that dot as its extension, and can still be asked for; one
+// whose only dot leads it (".profile") has an empty stem. A listing and the
+// toolbox cache both make their items here, so that a name gives the same
+// item whichever road it came by. The name is taken by value: its buffer
+// becomes the stem's.
 PathItem& EmplaceItem(PathItemBlock& block, ustring name, const CanonicalAbsoluteIRI& folder) {
     if (!name.empty()) name = fl::filesystem::detail::make_native_form(std::move(name), 1);
-    const ustring afterDot = fl::filesystem::extract_extension(name);
     ustring extension;
-    if (!afterDot.empty()) {
-        // The stem is what stands before the extension's dot: the name cut
-        // short, which reuses its buffer.
-        name.resize(name.size() - afterDot.size() - 1);
-        extension.reserve(afterDot.size() + 1);
-        extension.push_back(u'.');
-        extension.append(afterDot);
-    } else if (!name.empty() && name.back() == u'.') {
-        name.pop_back();
-        extension = u".";
+    if (const std::size_t dot = fl::filesystem::extension_dot(name); dot != ustring::npos) {
+        extension.assign(name, dot);
+        name.resize(dot);
     }
     return block.Emplace(std::move(name), std::move(extension), CanonicalAbsoluteIRI(folder));
 }
@@ -258,11 +252,12 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
     const CanonicalAbsoluteIRI canonical = folder.getCanonicalLocation();
     PathItemVector items;
     {
-        std::vector<foundation::storage::vfs::File> files = folder.listFiles(ustring());
-        items.reserve(files.size());
-        const auto block = std::make_shared<PathItemBlock>(files.size());
-        for (const auto& file : files)
-            items.push_back(PathItemPointer(block, &EmplaceItem(*block, file.getName(), canonical)));
+        // Read in place: each name is copied once, into its item.
+        const std::span<const ustring_view> names = folder.fileNames();
+        items.reserve(names.size());
+        const auto block = std::make_shared<PathItemBlock>(names.size());
+        for (const ustring_view name : names)
+            items.push_back(PathItemPointer(block, &EmplaceItem(*block, ustring(name), canonical)));
     }
     const PathEntryType type = GetFolderEntryType(folder);
     PathEntryChildren children = ListChildren(folder, canonical, type, state);

@@ -2,20 +2,30 @@
 
 #include <boost/locale/utf.hpp>
 
-#include <algorithm>
 
 namespace fl::i18n {
 
 namespace utf = boost::locale::utf;
 
 ustring utf8_to_ustring(std::string_view utf8) {
-    // Names are mostly ASCII: widen the ASCII run at the start in one go,
-    // and decode only from the first byte that isn't.
-    const auto ascii = std::find_if(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
-    ustring out(utf8.begin(), ascii);
-    if (ascii == utf8.end()) return out;
-    out.reserve(utf8.size());
-    const char* it = utf8.data() + (ascii - utf8.begin());
+    ustring out;
+    append_utf8_to_ustring(out, utf8);
+    return out;
+}
+
+void append_utf8_to_ustring(ustring& out, std::string_view utf8) {
+    // Names are mostly ASCII: widen the ASCII run at the start in one go
+    // into room made for all of it, and decode only from the first byte
+    // that isn't.
+    const std::size_t start = out.size();
+    out.resize(start + utf8.size());
+    char16_t* const widened = out.data() + start;
+    std::size_t ascii = 0;
+    for (; ascii < utf8.size() && static_cast<unsigned char>(utf8[ascii]) < 0x80; ++ascii)
+        widened[ascii] = static_cast<char16_t>(utf8[ascii]);
+    out.resize(start + ascii);
+    if (ascii == utf8.size()) return;
+    const char* it = utf8.data() + ascii;
     const char* const end = utf8.data() + utf8.size();
     while (it != end) {
         // Names are mostly ASCII: copy those bytes without decoding.
@@ -23,17 +33,16 @@ ustring utf8_to_ustring(std::string_view utf8) {
             out += static_cast<char16_t>(*it++);
             continue;
         }
-        const char* const start = it;
+        const char* const first = it;
         utf::code_point cp = utf::utf_traits<char>::decode(it, end);
         if (cp == utf::illegal || cp == utf::incomplete) {
             // Skip exactly one byte of the bad sequence, so that a valid
             // sequence right after it is still decoded.
-            it = start + 1;
+            it = first + 1;
             cp = 0xFFFD;
         }
         utf::utf_traits<char16_t>::encode(cp, std::back_inserter(out));
     }
-    return out;
 }
 
 std::string ustring_to_utf8(ustring_view text) {
