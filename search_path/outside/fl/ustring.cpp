@@ -2,6 +2,10 @@
 
 #include <boost/locale/utf.hpp>
 
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 
 namespace fl::i18n {
 
@@ -46,10 +50,15 @@ void append_utf8_to_ustring(ustring& out, std::string_view utf8) {
 }
 
 std::string ustring_to_utf8(ustring_view text) {
-    std::string out;
-    out.reserve(text.size());
-    const char16_t* it = text.data();
-    const char16_t* const end = it + text.size();
+    // Paths are mostly ASCII: narrow the ASCII run at the start into room
+    // made for all of it, and encode only from the first unit that isn't.
+    std::string out(text.size(), '\0');
+    std::size_t ascii = 0;
+    for (; ascii < text.size() && text[ascii] < 0x80; ++ascii) out[ascii] = static_cast<char>(text[ascii]);
+    if (ascii == text.size()) return out;
+    out.resize(ascii);
+    const char16_t* it = text.data() + ascii;
+    const char16_t* const end = text.data() + text.size();
     while (it != end) {
         if (*it < 0x80) {
             out += static_cast<char>(*it++);
@@ -64,6 +73,26 @@ std::string ustring_to_utf8(ustring_view text) {
         utf::utf_traits<char>::encode(cp, std::back_inserter(out));
     }
     return out;
+}
+
+int compare_code_units(ustring_view a, ustring_view b) {
+    const std::size_t common = std::min(a.size(), b.size());
+    std::size_t i = 0;
+    for (; i + 4 <= common; i += 4) {
+        std::uint64_t x;
+        std::uint64_t y;
+        std::memcpy(&x, a.data() + i, sizeof x);
+        std::memcpy(&y, b.data() + i, sizeof y);
+        if (x == y) continue;
+        // The first unit that differs, by where its bits lie in the word.
+        const std::uint64_t differ = x ^ y;
+        i += static_cast<std::size_t>(std::endian::native == std::endian::little ? std::countr_zero(differ)
+                                                                                 : std::countl_zero(differ)) / 16;
+        return a[i] < b[i] ? -1 : 1;
+    }
+    for (; i < common; ++i)
+        if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
+    return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
 }
 
 } // namespace fl::i18n

@@ -265,6 +265,9 @@ const Folder::Listing& Folder::listing() const {
         const ssize_t filled = ::getdents64(dirFd, buffer, sizeof buffer);
         if (filled < 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
         if (filled == 0) break;
+        // A name takes no more units than its bytes, and its entry more
+        // bytes than that: room for all the names read, made at once.
+        listing->fileNameText.reserve(listing->fileNameText.size() + static_cast<std::size_t>(filled));
         for (ssize_t offset = 0; offset < filled;) {
             const auto& entry = *reinterpret_cast<const dirent64*>(buffer + offset);
             offset += entry.d_reclen;

@@ -59,7 +59,13 @@ ustring foldCase(ustring_view text) {
 }
 
 void foldCaseInPlace(ustring& text) {
+    // Names are mostly ASCII: the run of ASCII at the start is folded
+    // through a plain pointer, which the general loop below, that may
+    // replace the string, can't hold on to.
+    char16_t* const units = text.data();
+    const std::size_t size = text.size();
     std::size_t i = 0;
+    for (; i < size && units[i] < 0x80; ++i) units[i] = foldAscii(units[i]);
     while (i < text.size()) {
         const char16_t unit = text[i];
         if (unit < 0x80) {
