@@ -67,4 +67,19 @@ TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");
 }
 
+// The order of code units, taken four at a time: it must agree with
+// ustring::compare wherever the first difference lies within a word, for
+// units above the ASCII range (compared as unsigned) and for prefixes.
+TEST(Utf, CodeUnitOrderIsTheOrderOfUstringCompare) {
+    const ustring texts[] = {u"",          u"a",         u"abc",        u"abcd",      u"abcde",
+                             u"abcdefgh",  u"abcdefgi",  u"abcdefghi",  u"abcdXfgh",  u"abcd\uFFFF",
+                             u"abcd\u0100", u"ab\u0100a", u"ab\u0001b", u"\uE000x",  ustring(1, char16_t(0xD800)),
+                             u"ABCDEFGH",  u"abcdefg\u00E9", u"abcdefgé!"};
+    const auto sign = [](int c) { return (c > 0) - (c < 0); };
+    for (const ustring& a : texts)
+        for (const ustring& b : texts)
+            EXPECT_EQ(fl::i18n::compare_code_units(a, b), sign(a.compare(b)))
+                << ustring_to_utf8(a) << " against " << ustring_to_utf8(b);
+}
+
 } // namespace
