@@ -117,6 +117,20 @@ TEST_F(StorageFolder, CanonicalLocationResolvesDotDotAndLinks) {
     EXPECT_EQ(folder("c").getParent().getCanonicalLocation(), tree.iri(""));
 }
 
+// A name that opens as it is keeps its own spelling as the canonical one,
+// unless its spelling doesn't survive the trip to the system's UTF-8: an
+// unpaired surrogate reaches the disk as U+FFFD, and so comes back.
+TEST_F(StorageFolder, ANameThatOpensAsItIsIsCanonicalUnlessItsSpellingChangedOnTheWay) {
+    tree.folder("plain");
+    tree.folder("sub\xEF\xBF\xBD");  // U+FFFD
+    tree.folder("astral\xF0\x9D\x84\x9E");
+    EXPECT_EQ(folder("plain").getCanonicalLocation().getPath(), tree.upath("plain"));
+    const ustring lone = tree.upath("sub") + ustring(1, char16_t(0xD800));
+    const Folder surrogate(toAbsoluteIRI(u"file", lone), storage);
+    EXPECT_EQ(surrogate.getCanonicalLocation().getPath(), tree.upath("sub") + u"\uFFFD");
+    EXPECT_EQ(folder("astral\xF0\x9D\x84\x9E").getCanonicalLocation().getPath(), tree.upath("astral") + u"\U0001D11E");
+}
+
 TEST_F(StorageFolder, CanonicalNamesAreTakenWithoutAskingTheDisk) {
     tree.folder("top/sub");
     tree.folder("elsewhere");

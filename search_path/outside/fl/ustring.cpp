@@ -11,26 +11,21 @@ namespace fl::i18n {
 
 namespace utf = boost::locale::utf;
 
-ustring utf8_to_ustring(std::string_view utf8) {
-    ustring out;
-    append_utf8_to_ustring(out, utf8);
-    return out;
-}
+namespace {
 
-void append_utf8_to_ustring(ustring& out, std::string_view utf8) {
-    // Names are mostly ASCII: widen the ASCII run at the start in one go
-    // into room made for all of it, and decode only from the first byte
-    // that isn't.
-    const std::size_t start = out.size();
-    out.resize(start + utf8.size());
-    char16_t* const widened = out.data() + start;
+// Widens the ASCII bytes at the start of `utf8` into `out`, which has room
+// for all of `utf8`; gives how many there were.
+std::size_t widenAscii(std::string_view utf8, char16_t* out) {
     std::size_t ascii = 0;
     for (; ascii < utf8.size() && static_cast<unsigned char>(utf8[ascii]) < 0x80; ++ascii)
-        widened[ascii] = static_cast<char16_t>(utf8[ascii]);
-    out.resize(start + ascii);
-    if (ascii == utf8.size()) return;
-    const char* it = utf8.data() + ascii;
-    const char* const end = utf8.data() + utf8.size();
+        out[ascii] = static_cast<char16_t>(utf8[ascii]);
+    return ascii;
+}
+
+// Appends the rest of a text whose first byte isn't ASCII.
+void decodeRest(ustring& out, std::string_view utf8) {
+    const char* it = utf8.data();
+    const char* const end = it + utf8.size();
     while (it != end) {
         // Names are mostly ASCII: copy those bytes without decoding.
         if (static_cast<unsigned char>(*it) < 0x80) {
@@ -47,6 +42,27 @@ void append_utf8_to_ustring(ustring& out, std::string_view utf8) {
         }
         utf::utf_traits<char16_t>::encode(cp, std::back_inserter(out));
     }
+}
+
+} // namespace
+
+// Names are mostly ASCII: the ASCII run at the start is widened in one go
+// into room made for all of the text, and only what follows it decoded.
+ustring utf8_to_ustring(std::string_view utf8) {
+    ustring out(utf8.size(), u'\0');
+    const std::size_t ascii = widenAscii(utf8, out.data());
+    if (ascii == utf8.size()) return out;
+    out.resize(ascii);
+    decodeRest(out, utf8.substr(ascii));
+    return out;
+}
+
+void append_utf8_to_ustring(ustring& out, std::string_view utf8) {
+    const std::size_t start = out.size();
+    out.resize(start + utf8.size());
+    const std::size_t ascii = widenAscii(utf8, out.data() + start);
+    out.resize(start + ascii);
+    if (ascii != utf8.size()) decodeRest(out, utf8.substr(ascii));
 }
 
 std::string ustring_to_utf8(ustring_view text) {

@@ -1,5 +1,6 @@
 #include "foundation/storage/vfs/Folder.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -218,7 +219,15 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
         resolved = walked.get();
     }
 
-    CanonicalAbsoluteIRI canonical(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved)), ustring());
+    // A name that opened as it is and comes back from UTF-8 as it was (no
+    // unpaired surrogate in it) is its own canonical name: it needs no
+    // second conversion, parse and hash.
+    const ustring& given = iri_.getPath();
+    const bool asGiven = resolved == path && std::none_of(given.begin(), given.end(), [](char16_t unit) {
+                             return unit >= 0xD800 && unit <= 0xDFFF;
+                         });
+    CanonicalAbsoluteIRI canonical = asGiven ? CanonicalAbsoluteIRI(iri_, ustring())
+                                             : CanonicalAbsoluteIRI(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved)), ustring());
     std::lock_guard lock(state_->canonicalMutex);
     if (!state_->canonical) state_->canonical = std::move(canonical);
     return *state_->canonical;
