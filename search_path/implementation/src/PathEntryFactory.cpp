@@ -57,20 +57,25 @@ private:
     const std::size_t capacity_;
 };
 
+// What becomes of the buffer a name is handed in: the toolbox cache hands
+// over each name's own buffer, which becomes the stem's; a listing passes
+// every name of a folder through one buffer, and the stem gets a string of
+// its own length, which holds a short stem without an allocation.
+enum class NameBuffer { BecomesStem, Reused };
+
 // The item of a file name, made in `block`: the name in its native form,
 // split at its last dot, the extension keeping the dot. A name that ends in
 // a dot so keeps that dot as its extension, and can still be asked for; one
 // whose only dot leads it (".profile") has an empty stem. A listing and the
 // toolbox cache both make their items here, so that a name gives the same
-// item whichever road it came by. The name is taken by value: its buffer
-// becomes the stem's.
-PathItem& EmplaceItem(PathItemBlock& block, ustring name, const CanonicalAbsoluteIRI& folder) {
+// item whichever road it came by.
+PathItem& EmplaceItem(PathItemBlock& block, ustring& name, NameBuffer buffer, const CanonicalAbsoluteIRI& folder) {
     if (!name.empty()) name = fl::filesystem::detail::make_native_form(std::move(name), 1);
-    ustring extension;
-    if (const std::size_t dot = fl::filesystem::extension_dot(name); dot != ustring::npos) {
-        extension.assign(name, dot);
-        name.resize(dot);
-    }
+    const std::size_t dot = fl::filesystem::extension_dot(name);
+    const std::size_t stemLength = dot == ustring::npos ? name.size() : dot;
+    ustring extension(name.data() + stemLength, name.size() - stemLength);
+    if (buffer == NameBuffer::Reused) return block.Emplace(ustring(name.data(), stemLength), std::move(extension), CanonicalAbsoluteIRI(folder));
+    name.resize(stemLength);
     return block.Emplace(std::move(name), std::move(extension), CanonicalAbsoluteIRI(folder));
 }
 
@@ -256,8 +261,11 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
         const std::span<const ustring_view> names = folder.fileNames();
         items.reserve(names.size());
         const auto block = std::make_shared<PathItemBlock>(names.size());
-        for (const ustring_view name : names)
-            items.push_back(PathItemPointer(block, &EmplaceItem(*block, ustring(name), canonical)));
+        ustring name;
+        for (const ustring_view listed : names) {
+            name.assign(listed);
+            items.push_back(PathItemPointer(block, &EmplaceItem(*block, name, NameBuffer::Reused, canonical)));
+        }
     }
     const PathEntryType type = GetFolderEntryType(folder);
     PathEntryChildren children = ListChildren(folder, canonical, type, state);
@@ -317,10 +325,10 @@ struct PathEntryFactory::CacheFrame {
 namespace {
 
 // A file of the cache: the item of its name, with the kind the file gives.
-// The name is the reader's no more: it moves into the item.
+// The name is the reader's no more: its buffer becomes the item's stem.
 PathItemPointer MakeCachedItem(PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
                                const std::shared_ptr<PathItemBlock>& block) {
-    PathItem& item = EmplaceItem(*block, std::move(file.name), folder);
+    PathItem& item = EmplaceItem(*block, file.name, NameBuffer::BecomesStem, folder);
     item.contentKind.store(file.kind == 'C' ? KindC : file.kind == 'N' ? KindN : KindU, std::memory_order_relaxed);
     return PathItemPointer(block, &item);
 }
