@@ -1,4 +1,5 @@
 #include "fl/filesystem/Filesystem.hpp"
+#include "fl/i18n/TextConverters.hpp"
 #include "fl/ustring.hpp"
 #include "foundation/usm/StateStore.hpp"
 
@@ -65,6 +66,25 @@ TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
     // Lone surrogates become replacements.
     EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD" "a");
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");
+}
+
+// A strict converter refuses what a substituting one replaces, also when it
+// appends, and then leaves the text as it was.
+TEST(Utf, AStrictConverterRefusesBadBytesAndLeavesWhatItAppendedTo) {
+    const fl::i18n::codecvt_string_to_ustring strict("UTF-8", false);
+    const fl::i18n::codecvt_string_to_ustring substituting("UTF-8", true);
+    ustring text = u"kept";
+    strict.append(text, "caf\xC3\xA9");
+    EXPECT_EQ(text, u"keptcafé");
+    EXPECT_THROW(strict.append(text, "bad\xFF"), std::range_error);
+    EXPECT_EQ(text, u"keptcafé");
+    EXPECT_THROW(strict("bad\xFF"), std::range_error);
+    // A replacement character written as such is no fault.
+    strict.append(text, "\xEF\xBF\xBD");
+    EXPECT_EQ(text, u"keptcafé\uFFFD");
+    substituting.append(text, "bad\xFF");
+    EXPECT_EQ(text, u"keptcafé\uFFFDbad\uFFFD");
+    EXPECT_EQ(substituting("bad\xFF"), u"bad\uFFFD");
 }
 
 // The order of code units, taken four at a time: it must agree with

@@ -57,26 +57,21 @@ private:
     const std::size_t capacity_;
 };
 
-// What becomes of the buffer a name is handed in: the toolbox cache hands
-// over each name's own buffer, which becomes the stem's; a listing passes
-// every name of a folder through one buffer, and the stem gets a string of
-// its own length, which holds a short stem without an allocation.
-enum class NameBuffer { BecomesStem, Reused };
-
 // The item of a file name, made in `block`: the name in its native form,
 // split at its last dot, the extension keeping the dot. A name that ends in
 // a dot so keeps that dot as its extension, and can still be asked for; one
 // whose only dot leads it (".profile") has an empty stem. A listing and the
 // toolbox cache both make their items here, so that a name gives the same
-// item whichever road it came by.
-PathItem& EmplaceItem(PathItemBlock& block, ustring& name, NameBuffer buffer, const CanonicalAbsoluteIRI& folder) {
+// item whichever road it came by. The names of a folder pass through one
+// buffer, `name`, and the stem and the extension get strings of their own
+// lengths, which hold short ones without an allocation.
+PathItem& EmplaceItem(PathItemBlock& block, ustring_view given, ustring& name, const CanonicalAbsoluteIRI& folder) {
+    name.assign(given);
     if (!name.empty()) name = fl::filesystem::detail::make_native_form(std::move(name), 1);
     const std::size_t dot = fl::filesystem::extension_dot(name);
     const std::size_t stemLength = dot == ustring::npos ? name.size() : dot;
-    ustring extension(name.data() + stemLength, name.size() - stemLength);
-    if (buffer == NameBuffer::Reused) return block.Emplace(ustring(name.data(), stemLength), std::move(extension), CanonicalAbsoluteIRI(folder));
-    name.resize(stemLength);
-    return block.Emplace(std::move(name), std::move(extension), CanonicalAbsoluteIRI(folder));
+    return block.Emplace(ustring(name.data(), stemLength), ustring(name.data() + stemLength, name.size() - stemLength),
+                         CanonicalAbsoluteIRI(folder));
 }
 
 using WeakEntryMap = tbb::concurrent_hash_map<CanonicalAbsoluteIRI, std::weak_ptr<const IPathEntry>, IRIHashCompare>;
@@ -261,11 +256,9 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
         const std::span<const ustring_view> names = folder.fileNames();
         items.reserve(names.size());
         const auto block = std::make_shared<PathItemBlock>(names.size());
-        ustring name;
-        for (const ustring_view listed : names) {
-            name.assign(listed);
-            items.push_back(PathItemPointer(block, &EmplaceItem(*block, name, NameBuffer::Reused, canonical)));
-        }
+        ustring buffer;
+        for (const ustring_view name : names)
+            items.push_back(PathItemPointer(block, &EmplaceItem(*block, name, buffer, canonical)));
     }
     const PathEntryType type = GetFolderEntryType(folder);
     PathEntryChildren children = ListChildren(folder, canonical, type, state);
@@ -325,10 +318,9 @@ struct PathEntryFactory::CacheFrame {
 namespace {
 
 // A file of the cache: the item of its name, with the kind the file gives.
-// The name is the reader's no more: its buffer becomes the item's stem.
-PathItemPointer MakeCachedItem(PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
-                               const std::shared_ptr<PathItemBlock>& block) {
-    PathItem& item = EmplaceItem(*block, file.name, NameBuffer::BecomesStem, folder);
+PathItemPointer MakeCachedItem(const PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
+                               const std::shared_ptr<PathItemBlock>& block, ustring& buffer) {
+    PathItem& item = EmplaceItem(*block, file.name, buffer, folder);
     item.contentKind.store(file.kind == 'C' ? KindC : file.kind == 'N' ? KindN : KindU, std::memory_order_relaxed);
     return PathItemPointer(block, &item);
 }
@@ -406,7 +398,8 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderConte
     frame.items.reserve(contents.files.size());
     // One allocation for the folder's items, as a listing makes them.
     const auto block = std::make_shared<PathItemBlock>(contents.files.size());
-    for (auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
+    ustring buffer;
+    for (const auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block, buffer));
     // Nothing is listed: the folder and its frozen observer don't read the disk.
     auto observer = observerFactory.CreateFrozenObserver(Folder(iri, storageSystem));
     auto entry = PathEntry::Create(
