@@ -106,6 +106,31 @@ TEST(CacheReaderTest, AcceptsTheWritersFormatAndFreeWhiteSpace) {
     EXPECT_EQ(Read(cases[7].file).stoppedAt, static_cast<std::streamoff>(cases[7].file.find(kEnd) + kEnd.size() - 1));
 }
 
+// A folder's file names share one buffer: they must read back as written,
+// short and long, empty and not ASCII, also after the folder has been moved
+// about as its parent's list of subfolders grew.
+TEST(CacheReaderTest, FileNamesReadBackAfterTheirFoldersMoved) {
+    std::string file = kStart + "<D name=\"m\">";
+    std::string dump = "m[";
+    for (int i = 0; i < 40; ++i) {
+        const std::string sub = "m/+p" + std::to_string(i);
+        const std::string names[] = {"a", "", "a_rather_long_file_name_" + std::to_string(i) + ".tf", "\xC3\xA9t\xC3\xA9.tf"};
+        file += "<D name=\"" + sub + "\">";
+        dump += (i ? " " : "") + sub + "[";
+        for (std::size_t n = 0; n < std::size(names); ++n) {
+            file += "<N name=\"" + names[n] + "\"/>";
+            dump += (n ? " N:" : "N:") + names[n];
+        }
+        file += "</D>";
+        dump += "]";
+    }
+    file += "<C name=\"last\"/></D>" + kEnd;
+    dump += " C:last]";
+    const ReadResult result = Read(file);
+    EXPECT_FALSE(result.rejected);
+    EXPECT_EQ(result.folders, dump);
+}
+
 // Each file marks its fault with "^": the reader must stop there (at the
 // offending byte, or at the end of the input), having handed out exactly the
 // folders closed before it.

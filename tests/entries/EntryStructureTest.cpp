@@ -77,13 +77,21 @@ TEST_F(EntryStructureTest, FileNamesSplitAtTheLastDot) {
     tree.file("f/noext");
     tree.file("f/trailing.");
     tree.file("f/.hidden");
+    tree.file("f/twice..");
+    tree.file("f/Été.Tf");
+    tree.file("f/日本");
+    tree.file("f/bad\xFF.x\xFF");
     const auto entry = Entry("f");
     std::vector<std::pair<std::string, std::string>> split;
     for (const auto& item : *entry->GetPathItems()) split.emplace_back(Utf8(item->stem), Utf8(item->extension));
     EXPECT_THAT(split, ::testing::UnorderedElementsAre(std::pair<std::string, std::string>{"a.b", ".tf"},
                                                        std::pair<std::string, std::string>{"noext", ""},
                                                        std::pair<std::string, std::string>{"trailing", "."},
-                                                       std::pair<std::string, std::string>{"", ".hidden"}));
+                                                       std::pair<std::string, std::string>{"", ".hidden"},
+                                                       std::pair<std::string, std::string>{"twice.", "."},
+                                                       std::pair<std::string, std::string>{"Été", ".Tf"},
+                                                       std::pair<std::string, std::string>{"日本", ""},
+                                                       std::pair<std::string, std::string>{"bad\uFFFD", ".x\uFFFD"}));
 }
 
 TEST_F(EntryStructureTest, ItemsAreSortedSoThatCaseVariantsStandTogether) {

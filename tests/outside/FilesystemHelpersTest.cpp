@@ -1,4 +1,5 @@
 #include "fl/filesystem/Filesystem.hpp"
+#include "fl/i18n/TextConverters.hpp"
 #include "fl/ustring.hpp"
 #include "foundation/usm/StateStore.hpp"
 
@@ -21,6 +22,11 @@ TEST(FilesystemHelpers, StemAndExtensionSplitAtTheLastDotOfTheName) {
         EXPECT_EQ(extract_extension(name), extension) << ustring_to_utf8(name);
         EXPECT_EQ(extract_stem(name), stem) << ustring_to_utf8(name);
     }
+    // The dot itself: a dot of a folder above doesn't count, one at the end does.
+    const std::pair<ustring, std::size_t> dots[] = {{u"a.b.tfx", 3},  {u"file.", 4},  {u"a..", 2},
+                                                    {u".", 0},        {u"noext", ustring::npos},
+                                                    {u"a./", ustring::npos}, {u"x./.", 3}, {u"d.x/f", ustring::npos}};
+    for (const auto& [name, dot] : dots) EXPECT_EQ(extension_dot(name), dot) << ustring_to_utf8(name);
 }
 
 TEST(FilesystemHelpers, NativeFormAndInstallPath) {
@@ -48,9 +54,52 @@ TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
     EXPECT_EQ(utf8_to_ustring("\xED\xA0\x80"), bad + bad + bad);      // an encoded surrogate
     EXPECT_EQ(utf8_to_ustring("x\xE2\x82"), u"x" + bad + bad);         // cut short at the end
     EXPECT_EQ(utf8_to_ustring("\xE2\x82\xC3\xA9"), bad + bad + u"é");  // a valid sequence right after
+    // Appending keeps what stands before, and a name that turns non-ASCII
+    // midway, or ends badly, converts as it would alone.
+    ustring names = u"first";
+    for (const std::string piece : {"", "ascii", "plain é € \xF0\x9D\x84\x9E end", "a\xFF", "x\xE2\x82"}) {
+        const ustring before = names;
+        fl::i18n::append_utf8_to_ustring(names, piece);
+        EXPECT_EQ(names, before + utf8_to_ustring(piece)) << piece;
+    }
+    EXPECT_EQ(names, u"firstasciiplain é € \U0001D11E enda" + bad + u"x" + bad + bad);
     // Lone surrogates become replacements.
     EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD" "a");
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");
+}
+
+// A strict converter refuses what a substituting one replaces, also when it
+// appends, and then leaves the text as it was.
+TEST(Utf, AStrictConverterRefusesBadBytesAndLeavesWhatItAppendedTo) {
+    const fl::i18n::codecvt_string_to_ustring strict("UTF-8", false);
+    const fl::i18n::codecvt_string_to_ustring substituting("UTF-8", true);
+    ustring text = u"kept";
+    strict.append(text, "caf\xC3\xA9");
+    EXPECT_EQ(text, u"keptcafé");
+    EXPECT_THROW(strict.append(text, "bad\xFF"), std::range_error);
+    EXPECT_EQ(text, u"keptcafé");
+    EXPECT_THROW(strict("bad\xFF"), std::range_error);
+    // A replacement character written as such is no fault.
+    strict.append(text, "\xEF\xBF\xBD");
+    EXPECT_EQ(text, u"keptcafé\uFFFD");
+    substituting.append(text, "bad\xFF");
+    EXPECT_EQ(text, u"keptcafé\uFFFDbad\uFFFD");
+    EXPECT_EQ(substituting("bad\xFF"), u"bad\uFFFD");
+}
+
+// The order of code units, taken four at a time: it must agree with
+// ustring::compare wherever the first difference lies within a word, for
+// units above the ASCII range (compared as unsigned) and for prefixes.
+TEST(Utf, CodeUnitOrderIsTheOrderOfUstringCompare) {
+    const ustring texts[] = {u"",          u"a",         u"abc",        u"abcd",      u"abcde",
+                             u"abcdefgh",  u"abcdefgi",  u"abcdefghi",  u"abcdXfgh",  u"abcd\uFFFF",
+                             u"abcd\u0100", u"ab\u0100a", u"ab\u0001b", u"\uE000x",  ustring(1, char16_t(0xD800)),
+                             u"ABCDEFGH",  u"abcdefg\u00E9", u"abcdefgé!"};
+    const auto sign = [](int c) { return (c > 0) - (c < 0); };
+    for (const ustring& a : texts)
+        for (const ustring& b : texts)
+            EXPECT_EQ(fl::i18n::compare_code_units(a, b), sign(a.compare(b)))
+                << ustring_to_utf8(a) << " against " << ustring_to_utf8(b);
 }
 
 } // namespace

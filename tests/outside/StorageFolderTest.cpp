@@ -7,6 +7,8 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <optional>
+#include <span>
 #include <thread>
 
 namespace {
@@ -17,6 +19,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
+using ::testing::UnorderedElementsAreArray;
 
 template <class T>
 std::vector<ustring> names(const std::vector<T>& items) {
@@ -63,6 +66,33 @@ TEST_F(StorageFolder, ListsFilesAndFoldersApartFollowingLinks) {
     EXPECT_THAT(folder("top/+pkg").listFiles(u""), IsEmpty());
 }
 
+// The names read in place are the listed files' names, whatever their
+// bytes, also when the directory takes several readings and the buffer that
+// holds them grows, and they stay valid for as long as any copy lives.
+TEST_F(StorageFolder, FileNamesInPlaceAreTheListedFilesAndOutliveTheFolderThatRead) {
+    std::vector<ustring> expected;
+    // Long names, so that the directory fills more than one reading.
+    for (int i = 0; i < 1500; ++i) {
+        const std::string name = "file_with_a_rather_long_name_" + std::to_string(i) + ".tf";
+        tree.file("many/" + name);
+        expected.push_back(fl::i18n::utf8_to_ustring(name));
+    }
+    for (const char* name : {"é.tf", "日本.tf", "bad\xFF.tf", "x", "trailing."}) tree.file(std::string("many/") + name);
+    for (const char16_t* name : {u"é.tf", u"日本.tf", u"bad\uFFFD.tf", u"x", u"trailing."}) expected.emplace_back(name);
+    tree.folder("many/sub");
+
+    std::optional<Folder> copy;
+    {
+        const Folder many = folder("many");
+        copy = many;
+        const std::span<const ustring_view> inPlace = many.fileNames();
+        EXPECT_EQ(std::vector<ustring>(inPlace.begin(), inPlace.end()), names(many.listFiles(u"")));
+    }
+    const std::span<const ustring_view> inPlace = copy->fileNames();
+    EXPECT_THAT(std::vector<ustring>(inPlace.begin(), inPlace.end()), UnorderedElementsAreArray(expected));
+    EXPECT_THAT(folder("many/sub").fileNames(), IsEmpty());
+}
+
 TEST_F(StorageFolder, AFolderIsASnapshotSharedByItsCopies) {
     tree.file("top/a.tf");
     const Folder top = folder("top");
@@ -85,6 +115,20 @@ TEST_F(StorageFolder, CanonicalLocationResolvesDotDotAndLinks) {
     EXPECT_EQ(folder("a/b/inner").getCanonicalLocation(), tree.iri("a/b/inner"));
     EXPECT_EQ(folder("link/..").getCanonicalLocation(), tree.iri("a"));  // ".." of where the link leads
     EXPECT_EQ(folder("c").getParent().getCanonicalLocation(), tree.iri(""));
+}
+
+// A name that opens as it is keeps its own spelling as the canonical one,
+// unless its spelling doesn't survive the trip to the system's UTF-8: an
+// unpaired surrogate reaches the disk as U+FFFD, and so comes back.
+TEST_F(StorageFolder, ANameThatOpensAsItIsIsCanonicalUnlessItsSpellingChangedOnTheWay) {
+    tree.folder("plain");
+    tree.folder("sub\xEF\xBF\xBD");  // U+FFFD
+    tree.folder("astral\xF0\x9D\x84\x9E");
+    EXPECT_EQ(folder("plain").getCanonicalLocation().getPath(), tree.upath("plain"));
+    const ustring lone = tree.upath("sub") + ustring(1, char16_t(0xD800));
+    const Folder surrogate(toAbsoluteIRI(u"file", lone), storage);
+    EXPECT_EQ(surrogate.getCanonicalLocation().getPath(), tree.upath("sub") + u"\uFFFD");
+    EXPECT_EQ(folder("astral\xF0\x9D\x84\x9E").getCanonicalLocation().getPath(), tree.upath("astral") + u"\U0001D11E");
 }
 
 TEST_F(StorageFolder, CanonicalNamesAreTakenWithoutAskingTheDisk) {

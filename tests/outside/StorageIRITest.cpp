@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -126,6 +127,19 @@ TEST(StorageComparator, FoldingIsSimpleUnicodeFolding) {
     foldCaseInPlace(inPlace);
     EXPECT_EQ(inPlace, expected);
     EXPECT_EQ(foldCase(u"Straße"), u"straße");
+    // An ASCII start is folded on its own road: the letters' neighbours in
+    // ASCII stay, and what follows the first other unit still folds.
+    for (const auto& [text, folded] : {std::pair<ustring, ustring>{u"AZ@[`{az09_", u"az@[`{az09_"},
+                                       std::pair<ustring, ustring>{u"ABC_Ä\u212AZ", u"abc_äkz"},
+                                       std::pair<ustring, ustring>{u"XY\U00010400Q", u"xy\U00010428q"},
+                                       // Whole words of ASCII, and a word cut by a non-ASCII unit.
+                                       std::pair<ustring, ustring>{u"ABCDEFGH@Z[a`z{IJ", u"abcdefgh@z[a`z{ij"},
+                                       std::pair<ustring, ustring>{u"ABCÄEFGH", u"abcäefgh"},
+                                       std::pair<ustring, ustring>{u"ABCD\u00C0BCD", u"abcd\u00E0bcd"}}) {
+        ustring folding = text;
+        foldCaseInPlace(folding);
+        EXPECT_EQ(folding, folded) << fl::i18n::ustring_to_utf8(text);
+    }
 
     // Comparisons take texts of different lengths as different: folding
     // must keep every code point's length.

@@ -51,7 +51,7 @@ int PathCacheReader::NextElement() {
     return letter;
 }
 
-ustring PathCacheReader::ReadName() {
+void PathCacheReader::ReadNameBytes() {
     SkipWhiteSpace();
     Expect("name=\"");
     // The end of the input before the closing quotation mark. Tested first,
@@ -63,6 +63,10 @@ ustring PathCacheReader::ReadName() {
     // the stream's buffer a block at a time, not a byte at a time.
     std::getline(*stream, nameBytes, '"');
     if (!stream->good()) Reject();
+}
+
+ustring PathCacheReader::ReadName() {
+    ReadNameBytes();
     return (*converter)(nameBytes);
 }
 
@@ -72,15 +76,29 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     // Folders of one installation hold files in similar numbers: room for
     // as many as the folder before had spares most of the growth steps.
     folder.files.reserve(filesInLastFolder);
+    auto text = std::make_unique<ustring>();
+    text->reserve(textInLastFolder);
+    // Where each file's name ends in the text: the views are taken once the
+    // text has stopped growing.
+    std::vector<std::size_t> ends;
+    ends.reserve(filesInLastFolder);
     folder.name = ReadName();
     Expect(">");
     for (;;) {
         switch (const int letter = NextElement()) {
-        case '/':
+        case '/': {
             buffer->sbumpc();
             Expect("D>");
             filesInLastFolder = folder.files.size();
+            textInLastFolder = text->size();
+            std::size_t start = 0;
+            for (std::size_t i = 0; i < ends.size(); ++i) {
+                folder.files[i].name = ustring_view(*text).substr(start, ends[i] - start);
+                start = ends[i];
+            }
+            folder.fileNameText = std::move(text);
             return folder;
+        }
         case 'D':
             buffer->sbumpc();
             folder.subfolders.push_back(ReadFolder(depth + 1));
@@ -89,7 +107,10 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
         case 'N':
         case 'U':
             buffer->sbumpc();
-            folder.files.push_back({ReadName(), static_cast<char>(letter)});
+            ReadNameBytes();
+            converter->append(*text, nameBytes);
+            ends.push_back(text->size());
+            folder.files.push_back({ustring_view(), static_cast<char>(letter)});
             Expect("/>");
             break;
         default: Reject();

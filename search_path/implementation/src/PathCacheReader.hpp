@@ -34,13 +34,17 @@ public:
     static constexpr std::size_t kMaxFolderDepth = 64;
 
     struct FileContents {
-        ustring name;
-        char kind;  // 'C', 'N' or 'U'
+        ustring_view name;  // into the folder's fileNameText
+        char kind;          // 'C', 'N' or 'U'
     };
 
     struct FolderContents {
         ustring name;
         std::vector<FolderContents> subfolders;
+        // The files' names one after another, in one buffer rather than one
+        // allocation each on the reading thread; held apart, so that the
+        // views of `files` stay valid wherever the folder is moved.
+        std::unique_ptr<const ustring> fileNameText;
         std::vector<FileContents> files;
     };
 
@@ -62,6 +66,8 @@ private:
     void Expect(const char* text);
     // The letter of the element after a "<" (white space before it skipped).
     int NextElement();
+    // Reads ` name="..."` and leaves the name's bytes in nameBytes.
+    void ReadNameBytes();
     ustring ReadName();
     // Entered after "<D"; `depth` is 1 for a top-level folder.
     FolderContents ReadFolder(std::size_t depth);
@@ -71,6 +77,7 @@ private:
     fl::i18n::codecvt_string_to_ustring* converter;
     std::string nameBytes;  // the bytes of the name being read
     std::size_t filesInLastFolder = 0;  // of the folder closed last
+    std::size_t textInLastFolder = 0;   // the length of its fileNameText
 };
 
 } // namespace Thornfell::PathManagement

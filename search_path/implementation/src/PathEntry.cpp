@@ -33,9 +33,10 @@ struct NormalizedStemLess {
 } // namespace
 
 bool PathItemLess(const PathItemPointer& a, const PathItemPointer& b) {
-    if (int c = a->normalizedStem.compare(b->normalizedStem)) return c < 0;
-    if (int c = a->stem.compare(b->stem)) return c < 0;
-    if (int c = a->extension.compare(b->extension)) return c < 0;
+    // The sort of a folder's items spends its time here.
+    if (int c = fl::i18n::compare_code_units(a->normalizedStem, b->normalizedStem)) return c < 0;
+    if (int c = fl::i18n::compare_code_units(a->stem, b->stem)) return c < 0;
+    if (int c = fl::i18n::compare_code_units(a->extension, b->extension)) return c < 0;
     return a->folderIRI < b->folderIRI;
 }
 

@@ -18,6 +18,7 @@
 #include <iomanip>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <sstream>
 #include <stdexcept>
 #include <typeinfo>
@@ -57,27 +58,20 @@ private:
 };
 
 // The item of a file name, made in `block`: the name in its native form,
-// split at its last dot. A name that ends in a dot keeps that dot as its
-// extension, so that it can still be asked for; one whose only dot leads it
-// (".profile") has an empty stem. A listing and the toolbox cache both make
-// their items here, so that a name gives the same item whichever road it
-// came by. The name is taken by value: its buffer becomes the stem's.
-PathItem& EmplaceItem(PathItemBlock& block, ustring name, const CanonicalAbsoluteIRI& folder) {
+// split at its last dot, the extension keeping the dot. A name that ends in
+// a dot so keeps that dot as its extension, and can still be asked for; one
+// whose only dot leads it (".profile") has an empty stem. A listing and the
+// toolbox cache both make their items here, so that a name gives the same
+// item whichever road it came by. The names of a folder pass through one
+// buffer, `name`, and the stem and the extension get strings of their own
+// lengths, which hold short ones without an allocation.
+PathItem& EmplaceItem(PathItemBlock& block, ustring_view given, ustring& name, const CanonicalAbsoluteIRI& folder) {
+    name.assign(given);
     if (!name.empty()) name = fl::filesystem::detail::make_native_form(std::move(name), 1);
-    const ustring afterDot = fl::filesystem::extract_extension(name);
-    ustring extension;
-    if (!afterDot.empty()) {
-        // The stem is what stands before the extension's dot: the name cut
-        // short, which reuses its buffer.
-        name.resize(name.size() - afterDot.size() - 1);
-        extension.reserve(afterDot.size() + 1);
-        extension.push_back(u'.');
-        extension.append(afterDot);
-    } else if (!name.empty() && name.back() == u'.') {
-        name.pop_back();
-        extension = u".";
-    }
-    return block.Emplace(std::move(name), std::move(extension), CanonicalAbsoluteIRI(folder));
+    const std::size_t dot = fl::filesystem::extension_dot(name);
+    const std::size_t stemLength = dot == ustring::npos ? name.size() : dot;
+    return block.Emplace(ustring(name.data(), stemLength), ustring(name.data() + stemLength, name.size() - stemLength),
+                         CanonicalAbsoluteIRI(folder));
 }
 
 using WeakEntryMap = tbb::concurrent_hash_map<CanonicalAbsoluteIRI, std::weak_ptr<const IPathEntry>, IRIHashCompare>;
@@ -258,11 +252,13 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
     const CanonicalAbsoluteIRI canonical = folder.getCanonicalLocation();
     PathItemVector items;
     {
-        std::vector<foundation::storage::vfs::File> files = folder.listFiles(ustring());
-        items.reserve(files.size());
-        const auto block = std::make_shared<PathItemBlock>(files.size());
-        for (const auto& file : files)
-            items.push_back(PathItemPointer(block, &EmplaceItem(*block, file.getName(), canonical)));
+        // Read in place: each name is copied once, into its item.
+        const std::span<const ustring_view> names = folder.fileNames();
+        items.reserve(names.size());
+        const auto block = std::make_shared<PathItemBlock>(names.size());
+        ustring buffer;
+        for (const ustring_view name : names)
+            items.push_back(PathItemPointer(block, &EmplaceItem(*block, name, buffer, canonical)));
     }
     const PathEntryType type = GetFolderEntryType(folder);
     PathEntryChildren children = ListChildren(folder, canonical, type, state);
@@ -322,10 +318,9 @@ struct PathEntryFactory::CacheFrame {
 namespace {
 
 // A file of the cache: the item of its name, with the kind the file gives.
-// The name is the reader's no more: it moves into the item.
-PathItemPointer MakeCachedItem(PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
-                               const std::shared_ptr<PathItemBlock>& block) {
-    PathItem& item = EmplaceItem(*block, std::move(file.name), folder);
+PathItemPointer MakeCachedItem(const PathCacheReader::FileContents& file, const CanonicalAbsoluteIRI& folder,
+                               const std::shared_ptr<PathItemBlock>& block, ustring& buffer) {
+    PathItem& item = EmplaceItem(*block, file.name, buffer, folder);
     item.contentKind.store(file.kind == 'C' ? KindC : file.kind == 'N' ? KindN : KindU, std::memory_order_relaxed);
     return PathItemPointer(block, &item);
 }
@@ -403,7 +398,8 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderConte
     frame.items.reserve(contents.files.size());
     // One allocation for the folder's items, as a listing makes them.
     const auto block = std::make_shared<PathItemBlock>(contents.files.size());
-    for (auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
+    ustring buffer;
+    for (const auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block, buffer));
     // Nothing is listed: the folder and its frozen observer don't read the disk.
     auto observer = observerFactory.CreateFrozenObserver(Folder(iri, storageSystem));
     auto entry = PathEntry::Create(

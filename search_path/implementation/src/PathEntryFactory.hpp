@@ -74,8 +74,7 @@ private:
 
     // The toolbox cache: one open folder element of a load.
     struct CacheFrame;
-    // The load's task for one top-level folder of the file; the names of
-    // its files move out of `contents` into the items.
+    // The load's task for one top-level folder of the file.
     void LoadCachedFolder(PathCacheReader::FolderContents& contents,
                           const foundation::storage::vfs::CanonicalAbsoluteIRI& root,
                           const foundation::storage::vfs::PathComparator& comparator) const;

@@ -3,44 +3,78 @@
 #include <boost/locale/utf.hpp>
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 
 namespace fl::i18n {
 
 namespace utf = boost::locale::utf;
 
-ustring utf8_to_ustring(std::string_view utf8) {
-    // Names are mostly ASCII: widen the ASCII run at the start in one go,
-    // and decode only from the first byte that isn't.
-    const auto ascii = std::find_if(utf8.begin(), utf8.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
-    ustring out(utf8.begin(), ascii);
-    if (ascii == utf8.end()) return out;
-    out.reserve(utf8.size());
-    const char* it = utf8.data() + (ascii - utf8.begin());
-    const char* const end = utf8.data() + utf8.size();
+namespace {
+
+// Widens the ASCII bytes at the start of `utf8` into `out`, which has room
+// for all of `utf8`; gives how many there were.
+std::size_t widenAscii(std::string_view utf8, char16_t* out) {
+    std::size_t ascii = 0;
+    for (; ascii < utf8.size() && static_cast<unsigned char>(utf8[ascii]) < 0x80; ++ascii)
+        out[ascii] = static_cast<char16_t>(utf8[ascii]);
+    return ascii;
+}
+
+// Appends the rest of a text whose first byte isn't ASCII.
+void decodeRest(ustring& out, std::string_view utf8) {
+    const char* it = utf8.data();
+    const char* const end = it + utf8.size();
     while (it != end) {
         // Names are mostly ASCII: copy those bytes without decoding.
         if (static_cast<unsigned char>(*it) < 0x80) {
             out += static_cast<char16_t>(*it++);
             continue;
         }
-        const char* const start = it;
+        const char* const first = it;
         utf::code_point cp = utf::utf_traits<char>::decode(it, end);
         if (cp == utf::illegal || cp == utf::incomplete) {
             // Skip exactly one byte of the bad sequence, so that a valid
             // sequence right after it is still decoded.
-            it = start + 1;
+            it = first + 1;
             cp = 0xFFFD;
         }
         utf::utf_traits<char16_t>::encode(cp, std::back_inserter(out));
     }
+}
+
+} // namespace
+
+// Names are mostly ASCII: the ASCII run at the start is widened in one go
+// into room made for all of the text, and only what follows it decoded.
+ustring utf8_to_ustring(std::string_view utf8) {
+    ustring out(utf8.size(), u'\0');
+    const std::size_t ascii = widenAscii(utf8, out.data());
+    if (ascii == utf8.size()) return out;
+    out.resize(ascii);
+    decodeRest(out, utf8.substr(ascii));
     return out;
 }
 
+void append_utf8_to_ustring(ustring& out, std::string_view utf8) {
+    const std::size_t start = out.size();
+    out.resize(start + utf8.size());
+    const std::size_t ascii = widenAscii(utf8, out.data() + start);
+    out.resize(start + ascii);
+    if (ascii != utf8.size()) decodeRest(out, utf8.substr(ascii));
+}
+
 std::string ustring_to_utf8(ustring_view text) {
-    std::string out;
-    out.reserve(text.size());
-    const char16_t* it = text.data();
-    const char16_t* const end = it + text.size();
+    // Paths are mostly ASCII: narrow the ASCII run at the start into room
+    // made for all of it, and encode only from the first unit that isn't.
+    std::string out(text.size(), '\0');
+    std::size_t ascii = 0;
+    for (; ascii < text.size() && text[ascii] < 0x80; ++ascii) out[ascii] = static_cast<char>(text[ascii]);
+    if (ascii == text.size()) return out;
+    out.resize(ascii);
+    const char16_t* it = text.data() + ascii;
+    const char16_t* const end = text.data() + text.size();
     while (it != end) {
         if (*it < 0x80) {
             out += static_cast<char>(*it++);
@@ -55,6 +89,26 @@ std::string ustring_to_utf8(ustring_view text) {
         utf::utf_traits<char>::encode(cp, std::back_inserter(out));
     }
     return out;
+}
+
+int compare_code_units(ustring_view a, ustring_view b) {
+    const std::size_t common = std::min(a.size(), b.size());
+    std::size_t i = 0;
+    for (; i + 4 <= common; i += 4) {
+        std::uint64_t x;
+        std::uint64_t y;
+        std::memcpy(&x, a.data() + i, sizeof x);
+        std::memcpy(&y, b.data() + i, sizeof y);
+        if (x == y) continue;
+        // The first unit that differs, by where its bits lie in the word.
+        const std::uint64_t differ = x ^ y;
+        i += static_cast<std::size_t>(std::endian::native == std::endian::little ? std::countr_zero(differ)
+                                                                                 : std::countl_zero(differ)) / 16;
+        return a[i] < b[i] ? -1 : 1;
+    }
+    for (; i < common; ++i)
+        if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
+    return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
 }
 
 } // namespace fl::i18n

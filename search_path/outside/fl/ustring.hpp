@@ -25,7 +25,14 @@ namespace fl::i18n {
 // UTF-8 <-> UTF-16 conversions. Bytes that are not valid UTF-8 are replaced by
 // U+FFFD rather than dropped, so that a name read from disk always converts.
 ustring utf8_to_ustring(std::string_view utf8);
+// The same conversion, appended to `out`: many names can share one buffer.
+void append_utf8_to_ustring(ustring& out, std::string_view utf8);
 std::string ustring_to_utf8(ustring_view text);
+
+// The sign of a.compare(b): code unit by code unit, the shorter text first
+// when one begins the other. Texts that agree on a long start, as names of
+// one folder often do, are compared four units at a time.
+int compare_code_units(ustring_view a, ustring_view b);
 
 } // namespace fl::i18n
 

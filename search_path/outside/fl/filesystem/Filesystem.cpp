@@ -24,19 +24,6 @@ InstallPathState& installPathState() {
     return Store::findOrInsert<InstallPathState>(slot, [] { return std::make_unique<InstallPathState>(); });
 }
 
-// Where the last name of a path starts: dots of the folders above don't
-// count for its extension.
-std::size_t baseNameStart(const ustring& name) {
-    const std::size_t slash = name.rfind(GENERIC_PATHNAME_SEPARATOR);
-    return slash == ustring::npos ? 0 : slash + 1;
-}
-
-std::size_t lastDotOfBaseName(const ustring& name) {
-    const std::size_t dot = name.rfind(u'.');
-    if (dot == ustring::npos || dot < baseNameStart(name)) return ustring::npos;
-    return dot;
-}
-
 } // namespace
 
 ustring get_install_path() {
@@ -84,14 +71,24 @@ bool is_absolute_path_when_expanded(const ustring& path) {
 
 } // namespace detail
 
+std::size_t extension_dot(ustring_view name) {
+    // From the end: the last dot is found as soon as the name's extension
+    // is passed, and only what follows it is looked at for a separator,
+    // which would make it a dot of a folder above.
+    const std::size_t dot = name.rfind(u'.');
+    if (dot == ustring_view::npos || name.find(GENERIC_PATHNAME_SEPARATOR, dot + 1) != ustring_view::npos)
+        return ustring_view::npos;
+    return dot;
+}
+
 ustring extract_extension(const ustring& name) {
-    const std::size_t dot = lastDotOfBaseName(name);
+    const std::size_t dot = extension_dot(name);
     if (dot == ustring::npos) return {};
     return name.substr(dot + 1);
 }
 
 ustring extract_stem(const ustring& name) {
-    const std::size_t dot = lastDotOfBaseName(name);
+    const std::size_t dot = extension_dot(name);
     if (dot == ustring::npos) return name;
     return name.substr(0, dot);
 }

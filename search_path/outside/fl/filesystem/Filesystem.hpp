@@ -27,6 +27,9 @@ ustring make_native_form(ustring name, int mode);
 bool is_absolute_path_when_expanded(const ustring& path);
 } // namespace detail
 
+// Where the dot that starts a name's extension stands: the last dot of the
+// name, or of a path's last name; npos when there is none.
+std::size_t extension_dot(ustring_view name);
 // What follows the last dot of a name, without the dot; empty when there is
 // no dot or the name ends in one. A leading dot of a name (".profile") counts
 // as a dot like any other. Given a path, only dots of its last name count.

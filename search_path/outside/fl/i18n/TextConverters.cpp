@@ -12,6 +12,12 @@ void RequireUtf8(std::string_view encoding) {
 
 constexpr char16_t kReplacement = u'\uFFFD';
 
+// The plain conversion substitutes; a strict converter refuses what had to
+// be replaced, which shows as a text that doesn't convert back.
+bool Substituted(ustring_view text, std::string_view bytes) {
+    return text.find(kReplacement) != ustring_view::npos && ustring_to_utf8(text) != bytes;
+}
+
 } // namespace
 
 codecvt_string_to_ustring::codecvt_string_to_ustring(std::string_view encoding, bool substituteInvalid)
@@ -21,11 +27,17 @@ codecvt_string_to_ustring::codecvt_string_to_ustring(std::string_view encoding, 
 
 ustring codecvt_string_to_ustring::operator()(std::string_view bytes) const {
     ustring text = utf8_to_ustring(bytes);
-    // The plain conversion substitutes; a strict converter refuses what had to
-    // be replaced, which shows as a text that doesn't convert back.
-    if (!substituteInvalid_ && text.find(kReplacement) != ustring::npos && ustring_to_utf8(text) != bytes)
-        throw std::range_error("invalid UTF-8");
+    if (!substituteInvalid_ && Substituted(text, bytes)) throw std::range_error("invalid UTF-8");
     return text;
+}
+
+void codecvt_string_to_ustring::append(ustring& out, std::string_view bytes) const {
+    const std::size_t start = out.size();
+    append_utf8_to_ustring(out, bytes);
+    if (!substituteInvalid_ && Substituted(ustring_view(out).substr(start), bytes)) {
+        out.resize(start);
+        throw std::range_error("invalid UTF-8");
+    }
 }
 
 codecvt_ustring_to_string::codecvt_ustring_to_string(std::string_view encoding, bool substituteInvalid)

@@ -17,6 +17,9 @@ public:
     // Throws std::invalid_argument for an encoding other than "UTF-8".
     codecvt_string_to_ustring(std::string_view encoding, bool substituteInvalid);
     ustring operator()(std::string_view bytes) const;
+    // The same conversion appended to `out`, which many texts can then
+    // share; `out` is left as it was when the conversion throws.
+    void append(ustring& out, std::string_view bytes) const;
 
 private:
     bool substituteInvalid_;

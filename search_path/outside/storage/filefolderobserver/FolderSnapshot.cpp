@@ -30,10 +30,10 @@ constexpr std::uint64_t kFolderTag = 0x9e3779b97f4a7c15ULL;
 std::optional<ListingDigest> digestListing(const Folder& folder) {
     try {
         ListingDigest digest;
-        const std::hash<ustring> hash;
-        for (const auto& file : folder.listFiles(ustring())) {
+        const std::hash<ustring_view> hash;
+        for (const ustring_view name : folder.fileNames()) {
             ++digest.files;
-            digest.sum += mix(hash(file.getName()));
+            digest.sum += mix(hash(name));
         }
         for (const auto& child : folder.listFolders(ustring())) {
             ++digest.folders;

@@ -1,5 +1,6 @@
 #include "foundation/storage/vfs/Folder.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -26,7 +27,10 @@ struct Folder::Listing {
         // Reached through a symbolic link: its own name is not canonical.
         bool viaLink;
     };
-    std::vector<File> files;
+    // The files' names, one after another in one buffer rather than one
+    // allocation each, and a view of each of them into it.
+    ustring fileNameText;
+    std::vector<ustring_view> fileNames;
     std::vector<SubFolder> folders;
     std::optional<Folder::ListingStamp> stamp;
 };
@@ -215,7 +219,15 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
         resolved = walked.get();
     }
 
-    CanonicalAbsoluteIRI canonical(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved)), ustring());
+    // A name that opened as it is and comes back from UTF-8 as it was (no
+    // unpaired surrogate in it) is its own canonical name: it needs no
+    // second conversion, parse and hash.
+    const ustring& given = iri_.getPath();
+    const bool asGiven = resolved == path && std::none_of(given.begin(), given.end(), [](char16_t unit) {
+                             return unit >= 0xD800 && unit <= 0xDFFF;
+                         });
+    CanonicalAbsoluteIRI canonical = asGiven ? CanonicalAbsoluteIRI(iri_, ustring())
+                                             : CanonicalAbsoluteIRI(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved)), ustring());
     std::lock_guard lock(state_->canonicalMutex);
     if (!state_->canonical) state_->canonical = std::move(canonical);
     return *state_->canonical;
@@ -248,7 +260,10 @@ const Folder::Listing& Folder::listing() const {
     const int dirFd = dir.fd;
 
     auto listing = std::make_unique<Listing>();
-    listing->files.reserve(16);
+    // Where each file's name ends in the text: views of it are taken once
+    // the text has stopped growing.
+    std::vector<std::size_t> fileNameEnds;
+    fileNameEnds.reserve(64);
     // The folder's times as the reading begins: a change after this moment
     // moves them, which lets an observer made later tell cheaply whether the
     // listing may be stale.
@@ -259,13 +274,17 @@ const Folder::Listing& Folder::listing() const {
         const ssize_t filled = ::getdents64(dirFd, buffer, sizeof buffer);
         if (filled < 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
         if (filled == 0) break;
+        // A name takes no more units than its bytes, and its entry more
+        // bytes than that: room for all the names read, made at once.
+        listing->fileNameText.reserve(listing->fileNameText.size() + static_cast<std::size_t>(filled));
         for (ssize_t offset = 0; offset < filled;) {
             const auto& entry = *reinterpret_cast<const dirent64*>(buffer + offset);
             offset += entry.d_reclen;
             if (isDotOrDotDot(entry.d_name)) continue;
             switch (classify(dirFd, entry)) {
             case EntryKind::File:
-                listing->files.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name));
+                fl::i18n::append_utf8_to_ustring(listing->fileNameText, entry.d_name);
+                fileNameEnds.push_back(listing->fileNameText.size());
                 break;
             case EntryKind::Folder:
                 listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name), false);
@@ -277,6 +296,13 @@ const Folder::Listing& Folder::listing() const {
                 break;
             }
         }
+    }
+    const ustring_view text = listing->fileNameText;
+    listing->fileNames.reserve(fileNameEnds.size());
+    std::size_t start = 0;
+    for (const std::size_t end : fileNameEnds) {
+        listing->fileNames.push_back(text.substr(start, end - start));
+        start = end;
     }
 
     state_->listing = std::move(listing);
@@ -291,12 +317,14 @@ std::optional<Folder::ListingStamp> Folder::getListingStamp() const {
 
 std::vector<File> Folder::listFiles(const ustring& filter) const {
     const Listing& all = listing();
-    if (filter.empty()) return all.files;
-    std::vector<File> matching;
-    for (const File& file : all.files)
-        if (file.getName() == filter) matching.push_back(file);
-    return matching;
+    std::vector<File> files;
+    files.reserve(filter.empty() ? all.fileNames.size() : 1);
+    for (const ustring_view name : all.fileNames)
+        if (filter.empty() || name == filter) files.emplace_back(ustring(name));
+    return files;
 }
+
+std::span<const ustring_view> Folder::fileNames() const { return listing().fileNames; }
 
 std::vector<Folder> Folder::listFolders(const ustring& filter) const {
     const Listing& all = listing();

@@ -31,6 +31,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace foundation::storage::vfs {
@@ -66,6 +67,10 @@ public:
     // counts as what it points to; a broken link is a file. Throws Exception
     // as getCanonicalLocation does.
     std::vector<File> listFiles(const ustring& filter) const;
+    // The names of all the files, as listFiles(u"") has them, but read in
+    // place: views into the listing that this Folder's copies share, valid
+    // while one of them lives. Throws as listFiles does.
+    std::span<const ustring_view> fileNames() const;
 
     // The folder's identity and times when its listing was read, and the
     // moment of that reading; nothing before the folder has been listed.
