@@ -243,7 +243,7 @@ std::vector<StemKeyAndHolders> GatherKeys(std::span<StemOfEntry> run) {
     for (std::size_t index = 0; index != run.size(); ++index) {
         const StemOfEntry& stem = run[index];
         if (keys.empty() || keys.back().first.hash != stem.stem.hash || !sameText(*keys.back().first.stem, *stem.stem.stem))
-            keys.emplace_back(stem.stem, Path::StemHolderList());
+            keys.emplace_back(std::piecewise_construct, std::forward_as_tuple(stem.stem), std::forward_as_tuple());
         Path::StemHolderList& holders = keys.back().second;
         if (holders.empty() || holders.back().entry != stem.holder.entry) holders.push_back(stem.holder);
     }
