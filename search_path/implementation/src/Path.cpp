@@ -43,8 +43,6 @@ constexpr std::size_t kGrainSize = 32;
 constexpr std::size_t kSerialCandidateLimit = 64;
 // Most main entries have few special folders below them.
 constexpr std::size_t kEntriesPerMainEntryGuess = 25;
-// Folders hold many files, with mostly distinct stems.
-constexpr std::size_t kStemBucketsPerEntry = 10;
 // The stem map is filled in this many runs of neighbouring buckets: enough to
 // keep both cores busy to the end, few enough that each run's buckets stay
 // together in the cache.
