@@ -100,6 +100,20 @@ TEST_F(EntryStructureTest, ItemsAreSortedSoThatCaseVariantsStandTogether) {
     EXPECT_THAT(FileNames(*entry), ElementsAre("a.tf", "ABC.one", "Abc.tf", "abc.two", "B.tf", "b.tf"));
 }
 
+TEST_F(EntryStructureTest, ItemsAreSortedWhereNamesShareALongPrefix) {
+    // Names that run out early, that differ only far into the name, that
+    // differ only in case, and that leave ASCII, across and past the
+    // surrogates, after a prefix that all of them share.
+    for (const char* name : {"prefix_\xEF\xBC\xA1.tf", "prefix_abcdeZ.tf", "prefix_b.m", "prefix_\xF0\x9F\x98\x80.tf",
+                             "prefix_abcd.tf", "PREFIX_B.tf", "prefix_.tf", "prefix_abcdea.tf", "prefix_\xC3\xA9.tf",
+                             "prefix_a.tf"})
+        tree.file(std::string("f/") + name);
+    EXPECT_THAT(FileNames(*Entry("f")),
+                ElementsAre("prefix_.tf", "prefix_a.tf", "prefix_abcd.tf", "prefix_abcdea.tf", "prefix_abcdeZ.tf",
+                            "PREFIX_B.tf", "prefix_b.m", "prefix_\xC3\xA9.tf", "prefix_\xF0\x9F\x98\x80.tf",
+                            "prefix_\xEF\xBC\xA1.tf"));
+}
+
 TEST_F(EntryStructureTest, AnUnreadableFolderIsAStorageError) {
     tree.file("file.tf");
     try {

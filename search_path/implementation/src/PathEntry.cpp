@@ -32,12 +32,11 @@ struct NormalizedStemLess {
 
 } // namespace
 
-bool PathItemLess(const PathItemPointer& a, const PathItemPointer& b) {
-    // The sort of a folder's items spends its time here.
-    if (int c = fl::i18n::compare_code_units(a->normalizedStem, b->normalizedStem)) return c < 0;
-    if (int c = fl::i18n::compare_code_units(a->stem, b->stem)) return c < 0;
-    if (int c = fl::i18n::compare_code_units(a->extension, b->extension)) return c < 0;
-    return a->folderIRI < b->folderIRI;
+bool PathItemPrecedes(const PathItem& a, const PathItem& b) {
+    if (int c = fl::i18n::compare_code_units(a.normalizedStem, b.normalizedStem)) return c < 0;
+    if (int c = fl::i18n::compare_code_units(a.stem, b.stem)) return c < 0;
+    if (int c = fl::i18n::compare_code_units(a.extension, b.extension)) return c < 0;
+    return a.folderIRI < b.folderIRI;
 }
 
 PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustring descriptorIn, PathEntryType type,

@@ -26,6 +26,15 @@ public:
     // Publishes PathEntryWillBeDestroyedEvent, then releases the fields.
     ~PathEntry() override;
 
+    // Takes items in PathItemLess order as they are, where the constructor
+    // above checks the order: for the factory, which makes a listing's items
+    // in that order.
+    PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor, PathEntryType entryType,
+              PathEntryVector packageEntries, PathEntryVector methodEntries, PathEntryVector uddClassEntries,
+              PathEntryPointer privateEntry, PathEntryPointer resourcesEntry,
+              std::shared_ptr<const PathItemVector> sortedItems, foundation::storage::vfs::PathComparator pathComparator,
+              std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver,
+              boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager);
     // Entries are made here rather than with make_shared, so that their
     // reference counts lie apart from the fields that queries read: every hit
     // of a query changes its entry's count on the caller's thread, and a field
@@ -75,12 +84,6 @@ public:
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
 
 private:
-    PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor, PathEntryType entryType,
-              PathEntryVector packageEntries, PathEntryVector methodEntries, PathEntryVector uddClassEntries,
-              PathEntryPointer privateEntry, PathEntryPointer resourcesEntry,
-              std::shared_ptr<const PathItemVector> sortedItems, foundation::storage::vfs::PathComparator pathComparator,
-              std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver,
-              boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager);
 
     // What a query's type test and its look at the items, and a refresh's
     // look at the observer, read comes first, on the cache line of the
@@ -106,6 +109,7 @@ private:
 };
 
 // The order of a folder's items: (normalizedStem, stem, extension, folderIRI).
-bool PathItemLess(const PathItemPointer& a, const PathItemPointer& b);
+bool PathItemPrecedes(const PathItem& a, const PathItem& b);
+inline bool PathItemLess(const PathItemPointer& a, const PathItemPointer& b) { return PathItemPrecedes(*a, *b); }
 
 } // namespace Thornfell::PathManagement

@@ -14,6 +14,7 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <oneapi/tbb/task_group.h>
 
+#include <algorithm>
 #include <ctime>
 #include <iomanip>
 #include <memory>
@@ -72,6 +73,52 @@ PathItem& EmplaceItem(PathItemBlock& block, ustring_view given, ustring& name, c
     const std::size_t stemLength = dot == ustring::npos ? name.size() : dot;
     return block.Emplace(ustring(name.data(), stemLength), ustring(name.data() + stemLength, name.size() - stemLength),
                          CanonicalAbsoluteIRI(folder));
+}
+
+// The items of a listing, in the order PathItemLess gives them. They are
+// ordered by a key of one word each before anything else is compared: the
+// four units of the normalized stem that follow what all the folder's stems
+// begin with (names of one folder often share a prefix), packed so that the
+// words order as the texts do. Only items with equal words are compared
+// whole. Sorting the items' pointers by PathItemLess alone took most of an
+// entry's work after the listing: each comparison went through two pointers
+// to reach each text.
+std::shared_ptr<const PathItemVector> ListedItems(std::span<const ustring_view> names,
+                                                 const CanonicalAbsoluteIRI& folder) {
+    struct Keyed {
+        std::uint64_t word;
+        const PathItem* item;
+    };
+    const auto block = std::make_shared<PathItemBlock>(names.size());
+    std::vector<Keyed> keyed;
+    keyed.reserve(names.size());
+    ustring buffer;
+    for (const ustring_view name : names) keyed.push_back({0, &EmplaceItem(*block, name, buffer, folder)});
+
+    if (!keyed.empty()) {
+        const ustring_view first = keyed.front().item->normalizedStem;
+        std::size_t shared = first.size();
+        for (const Keyed& k : keyed) {
+            const ustring_view other = k.item->normalizedStem;
+            shared = std::min(shared, other.size());
+            shared = static_cast<std::size_t>(std::mismatch(first.begin(), first.begin() + shared, other.begin()).first -
+                                              first.begin());
+        }
+        // A text that ends early takes 0 in the units it lacks, which no
+        // unit is below: the words then order as the texts do, ties aside.
+        for (Keyed& k : keyed) {
+            const ustring_view rest = ustring_view(k.item->normalizedStem).substr(shared);
+            for (std::size_t i = 0; i != 4; ++i) k.word = k.word << 16 | (i < rest.size() ? rest[i] : 0u);
+        }
+    }
+    std::sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) {
+        return a.word != b.word ? a.word < b.word : PathItemPrecedes(*a.item, *b.item);
+    });
+
+    PathItemVector items;
+    items.reserve(keyed.size());
+    for (const Keyed& k : keyed) items.push_back(PathItemPointer(block, k.item));
+    return std::make_shared<const PathItemVector>(std::move(items));
 }
 
 using WeakEntryMap = tbb::concurrent_hash_map<CanonicalAbsoluteIRI, std::weak_ptr<const IPathEntry>, IRIHashCompare>;
@@ -250,16 +297,8 @@ PathEntryFactory::PathEntryChildren PathEntryFactory::ListChildren(const Folder&
 
 PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonitoringState state) const {
     const CanonicalAbsoluteIRI canonical = folder.getCanonicalLocation();
-    PathItemVector items;
-    {
-        // Read in place: each name is copied once, into its item.
-        const std::span<const ustring_view> names = folder.fileNames();
-        items.reserve(names.size());
-        const auto block = std::make_shared<PathItemBlock>(names.size());
-        ustring buffer;
-        for (const ustring_view name : names)
-            items.push_back(PathItemPointer(block, &EmplaceItem(*block, name, buffer, canonical)));
-    }
+    // Sorted already, so the entry takes them as they are.
+    std::shared_ptr<const PathItemVector> items = ListedItems(folder.fileNames(), canonical);
     const PathEntryType type = GetFolderEntryType(folder);
     PathEntryChildren children = ListChildren(folder, canonical, type, state);
     auto observer = MakeObserver(folder, state);
