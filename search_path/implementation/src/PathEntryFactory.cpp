@@ -481,9 +481,16 @@ void PathEntryFactory::LoadToolboxCache(std::istream& in, const AbsoluteIRI& roo
 
     // The reader goes on with the next folder while the tasks build.
     tbb::task_group tasks;
+    // What the reader made is freed here, on the reader's thread, once the
+    // tasks are done: freed by a pool thread, each block went back to the
+    // reader's heap arena under the lock that the reader's next allocation
+    // took too, and the load ran at little more than the speed of one
+    // thread. It costs the file's names held until the load ends.
+    std::vector<std::shared_ptr<PathCacheReader::FolderContents>> read;
     std::shared_lock lock(toolboxEntriesLock);
     try {
         reader.ReadFolders([&](std::shared_ptr<PathCacheReader::FolderContents> contents) {
+            read.push_back(contents);
             tasks.run([this, contents = std::move(contents), canonicalRoot, &comparator] {
                 LoadCachedFolder(*contents, canonicalRoot, comparator);
             });
