@@ -8,6 +8,7 @@
 #include <boost/container/small_vector.hpp>
 #include <boost/range/any_range.hpp>
 
+#include <array>
 #include <span>
 
 namespace Thornfell::PackageRegistry {
@@ -60,12 +61,7 @@ public:
     // Fatal for a policy out of range.
     Comparison ComparisonFor(FilenameMatchingPolicy policy) const { return {comparator_, ModifierFor(policy)}; }
     const FilenameMatcherFunction& ForPolicy(FilenameMatchingPolicy policy) const {
-        switch (policy) {
-        case CaseRuleOne: return exact_;
-        case CaseRuleTwo: return folded_;
-        case StorageSystemRule: return storageSystemRule_;
-        }
-        TerminateOnUnknownPolicy();
+        return byModifier_[static_cast<std::size_t>(ModifierFor(policy))];
     }
     // The matcher of `policy` as an aliasing pointer that owns `holder`, the
     // entry these matchers belong to: the matcher keeps its entry alive.
@@ -95,9 +91,8 @@ private:
     [[noreturn]] static void TerminateOnUnknownPolicy();
 
     foundation::storage::vfs::PathComparator comparator_;
-    FilenameMatcherFunction exact_;
-    FilenameMatcherFunction folded_;
-    FilenameMatcherFunction storageSystemRule_;
+    // One matcher for each CaseModifier, at the modifier's value.
+    std::array<FilenameMatcherFunction, 3> byModifier_;
 };
 
 // True if `entry`'s comparison under `policy` calls the text of its IRI

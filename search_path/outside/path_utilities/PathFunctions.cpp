@@ -69,9 +69,9 @@ FilenameMatcherFunction MakeComparatorMatcher(const foundation::storage::vfs::Pa
 
 PolicyFilenameMatchers::PolicyFilenameMatchers(const foundation::storage::vfs::PathComparator& comparator)
     : comparator_(comparator),
-      exact_(MakeComparatorMatcher(comparator, ModifierFor(CaseRuleOne))),
-      folded_(MakeComparatorMatcher(comparator, ModifierFor(CaseRuleTwo))),
-      storageSystemRule_(MakeComparatorMatcher(comparator, ModifierFor(StorageSystemRule))) {}
+      byModifier_{MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::StorageSystemRule),
+                  MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::Exact),
+                  MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::Folded)} {}
 
 void PolicyFilenameMatchers::TerminateOnUnknownPolicy() {
     FL_DIAG_TERMINATE("Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
