@@ -1,5 +1,7 @@
 #include "PathCacheReader.hpp"
 
+#include "fl/ustring.hpp"
+
 #include <string>
 
 namespace Thornfell::PathManagement {
@@ -91,11 +93,8 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
             Expect("D>");
             filesInLastFolder = folder.files.size();
             textInLastFolder = text->size();
-            std::size_t start = 0;
-            for (std::size_t i = 0; i < ends.size(); ++i) {
-                folder.files[i].name = ustring_view(*text).substr(start, ends[i] - start);
-                start = ends[i];
-            }
+            fl::i18n::for_each_name_view(*text, ends,
+                                         [&](std::size_t i, ustring_view name) { folder.files[i].name = name; });
             folder.fileNameText = std::move(text);
             return folder;
         }

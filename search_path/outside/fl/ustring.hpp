@@ -1,6 +1,8 @@
 #pragma once
 // The string of every interface of the environment: 16-bit code units.
+#include <cstddef>
 #include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -33,6 +35,18 @@ std::string ustring_to_utf8(ustring_view text);
 // when one begins the other. Texts that agree on a long start, as names of
 // one folder often do, are compared four units at a time.
 int compare_code_units(ustring_view a, ustring_view b);
+
+// Names written one after another into one text, the i-th ending at ends[i]:
+// gives onName(i, view of the name). Views are taken once the text has
+// stopped growing, so that many names share one allocation.
+template <class OnName>
+void for_each_name_view(ustring_view text, std::span<const std::size_t> ends, OnName&& onName) {
+    std::size_t start = 0;
+    for (std::size_t i = 0; i != ends.size(); ++i) {
+        onName(i, text.substr(start, ends[i] - start));
+        start = ends[i];
+    }
+}
 
 } // namespace fl::i18n
 

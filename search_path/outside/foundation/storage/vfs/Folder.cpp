@@ -1,5 +1,7 @@
 #include "foundation/storage/vfs/Folder.hpp"
 
+#include "fl/ustring.hpp"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -297,13 +299,9 @@ const Folder::Listing& Folder::listing() const {
             }
         }
     }
-    const ustring_view text = listing->fileNameText;
     listing->fileNames.reserve(fileNameEnds.size());
-    std::size_t start = 0;
-    for (const std::size_t end : fileNameEnds) {
-        listing->fileNames.push_back(text.substr(start, end - start));
-        start = end;
-    }
+    fl::i18n::for_each_name_view(listing->fileNameText, fileNameEnds,
+                                 [&](std::size_t, ustring_view name) { listing->fileNames.push_back(name); });
 
     state_->listing = std::move(listing);
     state_->published.store(state_->listing.get(), std::memory_order_release);
