@@ -84,7 +84,6 @@ public:
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
 
 private:
-
     // What a query's type test and its look at the items, and a refresh's
     // look at the observer, read comes first, on the cache line of the
     // object's start: a query meets a hundred entries, and a refresh visits

@@ -67,6 +67,11 @@ FilenameMatcherFunction MakeComparatorMatcher(const foundation::storage::vfs::Pa
 }
 } // namespace
 
+// byModifier_ is listed in the order of these values.
+static_assert(static_cast<int>(foundation::storage::vfs::CaseModifier::StorageSystemRule) == 0 &&
+              static_cast<int>(foundation::storage::vfs::CaseModifier::Exact) == 1 &&
+              static_cast<int>(foundation::storage::vfs::CaseModifier::Folded) == 2);
+
 PolicyFilenameMatchers::PolicyFilenameMatchers(const foundation::storage::vfs::PathComparator& comparator)
     : comparator_(comparator),
       byModifier_{MakeComparatorMatcher(comparator, foundation::storage::vfs::CaseModifier::StorageSystemRule),
