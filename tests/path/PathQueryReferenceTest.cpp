@@ -3,12 +3,17 @@
 // change what is found or its order.
 #include "PathTestHelpers.hpp"
 
+#include "Path.hpp"
+#include "PathFactory.hpp"
+
 #include "support/GeneratedTree.hpp"
 
 #include "orvian/FeatureSwitches.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
 #include <gmock/gmock.h>
+
+#include <tuple>
 
 namespace tfsp::test {
 namespace {
@@ -58,8 +63,52 @@ std::vector<std::string> Describe(const PathEntryVector& entries) {
     return out;
 }
 
-class PathQueryReferenceTest : public EngineFixture, public ::testing::WithParamInterface<std::uint64_t> {
+// A seed, and whether the path under test is derived from earlier paths
+// instead of built from its entries.
+using ReferenceParam = std::tuple<std::uint64_t, bool>;
+
+class PathQueryReferenceTest : public EngineFixture, public ::testing::WithParamInterface<ReferenceParam> {
 protected:
+    static std::uint64_t Seed() { return std::get<0>(GetParam()); }
+
+    // Built from `mains`, or derived twice over from paths in which some of
+    // them were other folders: plain main folders changed, and the last main
+    // folder with folders below it stood as one without, so that what follows
+    // it moved. The earlier paths and their folders are gone before the
+    // first query, so that whatever the shared index still points at must
+    // have been kept.
+    std::shared_ptr<const IPath> MakePath() const {
+        const IPathFactory& factory = GetCurrentPathFactory();
+        if (!std::get<1>(GetParam())) return factory.CreatePath(mains);
+        std::vector<std::size_t> entriesByMain(mains.size(), 0);
+        for (const WalkedEntry& w : walked) ++entriesByMain[w.mainIndex];
+        std::vector<std::size_t> plain;
+        std::size_t lastWithChildren = 0;
+        for (std::size_t i = 0; i < mains.size(); ++i) (entriesByMain[i] == 1 ? plain.push_back(i) : void(lastWithChildren = i));
+        const auto other = [](int k, const std::vector<ustring>& stems) {
+            return MemoryEntry(u"/elsewhere/m" + Utf16(std::to_string(k)), Main, stems);
+        };
+        PathEntryVector first = mains;
+        PathEntryVector second = mains;
+        first[plain.at(0)] = other(0, {u"common", u"Foo", u"absent", u"s1"});
+        // The stem map's keys point into the items of the folders it was
+        // built from; a lookup that meets one in its bucket reads it, so the
+        // items must outlive every path that shares the map.
+        const std::weak_ptr<const PathItemVector> goneItems = first[plain.at(0)]->GetPathItems();
+        first[plain.at(1)] = other(1, {u"fOO", u"u3"});
+        first[lastWithChildren] = other(2, {u"common", u"s2"});
+        second[plain.at(1)] = other(3, {u"absent", u"FOO"});
+        second[plain.at(2)] = other(4, {u"s3", u"common"});
+        std::shared_ptr<const IPath> earlier = factory.CreatePath(std::move(first));
+        earlier = CreatePathReplacing(factory, earlier, std::move(second));
+        std::shared_ptr<const IPath> derived = CreatePathReplacing(factory, earlier, mains);
+        EXPECT_TRUE(dynamic_cast<const Path&>(*earlier).SharesStemMap());
+        EXPECT_TRUE(dynamic_cast<const Path&>(*derived).SharesStemMap());
+        earlier.reset();
+        EXPECT_FALSE(goneItems.expired());
+        return derived;
+    }
+
     // What a plain walk finds for the item `stem` in the entries whose location
     // ends in `parts`.
     std::vector<FoundItem> WalkFindAll(SearchScope scope, const std::vector<ustring>& parts, const ustring& stem,
@@ -122,7 +171,7 @@ protected:
         return joined;
     }
 
-    GeneratedTree tree{ReferenceTree(GetParam())};
+    GeneratedTree tree{ReferenceTree(Seed())};
     // Every stem used anywhere, and some used nowhere.
     std::vector<ustring> stems = [] {
         std::vector<ustring> all = {u"common", u"fOO", u"absent", u"pkg1"};
@@ -131,12 +180,12 @@ protected:
     }();
     PathEntryVector mains = FrozenMainEntries(tree);
     std::vector<WalkedEntry> walked = WalkInPathOrder(mains);
-    std::shared_ptr<const IPath> path = GetCurrentPathFactory().CreatePath(mains);
+    std::shared_ptr<const IPath> path = MakePath();
 };
 
 TEST_P(PathQueryReferenceTest, NamesAndPartialPathnamesFindWhatTheWalkFinds) {
     for (const ustring& stem : stems) CheckFind(stem, {}, stem);
-    std::mt19937_64 random(GetParam());
+    std::mt19937_64 random(Seed());
     std::vector<std::vector<ustring>> partials = {{u"pkg1"}, {u"+pkg1"}, {u"@cls1"}, {u"cls1"}, {u"+pkg1", u"+pkg2"},
                                                   {u"util"}, {u"Util"}, {u"+pkg2", u"@cls1", u"@udd1"}};
     for (int i = 0; i < 25; ++i) partials.push_back(RandomParts(random));
@@ -147,7 +196,7 @@ TEST_P(PathQueryReferenceTest, NamesAndPartialPathnamesFindWhatTheWalkFinds) {
 }
 
 TEST_P(PathQueryReferenceTest, FolderQueriesAndPlacesOnThePathAgreeWithTheWalk) {
-    std::mt19937_64 random(GetParam() + 100);
+    std::mt19937_64 random(Seed() + 100);
     for (FilenameMatchingPolicy policy : kAllPolicies) {
         for (const SearchScope& scope : kScopes) {
             for (int i = 0; i < 20; ++i) {
@@ -219,7 +268,12 @@ TEST_P(PathQueryReferenceTest, FolderQueriesAndPlacesOnThePathAgreeWithTheWalk) 
     EXPECT_EQ(calls, 5);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, PathQueryReferenceTest, ::testing::Values(1u, 2u));
+INSTANTIATE_TEST_SUITE_P(Seeds, PathQueryReferenceTest,
+                         ::testing::Combine(::testing::Values(1u, 2u), ::testing::Bool()),
+                         [](const ::testing::TestParamInfo<ReferenceParam>& info) {
+                             return "seed" + std::to_string(std::get<0>(info.param)) +
+                                    (std::get<1>(info.param) ? "Derived" : "Built");
+                         });
 
 } // namespace
 } // namespace tfsp::test

@@ -2,6 +2,7 @@
 
 #include "CurrentFolderPathManagerFactory.hpp"
 #include "FolderMonitor.hpp"
+#include "PathFactory.hpp"
 #include "SearchPathPublicFunctions.hpp"
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
@@ -696,14 +697,15 @@ bool MainSearchPathManager::Refresh(RefreshType type) {
     if (before.empty() && after.empty()) return true;
 
     const std::shared_ptr<const IPath> mainPath =
-        refresher.AnyOutOfDate() ? pathFactory.CreatePath(refresher.TakeUpdatedEntries()) : old.mainPath;
+        refresher.AnyOutOfDate() ? CreatePathReplacing(pathFactory, old.mainPath, refresher.TakeUpdatedEntries())
+                                 : old.mainPath;
     std::shared_ptr<const IPath> userPath = mainPath;
     if (packagesFeaturePhase != Off) {
         PathEntryVector userEntries;
         for (const auto& entry : *old.userPath->GetMainEntries())
             if (PathEntryPointer found = mainPath->GetPathEntryFromAbsoluteIRI(entry->GetIRI()))
                 userEntries.push_back(std::move(found));
-        userPath = pathFactory.CreatePath(std::move(userEntries));
+        userPath = CreatePathReplacing(pathFactory, old.userPath, std::move(userEntries));
     }
     const auto [userSearchPath, searchPath] = ComposeSearchPaths(userPath, mainPath);
     const auto differences = Difference(before, after);

@@ -171,36 +171,38 @@ struct StemOfEntry {
     Path::StemHolder holder;
 };
 
+// Appends the distinct stems of the items of the entry at `entryPlace`,
+// hashed, in the items' order.
+void CollectEntryStems(const PathItemVector& items, std::uint32_t entryPlace, std::vector<StemOfEntry>& stems) {
+    stems.reserve(stems.size() + items.size());
+    const ustring* previousStem = nullptr;
+    const auto stemAt = [&items](std::size_t place) { return &items[place]->normalizedStem; };
+    for (std::size_t place = 0; place != items.size(); ++place) {
+        // Sorted by stem, the items no longer lie in the order of their
+        // memory, which the processor would follow by itself.
+        PrefetchStemsAhead(place, items.size(), stemAt);
+        const ustring* stem = stemAt(place);
+        // Items come sorted by normalized stem: a run of one stem (the same
+        // file with several extensions, or names that differ only in case)
+        // adds this entry once, with the place where the run starts.
+        if (previousStem && sameText(*previousStem, *stem)) {
+            stems.back().holder.soleItem = false;
+            continue;
+        }
+        previousStem = stem;
+        stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)},
+                         {entryPlace, HolderPlace(place, kItemPlaceLimit), true}});
+    }
+}
+
 // The distinct stems of each entry, hashed, in entry order.
 std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEntries) {
     std::vector<std::vector<StemOfEntry>> stemsByEntry(allEntries.size());
     ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
-        const std::uint32_t entryPlace = HolderPlace(index, kEntryPlaceLimit);
         // The items stay alive with the entry, which `allEntries` holds, so the
         // map can point at their stems instead of copying them.
-        const std::shared_ptr<const PathItemVector> items = allEntries[index]->GetPathItems();
-        std::vector<StemOfEntry>& stems = stemsByEntry[index];
-        stems.reserve(items->size());
-        const ustring* previousStem = nullptr;
-        const auto stemAt = [&items](std::size_t place) { return &(*items)[place]->normalizedStem; };
-        for (std::size_t place = 0; place != items->size(); ++place) {
-            // Sorted by stem, the items no longer lie in the order of their
-            // memory, which the processor would follow by itself.
-            PrefetchStemsAhead(place, items->size(), stemAt);
-            const PathItemPointer& item = (*items)[place];
-            const ustring* stem = &item->normalizedStem;
-            // Items come sorted by normalized stem: a run of one stem (the
-            // same file with several extensions, or names that differ only
-            // in case) adds this entry once, with the place where the run
-            // starts.
-            if (previousStem && sameText(*previousStem, *stem)) {
-                stems.back().holder.soleItem = false;
-                continue;
-            }
-            previousStem = stem;
-            stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)},
-                             {entryPlace, HolderPlace(place, kItemPlaceLimit), true}});
-        }
+        CollectEntryStems(*allEntries[index]->GetPathItems(), HolderPlace(index, kEntryPlaceLimit),
+                          stemsByEntry[index]);
     });
     return stemsByEntry;
 }
@@ -220,13 +222,21 @@ std::shared_ptr<std::pmr::memory_resource> MakeStemMapArena(std::size_t keys) {
 // One key of the stem map with its holders, gathered before the map is made.
 using StemKeyAndHolders = std::pair<Path::HashedStem, Path::StemHolderList>;
 
-// Orders the stems of a run by key, and a key's stems by place: by hash, then
-// by text (which only two texts of one hash have to compare), then by entry
-// and by item.
+// Orders stem keys by hash, then by text (which only two texts of one hash
+// have to compare).
+int CompareStemKeys(const Path::HashedStem& a, const Path::HashedStem& b) {
+    if (a.hash != b.hash) return a.hash < b.hash ? -1 : 1;
+    return a.stem == b.stem ? 0 : a.stem->compare(*b.stem);
+}
+bool StemKeyLess(const Path::HashedStem& a, const Path::HashedStem& b) { return CompareStemKeys(a, b) < 0; }
+bool SameStemKey(const Path::HashedStem& a, const Path::HashedStem& b) {
+    return a.hash == b.hash && sameText(*a.stem, *b.stem);
+}
+
+// Orders the stems of a run by key, and a key's stems by place: by entry,
+// then by item.
 bool StemKeyThenPlaceLess(const StemOfEntry& a, const StemOfEntry& b) {
-    if (a.stem.hash != b.stem.hash) return a.stem.hash < b.stem.hash;
-    if (a.stem.stem != b.stem.stem)
-        if (const int order = a.stem.stem->compare(*b.stem.stem)) return order < 0;
+    if (const int order = CompareStemKeys(a.stem, b.stem)) return order < 0;
     return std::pair(a.holder.entry, std::uint32_t{a.holder.firstItem}) <
            std::pair(b.holder.entry, std::uint32_t{b.holder.firstItem});
 }
@@ -240,7 +250,7 @@ std::vector<StemKeyAndHolders> GatherKeys(std::span<StemOfEntry> run) {
     keys.reserve(run.size());
     for (std::size_t index = 0; index != run.size(); ++index) {
         const StemOfEntry& stem = run[index];
-        if (keys.empty() || keys.back().first.hash != stem.stem.hash || !sameText(*keys.back().first.stem, *stem.stem.stem))
+        if (keys.empty() || !SameStemKey(keys.back().first, stem.stem))
             keys.emplace_back(std::piecewise_construct, std::forward_as_tuple(stem.stem), std::forward_as_tuple());
         Path::StemHolderList& holders = keys.back().second;
         if (holders.empty() || holders.back().entry != stem.holder.entry) holders.push_back(stem.holder);
@@ -314,6 +324,23 @@ std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryM
     return map;
 }
 
+// A path is derived from the one before it while at most one in this many
+// of its entries changed, and while its overlay holds at most one in this
+// many of the shared map's stems (or a few hundred, for a small path): past
+// that, a build costs little more, and the overlay, which each derivation
+// copies and which keeps the items of the entries gone, would only grow.
+constexpr std::size_t kDerivedChangeShare = 16;
+constexpr std::size_t kOverlayStemsAlwaysAllowed = 256;
+
+// Whether each place of the flat vector holds another entry in `after` than
+// in `before`, or is in only one of them.
+std::vector<bool> ChangedPlaces(const PathEntryVector& before, const PathEntryVector& after) {
+    std::vector<bool> changed(std::max(before.size(), after.size()), true);
+    for (std::size_t place = 0; place != std::min(before.size(), after.size()); ++place)
+        changed[place] = before[place] != after[place];
+    return changed;
+}
+
 ustring BasenameKey(const IPathEntry& entry) {
     ustring name = entry.GetIRI().getName();
     switch (entry.GetPathEntryType()) {
@@ -346,11 +373,12 @@ std::unique_ptr<PathEntryBasenameToPathEntriesMap> CreatePathEntryBasenameToPath
 
 // Gives `object` to the worker thread to free. On failed allocation it is
 // freed here instead; either way `object` is empty afterwards.
-template <class T>
-void DestroyAsynchronously(std::unique_ptr<T>&& object, AsynchronousWorkerQueue& queue) noexcept {
-    std::shared_ptr<std::unique_ptr<T>> holder;
+template <class Owner>
+void DestroyAsynchronously(Owner&& object, AsynchronousWorkerQueue& queue) noexcept {
+    static_assert(!std::is_lvalue_reference_v<Owner>, "the object is given away");
+    std::shared_ptr<Owner> holder;
     try {
-        holder = std::make_shared<std::unique_ptr<T>>(std::move(object));
+        holder = std::make_shared<Owner>(std::move(object));
     } catch (...) {
         object.reset();
         return;
@@ -602,6 +630,90 @@ Path::Path(PathEntryVector mainEntriesIn, std::weak_ptr<AsynchronousWorkerQueue>
       pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
       storageSystem(std::move(storage)) {}
 
+Path::Path(const Path& previous, PathEntryVector mainEntriesIn)
+    : workerQueue(previous.workerQueue),
+      mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
+      allEntries(CreateAllEntriesVector(*mainEntries)),
+      pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
+      pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
+      storageSystem(previous.storageSystem) {
+    ShareOrBuildStemMap(previous);
+}
+
+void Path::ShareOrBuildStemMap(const Path& previous) {
+    // Only the places of changed entries may hold other stems than before:
+    // an entry that kept its place kept its items, and the previous path's
+    // holders of it are still true. The shared map's other places are the
+    // same entries.
+    const PathEntryVector& before = *previous.allEntries;
+    const PathEntryVector& after = *allEntries;
+    const std::vector<bool> changed = ChangedPlaces(before, after);
+    const std::size_t changedCount = static_cast<std::size_t>(std::count(changed.begin(), changed.end(), true));
+    const StemOverlay* previousOverlay = previous.stemOverlay.get();
+    const std::size_t overlayLimit =
+        std::max(kOverlayStemsAlwaysAllowed, previous.pathItemStemToPathEntryMap->size() / kDerivedChangeShare);
+    if (changedCount * kDerivedChangeShare > after.size() ||
+        (previousOverlay && previousOverlay->holders.size() > overlayLimit)) {
+        pathItemStemToPathEntryMap = CreatePathItemStemToPathEntryMap(after);
+        return;
+    }
+
+    auto overlay = std::make_unique<StemOverlay>();
+    if (previousOverlay) {
+        overlay->holders = previousOverlay->holders;
+        overlay->hashBits = previousOverlay->hashBits;
+        overlay->retainedItems = previousOverlay->retainedItems;
+    }
+    // The stems of the changed places, before and after, and the holders
+    // that the entries there now give.
+    std::vector<StemOfEntry> gone;
+    std::vector<StemOfEntry> added;
+    for (std::size_t place = 0; place != changed.size(); ++place) {
+        if (!changed[place]) continue;
+        if (place < before.size()) {
+            std::shared_ptr<const PathItemVector> items = before[place]->GetPathItems();
+            CollectEntryStems(*items, HolderPlace(place, kEntryPlaceLimit), gone);
+            if (!items->empty()) overlay->retainedItems.push_back(std::move(items));
+        }
+        if (place < after.size())
+            CollectEntryStems(*after[place]->GetPathItems(), HolderPlace(place, kEntryPlaceLimit), added);
+    }
+    std::sort(added.begin(), added.end(), StemKeyThenPlaceLess);
+    std::vector<HashedStem> touched;
+    touched.reserve(gone.size() + added.size());
+    for (const auto* stems : {&gone, &added})
+        for (const StemOfEntry& stem : *stems) touched.push_back(stem.stem);
+    std::sort(touched.begin(), touched.end(), StemKeyLess);
+    touched.erase(std::unique(touched.begin(), touched.end(), SameStemKey), touched.end());
+
+    auto nextAdded = added.begin();
+    for (const HashedStem& stem : touched) {
+        // The stem's holders at unchanged places, as the previous path has
+        // them, merged in place order with those of the changed places.
+        StemHolderList holders;
+        const StemHolderRange kept = previous.LookUpEntriesByStem(HashedView{*stem.stem, stem.hash});
+        auto keptHolder = kept.begin();
+        const auto keepUpTo = [&](std::uint32_t entry) {
+            for (; keptHolder != kept.end() && keptHolder->entry < entry; ++keptHolder)
+                if (!changed[keptHolder->entry]) holders.push_back(*keptHolder);
+        };
+        for (; nextAdded != added.end() && SameStemKey(nextAdded->stem, stem); ++nextAdded) {
+            // Of one entry's holders of a stem (an entry whose items aren't
+            // sorted may give several), the first counts.
+            if (!holders.empty() && holders.back().entry == nextAdded->holder.entry) continue;
+            keepUpTo(nextAdded->holder.entry);
+            holders.push_back(nextAdded->holder);
+        }
+        keepUpTo(std::numeric_limits<std::uint32_t>::max());
+        StemOverlay::Holders::accessor accessor;
+        overlay->holders.insert(accessor, ustring(*stem.stem));
+        accessor->second = std::move(holders);
+        overlay->hashBits.set(StemOverlay::HashBit(stem.hash));
+    }
+    pathItemStemToPathEntryMap = previous.pathItemStemToPathEntryMap;
+    stemOverlay = std::move(overlay);
+}
+
 Path::~Path() {
     if (const std::shared_ptr<AsynchronousWorkerQueue> queue = workerQueue.lock()) {
         DestroyAsynchronously(std::move(pathEntryBasenameToPathEntriesMap), *queue);
@@ -623,6 +735,14 @@ Path::~Path() {
 // ------------------------------------------------------------------ lookups
 
 Path::StemHolderRange Path::LookUpEntriesByStem(ustring_view normalizedStem) const {
+    return LookUpEntriesByStem(HashedView{normalizedStem, UstringHashCompare::hash(normalizedStem)});
+}
+
+Path::StemHolderRange Path::LookUpEntriesByStem(const HashedView& normalizedStem) const {
+    if (stemOverlay && stemOverlay->hashBits.test(StemOverlay::HashBit(normalizedStem.hash))) {
+        const auto found = stemOverlay->holders.equal_range(normalizedStem);
+        if (found.first != found.second) return {found.first->second.data(), found.first->second.size()};
+    }
     const auto found = pathItemStemToPathEntryMap->equal_range(normalizedStem);
     if (found.first == found.second) return {};
     const StemHolderList& holders = found.first->second;

@@ -5,7 +5,9 @@
 // Everything is built eagerly, in parallel, inside the constructor, and
 // nothing changes afterwards, so queries take no lock. The indexes hold plain
 // pointers ("slots") into one flat vector of all entries kept in path order:
-// comparing two slots tells which entry stands first.
+// comparing two slots tells which entry stands first. A path made to replace
+// another that differs from it in a few entries shares that path's stem map,
+// the largest index, and keeps what changed in a small overlay.
 #include "SearchPathPublicFunctions.hpp"
 #include "tfsearch_path/IPath.hpp"
 #include "foundation/storage/vfs/StorageSystem.hpp"
@@ -14,12 +16,14 @@
 #include <oneapi/tbb/concurrent_hash_map.h>
 #include <oneapi/tbb/tbb_allocator.h>
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <memory_resource>
 #include <span>
 #include <utility>
+#include <vector>
 
 namespace Thornfell::PathManagement {
 
@@ -118,6 +122,12 @@ public:
         std::size_t hash;
         operator const ustring*() const { return stem; }
     };
+    // A looked-up stem with its hash, so that the stem map and the overlay
+    // of a derived path are asked with one hashing.
+    struct HashedView {
+        ustring_view text;
+        std::size_t hash;
+    };
     // Keys are pointers to the normalized stems inside the items; they hash
     // and compare as the strings they point to, never by address.
     struct IndirectUstringHashCompare {
@@ -125,9 +135,19 @@ public:
         static std::size_t hash(const ustring* text) { return UstringHashCompare::hash(*text); }
         static std::size_t hash(ustring_view text) { return UstringHashCompare::hash(text); }
         static std::size_t hash(const HashedStem& key) { return key.hash; }
+        static std::size_t hash(const HashedView& key) { return key.hash; }
         static bool equal(const ustring* a, const ustring* b) { return sameText(*a, *b); }
         static bool equal(ustring_view a, const ustring* b) { return sameText(a, *b); }
         static bool equal(const HashedStem& a, const ustring* b) { return sameText(*a.stem, *b); }
+        static bool equal(const HashedView& a, const ustring* b) { return sameText(a.text, *b); }
+    };
+    // The overlay's keys are its own copies of the stems.
+    struct OverlayHashCompare {
+        using is_transparent = void;
+        static std::size_t hash(const ustring& text) { return UstringHashCompare::hash(text); }
+        static std::size_t hash(const HashedView& key) { return key.hash; }
+        static bool equal(const ustring& a, const ustring& b) { return sameText(a, b); }
+        static bool equal(const HashedView& a, const ustring& b) { return sameText(a.text, b); }
     };
 
     using PathEntryInfoCache =
@@ -140,11 +160,34 @@ public:
     using PathEntryBasenameToPathEntriesMap =
         tbb::concurrent_hash_map<ustring, EntrySlotList, UstringHashCompare,
                                  PathMapAllocator<std::pair<const ustring, EntrySlotList>>>;
+    // What a path derived from another changes of the stem map that it
+    // shares with it: the holders of every stem that a changed entry held
+    // before or holds now (none for a stem no longer held), which stand
+    // instead of the map's, and the items of the entries gone since the map
+    // was built, whose stems the map's keys may still point at.
+    struct StemOverlay {
+        using Holders = tbb::concurrent_hash_map<ustring, StemHolderList, OverlayHashCompare,
+                                                 PathMapAllocator<std::pair<const ustring, StemHolderList>>>;
+        Holders holders;
+        // One bit for each stem's hash, so that a lookup of a stem the
+        // overlay hasn't got mostly stops at one bit.
+        std::bitset<4096> hashBits;
+        std::vector<std::shared_ptr<const PathItemVector>> retainedItems;
+
+        static std::size_t HashBit(std::size_t hash) { return hash >> 52; }
+    };
 
     // Builds the flat vector and the three maps, using the oneTBB pool; the
     // caller waits. Exceptions of the build leave no path behind.
     Path(PathEntryVector mainEntries, std::weak_ptr<AsynchronousWorkerQueue> workerQueue,
          foundation::storage::vfs::StorageSystemReference storageSystem);
+    // A path of `mainEntries` made from `previous`, which may be dropped
+    // afterwards. Where few entries differ from the previous path's, it
+    // shares that path's stem map and keeps the stems of the changed entries
+    // in an overlay: a refresh that rereads one folder then doesn't index
+    // every file of the path again. Where many differ, it is built like any
+    // other path.
+    Path(const Path& previous, PathEntryVector mainEntries);
     // Hands the maps to the worker queue if it still lives; the entries are
     // released here, on the caller's thread.
     ~Path() override;
@@ -171,11 +214,18 @@ public:
     bool FirstEntryIsBeforeSecondOnPath(const IPathEntry& first, const IPathEntry& second) const override;
     bool IsEntryOnPath(const IPathEntry& entry) const override;
 
+    // Whether this path was derived from another and shares its stem map.
+    bool SharesStemMap() const { return stemOverlay != nullptr; }
+
 private:
+    // Shares the stem map of `previous`, with an overlay for what changed, or
+    // builds one where too much did.
+    void ShareOrBuildStemMap(const Path& previous);
     template <class Strategy>
     typename Strategy::Result FindSearchTarget(const SearchScope& scope, const detail::SearchTarget& target,
                                                const FilenameMatchingPolicy& policy) const;
     StemHolderRange LookUpEntriesByStem(ustring_view normalizedStem) const;
+    StemHolderRange LookUpEntriesByStem(const HashedView& normalizedStem) const;
     EntrySlotRange LookUpEntriesByBasename(const ustring& name) const;
     // The slot of the main entry under which `entry` stands; null if the
     // entry isn't on this path.
@@ -190,7 +240,11 @@ private:
     std::shared_ptr<const PathEntryVector> mainEntries;
     std::shared_ptr<const PathEntryVector> allEntries;
     std::unique_ptr<PathEntryInfoCache> pathEntryInfoCache;
-    std::unique_ptr<const PathItemStemToPathEntryMap> pathItemStemToPathEntryMap;
+    // Shared with the paths derived from this one, and with the one this was
+    // derived from.
+    std::shared_ptr<const PathItemStemToPathEntryMap> pathItemStemToPathEntryMap;
+    // Null for a path built from its entries alone.
+    std::unique_ptr<const StemOverlay> stemOverlay;
     std::unique_ptr<PathEntryBasenameToPathEntriesMap> pathEntryBasenameToPathEntriesMap;
     foundation::storage::vfs::StorageSystemReference storageSystem;
 };

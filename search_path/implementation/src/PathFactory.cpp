@@ -17,6 +17,13 @@ std::shared_ptr<const IPath> PathFactory::CreatePath(PathEntryVector mainEntries
     return std::make_shared<const Path>(std::move(mainEntries), workerQueue, storageSystem);
 }
 
+std::shared_ptr<const IPath> CreatePathReplacing(const IPathFactory& factory, const std::shared_ptr<const IPath>& previous,
+                                                 PathEntryVector mainEntries) {
+    if (previous && typeid(*previous) == typeid(Path))
+        return std::make_shared<const Path>(static_cast<const Path&>(*previous), std::move(mainEntries));
+    return factory.CreatePath(std::move(mainEntries));
+}
+
 const IPathFactory& GetCurrentPathFactory() {
     using Store = foundation::usm::Detail<foundation::usm::scope::Qvm>;
     static const foundation::usm::SlotID id = Store::getNextID(typeid(PathFactory));
