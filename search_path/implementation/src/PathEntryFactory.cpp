@@ -297,11 +297,14 @@ PathEntryFactory::PathEntryChildren PathEntryFactory::ListChildren(const Folder&
 
 PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonitoringState state) const {
     const CanonicalAbsoluteIRI canonical = folder.getCanonicalLocation();
+    // Watched before it is read: the listing then shows every change before
+    // the watch, and the observer hears every one after it, with nothing to
+    // compare in between.
+    auto observer = MakeObserver(folder, state);
     // Sorted already, so the entry takes them as they are.
     std::shared_ptr<const PathItemVector> items = ListedItems(folder.fileNames(), canonical);
     const PathEntryType type = GetFolderEntryType(folder);
     PathEntryChildren children = ListChildren(folder, canonical, type, state);
-    auto observer = MakeObserver(folder, state);
 
     auto entry = PathEntry::Create(
         canonical, canonical.toString(), type, std::move(children.packages), std::move(children.methods),

@@ -75,6 +75,10 @@ bool UnchangedSinceListing(const Folder& folder, const std::string& path) {
 std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     Folder folder, foundation::core::except::Notification& notification) {
     const std::string path = nativePath(folder);
+    // A folder not read yet is opened for its reading now: its stamp names
+    // the mount for the test below, and the reading comes after the watch.
+    // One that can't be opened can't be read either, and counts as changed.
+    if (!folder.openForListing()) return std::make_unique<AlwaysChangedObserver>();
     if (treatAsRemote_.load(std::memory_order_acquire) || remoteMounts_.isRemote(folder, path))
         return createRemoteObserver(folder);
 
@@ -93,9 +97,11 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
         warnOfFallback(folder, error, notification);
         return std::make_unique<TimeStampObserver>(records_, folder);
     }
-    // The watch and the counters stand, so a change from here on is seen;
-    // what happened since the listing shows in the folder's times or, where
-    // those can't tell, in a new reading.
+    // The watch and the counters stand, so a change from here on is seen.
+    // A reading that begins after this shows every change before it; for
+    // one that began earlier, what happened since shows in the folder's
+    // times or, where those can't tell, in a new reading.
+    if (!folder.hasBegunListing()) return observer;
     if (!UnchangedSinceListing(folder, path)) {
         const auto listed = digestListing(folder);
         if (!listed || digestListingNow(folder) != listed) observer->setChangedAtStart();

@@ -53,6 +53,12 @@ struct Folder::State {
 
     std::mutex canonicalMutex;
     std::optional<CanonicalAbsoluteIRI> canonical;  // guarded by canonicalMutex
+    // Taken by openForListing with the descriptor in `openFolder`, for the
+    // reading that takes that descriptor.
+    std::optional<ListingStamp> openStamp;  // guarded by canonicalMutex
+
+    // Set as a reading begins, under listingMutex.
+    std::atomic<bool> readingBegun{false};
 
     // The listing is read once and then only read from: publish it through an
     // atomic pointer so that later calls take no lock. A failed reading
@@ -174,18 +180,21 @@ std::string resolvedByKernel(const std::string& path, int& readable) {
 // The identity and times of the open folder, and its mount where the kernel
 // tells it: one statx in place of the fstat, so that an observer made later
 // needn't ask the file system for its type again (see Folder::ListingStamp).
-bool takeStamp(int dirFd, Folder::ListingStamp& stamp) {
+// The moment is taken first: a change after it moves the times.
+std::optional<Folder::ListingStamp> takeStamp(int dirFd) {
+    Folder::ListingStamp stamp;
     struct statx info {};
-    if (::statx(dirFd, "", AT_EMPTY_PATH | AT_STATX_SYNC_AS_STAT,
+    if (::clock_gettime(CLOCK_REALTIME, &stamp.takenAt) != 0 ||
+        ::statx(dirFd, "", AT_EMPTY_PATH | AT_STATX_SYNC_AS_STAT,
                 STATX_TYPE | STATX_INO | STATX_MTIME | STATX_CTIME | STATX_MNT_ID_UNIQUE, &info) != 0)
-        return false;
+        return std::nullopt;
     const auto time = [](const struct statx_timestamp& t) { return timespec{t.tv_sec, t.tv_nsec}; };
     stamp.device = makedev(info.stx_dev_major, info.stx_dev_minor);
     stamp.inode = info.stx_ino;
     stamp.modified = time(info.stx_mtime);
     stamp.changed = time(info.stx_ctime);
     stamp.mountId = (info.stx_mask & STATX_MNT_ID_UNIQUE) ? info.stx_mnt_id : 0;
-    return true;
+    return stamp;
 }
 
 bool isDotOrDotDot(const char* name) {
@@ -255,8 +264,18 @@ const Folder::Listing& Folder::listing() const {
     // left by resolving the name is used first (reading a folder removed
     // since fails with ENOENT, as opening its name would). A failed reading
     // below opens the folder anew on the next call.
+    state_->readingBegun.store(true);
     int opened = state_->openFolder.exchange(-1);
-    if (opened < 0) opened = ::open(nativePath(iri_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // The stamp taken with that descriptor, if any, is the reading's.
+    std::optional<ListingStamp> openStamp;
+    {
+        std::lock_guard lock(state_->canonicalMutex);
+        openStamp = std::exchange(state_->openStamp, std::nullopt);
+    }
+    if (opened < 0) {
+        openStamp.reset();
+        opened = ::open(nativePath(iri_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    }
     const FdCloser dir{opened};
     if (dir.fd < 0) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
     const int dirFd = dir.fd;
@@ -269,8 +288,7 @@ const Folder::Listing& Folder::listing() const {
     // The folder's times as the reading begins: a change after this moment
     // moves them, which lets an observer made later tell cheaply whether the
     // listing may be stale.
-    ListingStamp stamp;
-    if (::clock_gettime(CLOCK_REALTIME, &stamp.takenAt) == 0 && takeStamp(dirFd, stamp)) listing->stamp = stamp;
+    listing->stamp = openStamp ? openStamp : takeStamp(dirFd);
     alignas(dirent64) char buffer[32 * 1024];
     for (;;) {
         const ssize_t filled = ::getdents64(dirFd, buffer, sizeof buffer);
@@ -309,9 +327,28 @@ const Folder::Listing& Folder::listing() const {
 }
 
 std::optional<Folder::ListingStamp> Folder::getListingStamp() const {
-    const Listing* done = state_->published.load(std::memory_order_acquire);
-    return done ? done->stamp : std::nullopt;
+    if (const Listing* done = state_->published.load(std::memory_order_acquire)) return done->stamp;
+    std::lock_guard lock(state_->canonicalMutex);
+    return state_->openStamp;
 }
+
+bool Folder::openForListing() const {
+    if (hasBegunListing()) return true;
+    int fd = state_->openFolder.exchange(-1);
+    if (fd < 0) fd = ::open(nativePath(iri_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return false;
+    std::optional<ListingStamp> stamp = takeStamp(fd);
+    {
+        std::lock_guard lock(state_->canonicalMutex);
+        state_->openStamp = std::move(stamp);
+    }
+    // Kept for the reading; where another copy opened the folder meanwhile,
+    // the reading takes that one and reads its own stamp.
+    if (const int other = state_->openFolder.exchange(fd); other >= 0) ::close(other);
+    return true;
+}
+
+bool Folder::hasBegunListing() const { return state_->readingBegun.load(); }
 
 std::vector<File> Folder::listFiles(const ustring& filter) const {
     const Listing& all = listing();

@@ -72,8 +72,9 @@ public:
     // while one of them lives. Throws as listFiles does.
     std::span<const ustring_view> fileNames() const;
 
-    // The folder's identity and times when its listing was read, and the
-    // moment of that reading; nothing before the folder has been listed.
+    // The folder's identity and times as its listing began to be read, and
+    // that moment; or as openForListing() opened it for the reading, which
+    // may still be to come. Nothing before either.
     struct ListingStamp {
         dev_t device = 0;
         ino_t inode = 0;
@@ -85,6 +86,14 @@ public:
         std::uint64_t mountId = 0;
     };
     std::optional<ListingStamp> getListingStamp() const;
+    // Opens the folder for the reading of its listing, which then uses this
+    // descriptor and this stamp, so that the stamp is known before the
+    // reading. Nothing where the reading has begun or the folder is open
+    // already; false where the folder can't be opened (the reading will
+    // then fail as usual).
+    bool openForListing() const;
+    // Whether a reading of the listing has begun; it may not have ended.
+    bool hasBegunListing() const;
     std::vector<Folder> listFolders(const ustring& filter) const;
 
 private:
