@@ -14,8 +14,11 @@
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/partitioner.h>
 #include <oneapi/tbb/scalable_allocator.h>
+#include <oneapi/tbb/task_arena.h>
+#include <oneapi/tbb/task_group.h>
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cstdint>
 #include <functional>
@@ -488,6 +491,37 @@ StemCandidate CandidateAt(const StemCandidates& candidates, std::size_t index) {
 const PathEntryPointer& EntryOf(const PathEntryPointer& candidate) { return candidate; }
 const PathEntryPointer& EntryOf(const StemCandidate& candidate) { return candidate.entry; }
 
+// Calls `body` once for each index below `count`, on the caller's thread
+// and on pool threads that come to help: each takes the next index not yet
+// taken. Returns when all calls have returned; an exception of a call
+// reaches the caller once the others are done. A query's few chunks are
+// dealt this way rather than split up front as parallel_for splits them: a
+// pool thread that wakes late then finds the caller done with them, instead
+// of the caller waiting for the share it had been given.
+template <class Body>
+void ClaimEachInTurn(std::size_t count, const Body& body) {
+    std::atomic<std::size_t> next{0};
+    const auto claim = [&] {
+        for (std::size_t index; (index = next.fetch_add(1, std::memory_order_relaxed)) < count;) body(index);
+    };
+    tbb::task_group helpers;
+    const std::size_t wanted =
+        std::min(count, static_cast<std::size_t>(std::max(1, tbb::this_task_arena::max_concurrency()))) - 1;
+    try {
+        for (std::size_t helper = 0; helper != wanted; ++helper) helpers.run(claim);
+        claim();
+    } catch (...) {
+        // No call starts any more; the helpers' own exceptions go with them.
+        next.store(count, std::memory_order_relaxed);
+        try {
+            helpers.wait();
+        } catch (...) {
+        }
+        throw;
+    }
+    helpers.wait();
+}
+
 // Gives each candidate that passes `scope` to `callback` with a result to add
 // to. The result is in candidate order, however many threads did the work.
 template <class Strategy, class Candidates, class Callback>
@@ -514,14 +548,19 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
         // for each candidate: the pool gets the same chunks, and a query
         // allocates a handful of vectors instead of one for each hit.
         const std::size_t runs = (count + kGrainSize - 1) / kGrainSize;
+        const auto endOfRun = [count](std::size_t run) { return std::min(count, (run + 1) * kGrainSize); };
+        // Their room is made here, on the caller's thread, which frees it
+        // too: memory that a pool thread's heap gave would go back to that
+        // heap, under its lock, from this thread.
         std::vector<Partial> partialByRun(runs);
-        ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
-            const std::size_t end = std::min(count, (run + 1) * kGrainSize);
-            // Filled here and stored once: the partial results lie side by
-            // side, and growing one in place would take its neighbours'
-            // cache line from the threads that fill them.
-            Partial partial;
-            if constexpr (Strategy::nearlyEveryCandidateAdds) Reserve(partial, end - run * kGrainSize);
+        if constexpr (Strategy::nearlyEveryCandidateAdds)
+            for (std::size_t run = 0; run != runs; ++run) Reserve(partialByRun[run], endOfRun(run) - run * kGrainSize);
+        ClaimEachInTurn(runs, [&](std::size_t run) {
+            const std::size_t end = endOfRun(run);
+            // Filled as a local and stored once: the partial results lie
+            // side by side, and growing one in place would take its
+            // neighbours' cache line from the threads that fill them.
+            Partial partial = std::move(partialByRun[run]);
             for (std::size_t index = run * kGrainSize; index < end; ++index) {
                 decltype(auto) candidate = CandidateAt(candidates, index);
                 if (scope.contains(EntryOf(candidate)->GetPathEntryType())) callback(candidate, partial);
