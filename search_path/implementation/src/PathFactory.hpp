@@ -27,10 +27,11 @@ private:
     foundation::storage::vfs::StorageSystemReference storageSystem;
 };
 
-// The path of `mainEntries` that is to take the place of `previous`, made by
-// `factory`. Made from `previous` where that is a path of this library
-// (which then saves the indexing of what the two have in common), whatever
-// made it; `previous` may be null.
+// The path of `mainEntries` that is to take the place of `previous`. Made
+// from `previous` where that is a path of this library, whatever made it:
+// the new path then saves the indexing of what the two have in common, and
+// frees its maps the way `previous` does. Made by `factory` otherwise;
+// `previous` may be null.
 std::shared_ptr<const IPath> CreatePathReplacing(const IPathFactory& factory, const std::shared_ptr<const IPath>& previous,
                                                  PathEntryVector mainEntries);
 
