@@ -500,6 +500,7 @@ const PathEntryPointer& EntryOf(const StemCandidate& candidate) { return candida
 // of the caller waiting for the share it had been given.
 template <class Body>
 void ClaimEachInTurn(std::size_t count, const Body& body) {
+    if (count == 0) return;
     std::atomic<std::size_t> next{0};
     const auto claim = [&] {
         for (std::size_t index; (index = next.fetch_add(1, std::memory_order_relaxed)) < count;) body(index);

@@ -107,12 +107,21 @@ public:
         EntrySlot parentSlot = nullptr;
     };
 
+    // A looked-up stem with its hash, so that the stem map and the overlay
+    // of a derived path are asked with one hashing.
+    struct HashedView {
+        ustring_view text;
+        std::size_t hash;
+    };
     // 64-bit FNV-1a over the bytes of the code units. Lookups may pass a
-    // view, so that a name needn't be copied into a string to be found.
+    // view, so that a name needn't be copied into a string to be found, or a
+    // view hashed already.
     struct UstringHashCompare {
         using is_transparent = void;
         static std::size_t hash(ustring_view text);
+        static std::size_t hash(const HashedView& key) { return key.hash; }
         static bool equal(ustring_view a, ustring_view b) { return sameText(a, b); }
+        static bool equal(const HashedView& a, ustring_view b) { return sameText(a.text, b); }
     };
     // A stem with its hash, worked out by the build while the stem's item is
     // at hand: inserting it then reads no item but those it meets in its
@@ -122,32 +131,16 @@ public:
         std::size_t hash;
         operator const ustring*() const { return stem; }
     };
-    // A looked-up stem with its hash, so that the stem map and the overlay
-    // of a derived path are asked with one hashing.
-    struct HashedView {
-        ustring_view text;
-        std::size_t hash;
-    };
     // Keys are pointers to the normalized stems inside the items; they hash
     // and compare as the strings they point to, never by address.
     struct IndirectUstringHashCompare {
         using is_transparent = void;
         static std::size_t hash(const ustring* text) { return UstringHashCompare::hash(*text); }
-        static std::size_t hash(ustring_view text) { return UstringHashCompare::hash(text); }
         static std::size_t hash(const HashedStem& key) { return key.hash; }
         static std::size_t hash(const HashedView& key) { return key.hash; }
         static bool equal(const ustring* a, const ustring* b) { return sameText(*a, *b); }
-        static bool equal(ustring_view a, const ustring* b) { return sameText(a, *b); }
         static bool equal(const HashedStem& a, const ustring* b) { return sameText(*a.stem, *b); }
         static bool equal(const HashedView& a, const ustring* b) { return sameText(a.text, *b); }
-    };
-    // The overlay's keys are its own copies of the stems.
-    struct OverlayHashCompare {
-        using is_transparent = void;
-        static std::size_t hash(const ustring& text) { return UstringHashCompare::hash(text); }
-        static std::size_t hash(const HashedView& key) { return key.hash; }
-        static bool equal(const ustring& a, const ustring& b) { return sameText(a, b); }
-        static bool equal(const HashedView& a, const ustring& b) { return sameText(a.text, b); }
     };
 
     using PathEntryInfoCache =
@@ -166,7 +159,7 @@ public:
     // instead of the map's, and the items of the entries gone since the map
     // was built, whose stems the map's keys may still point at.
     struct StemOverlay {
-        using Holders = tbb::concurrent_hash_map<ustring, StemHolderList, OverlayHashCompare,
+        using Holders = tbb::concurrent_hash_map<ustring, StemHolderList, UstringHashCompare,
                                                  PathMapAllocator<std::pair<const ustring, StemHolderList>>>;
         Holders holders;
         // One bit for each stem's hash, so that a lookup of a stem the

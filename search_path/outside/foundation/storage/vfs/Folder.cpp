@@ -334,6 +334,10 @@ std::optional<Folder::ListingStamp> Folder::getListingStamp() const {
 
 bool Folder::openForListing() const {
     if (hasBegunListing()) return true;
+    {
+        std::lock_guard lock(state_->canonicalMutex);
+        if (state_->openStamp) return true;
+    }
     int fd = state_->openFolder.exchange(-1);
     if (fd < 0) fd = ::open(nativePath(iri_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) return false;

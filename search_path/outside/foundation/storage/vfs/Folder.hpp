@@ -86,11 +86,12 @@ public:
         std::uint64_t mountId = 0;
     };
     std::optional<ListingStamp> getListingStamp() const;
-    // Opens the folder for the reading of its listing, which then uses this
-    // descriptor and this stamp, so that the stamp is known before the
-    // reading. Nothing where the reading has begun or the folder is open
-    // already; false where the folder can't be opened (the reading will
-    // then fail as usual).
+    // Opens the folder for the reading of its listing (or keeps the
+    // descriptor that resolving its name left open) and takes its stamp,
+    // which the reading then uses: the stamp is known before the reading.
+    // Nothing where the reading has begun or the stamp is taken already;
+    // false where the folder can't be opened (the reading will then fail as
+    // usual).
     bool openForListing() const;
     // Whether a reading of the listing has begun; it may not have ended.
     bool hasBegunListing() const;
