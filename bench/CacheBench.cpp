@@ -24,7 +24,7 @@ using namespace Thornfell::PathManagement;
 using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
 
 const tfsp::test::GeneratedTree& Tree() {
-    static const tfsp::test::GeneratedTree tree(tfsp::test::GeneratedTreeOptions{});
+    static const tfsp::test::GeneratedTree tree(tfsp::test::BenchmarkTreeOptions());
     return tree;
 }
 

@@ -132,7 +132,7 @@ int main(int argc, char** argv) {
     foundation::usm::EngineInstance engine;
     foundation::usm::EngineInstance::MakeCurrent current(engine);
     {
-        tfsp::test::GeneratedTreeOptions options;
+        tfsp::test::GeneratedTreeOptions options = tfsp::test::BenchmarkTreeOptions();
         options.sharedStems = {{"sharedBy100", 100}};
         const tfsp::test::GeneratedTree tree(options);
         Setup setup{GetCurrentPathFactory(), nullptr, tfsp::test::FrozenMainEntries(tree), nullptr, nullptr};

@@ -21,7 +21,7 @@ namespace {
 using namespace Thornfell::PathManagement;
 
 const tfsp::test::GeneratedTree& Tree() {
-    static const tfsp::test::GeneratedTree tree(tfsp::test::GeneratedTreeOptions{});
+    static const tfsp::test::GeneratedTree tree(tfsp::test::BenchmarkTreeOptions());
     return tree;
 }
 

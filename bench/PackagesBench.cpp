@@ -32,7 +32,7 @@ constexpr std::size_t RegistryPackages = 200;
 const tfsp::test::GeneratedTree& Tree() {
     // Main folders only, so that all 2,000 stand on the path.
     static const tfsp::test::GeneratedTree tree([] {
-        tfsp::test::GeneratedTreeOptions options;
+        tfsp::test::GeneratedTreeOptions options = tfsp::test::BenchmarkTreeOptions();
         options.packageFraction = options.classFraction = options.privateFraction = 0;
         return options;
     }());

@@ -165,7 +165,7 @@ int main(int argc, char** argv) {
     foundation::usm::EngineInstance engine;
     foundation::usm::EngineInstance::MakeCurrent current(engine);
     {
-        tfsp::test::GeneratedTreeOptions options;
+        tfsp::test::GeneratedTreeOptions options = tfsp::test::BenchmarkTreeOptions();
         options.sharedStems = {{"sharedBy100", 100}, {"sharedBy1000", 1000}};
         const tfsp::test::GeneratedTree tree(options);
 

@@ -6,6 +6,10 @@
 #include <numeric>
 #include <random>
 #include <set>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace tfsp::test {
 
@@ -22,6 +26,12 @@ std::vector<std::size_t> Shuffled(std::size_t count, std::mt19937_64& random) {
 
 // The draws from the seed come in a fixed order (folders, stems, extensions),
 // and options left at their defaults draw nothing: a new option must keep it so.
+GeneratedTreeOptions BenchmarkTreeOptions() {
+    GeneratedTreeOptions options;
+    options.settleOnDisk = true;
+    return options;
+}
+
 GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) : temp_("tfsp-trees") {
     std::mt19937_64 random(options.seed);
     const auto share = [&](double fraction) { return static_cast<std::size_t>(fraction * options.folders); };
@@ -107,6 +117,11 @@ GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) : temp_("tfsp-
             temp_.file(folders[f] + "/" + name);
             ++fileCount_;
         }
+    }
+    if (options.settleOnDisk) {
+        const int root = ::open(temp_.root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (root < 0 || ::syncfs(root) != 0) throw std::runtime_error("can't sync the tree " + temp_.root());
+        ::close(root);
     }
 }
 

@@ -21,6 +21,7 @@
 #include <atomic>
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <ranges>
@@ -639,23 +640,36 @@ bool IsPathnameSeparator(char16_t c) { return Constants::PathnameSeparatorStr.fi
 
 // ------------------------------------------------------------------- hashing
 
+namespace {
+// The 128-bit product of two words, folded to one: every bit of either
+// factor reaches the low bits, which pick the bucket, and the high bits.
+std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
+    const unsigned __int128 product = static_cast<unsigned __int128>(a) * b;
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
+} // namespace
+
 std::size_t Path::UstringHashCompare::hash(ustring_view text) {
-    // FNV-1a over the bytes of the code units, low byte first. Nearly every
-    // code unit has a high byte of zero, whose step is a bare multiplication:
-    // folding it into the step before halves the chain of multiplications.
-    static_assert(std::endian::native == std::endian::little, "the bytes of a code unit are taken low byte first");
-    constexpr std::uint64_t kPrime = 1099511628211ULL;
-    constexpr std::uint64_t kPrimeSquared = kPrime * kPrime;
-    std::uint64_t hash = 14695981039346656037ULL;
-    for (const char16_t unit : text) {
-        if (unit < 0x100) {
-            hash = (hash ^ unit) * kPrimeSquared;
-        } else {
-            hash = (hash ^ (unit & 0xFFu)) * kPrime;
-            hash = (hash ^ (unit >> 8)) * kPrime;
-        }
+    // Four code units at a time, one multiplication each: a query hashes its
+    // name before anything else, and a byte-wise hash's chain of
+    // multiplications took a third of a miss's time.
+    static_assert(std::endian::native == std::endian::little, "code units are packed low unit first");
+    constexpr std::uint64_t kWordFactor = 0x9E3779B97F4A7C15ULL;
+    constexpr std::uint64_t kFinalFactor = 0xBF58476D1CE4E5B9ULL;
+    std::uint64_t hash = 0x243F6A8885A308D3ULL ^ text.size();
+    const char16_t* unit = text.data();
+    std::size_t left = text.size();
+    for (; left >= 4; left -= 4, unit += 4) {
+        std::uint64_t word;
+        std::memcpy(&word, unit, sizeof word);
+        hash = FoldedProduct(hash ^ word, kWordFactor);
     }
-    return static_cast<std::size_t>(hash);
+    if (left != 0) {
+        std::uint64_t word = 0;
+        for (std::size_t index = 0; index != left; ++index) word |= std::uint64_t{unit[index]} << (16 * index);
+        hash = FoldedProduct(hash ^ word, kWordFactor);
+    }
+    return static_cast<std::size_t>(FoldedProduct(hash, kFinalFactor));
 }
 
 // ------------------------------------------------------------- construction

@@ -113,7 +113,7 @@ public:
         ustring_view text;
         std::size_t hash;
     };
-    // 64-bit FNV-1a over the bytes of the code units. Lookups may pass a
+    // A multiplicative hash of the code units, four at a time. Lookups may pass a
     // view, so that a name needn't be copied into a string to be found, or a
     // view hashed already.
     struct UstringHashCompare {
