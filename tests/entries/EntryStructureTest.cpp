@@ -1,8 +1,12 @@
 // What the factory makes of a folder: kinds of child, what is left out, and
 // the order of items.
 #include "EntryTestHelpers.hpp"
+#include "PathEntry.hpp"
 
 #include <gmock/gmock.h>
+
+#include <random>
+#include <set>
 
 namespace tfsp::test {
 namespace {
@@ -112,6 +116,29 @@ TEST_F(EntryStructureTest, ItemsAreSortedWhereNamesShareALongPrefix) {
                 ElementsAre("prefix_.tf", "prefix_a.tf", "prefix_abcd.tf", "prefix_abcdea.tf", "prefix_abcdeZ.tf",
                             "PREFIX_B.tf", "prefix_b.m", "prefix_\xC3\xA9.tf", "prefix_\xF0\x9F\x98\x80.tf",
                             "prefix_\xEF\xBC\xA1.tf"));
+}
+
+TEST_F(EntryStructureTest, ItemsOfManyLikeNamesAreSortedAsOneByOneComparisonSortsThem) {
+    // Stems drawn from few letters, in both cases and outside ASCII, so that
+    // many agree far into the name or fold alike, and extensions that tell
+    // apart what the stems don't.
+    const std::vector<std::string> letters = {"a", "A", "b", "_", "0", "\xC3\xA9", "\xC3\x89", "\xE6\x97\xA5",
+                                              "\xF0\x9F\x98\x80"};
+    const std::vector<std::string> extensions = {".tf", ".TF", ".tfc", ""};
+    std::mt19937 random(7);
+    std::set<std::string> names;
+    while (names.size() != 300) {
+        std::string name = "p";
+        for (std::size_t length = random() % 9; length != 0; --length) name += letters[random() % letters.size()];
+        names.insert(name + extensions[random() % extensions.size()]);
+    }
+    for (const std::string& name : names) tree.file("f/" + name);
+
+    const auto items = *Entry("f")->GetPathItems();
+    ASSERT_EQ(items.size(), names.size());
+    auto expected = items;
+    std::sort(expected.begin(), expected.end(), PathItemLess);
+    EXPECT_EQ(items, expected);
 }
 
 TEST_F(EntryStructureTest, AnUnreadableFolderIsAStorageError) {
