@@ -118,7 +118,7 @@ TEST_F(EntryStructureTest, ItemsAreSortedWhereNamesShareALongPrefix) {
                             "prefix_\xEF\xBC\xA1.tf"));
 }
 
-TEST_F(EntryStructureTest, ItemsOfManyLikeNamesAreSortedAsOneByOneComparisonSortsThem) {
+TEST_F(EntryStructureTest, ItemsOfManyLikeNamesComeInTheOrderOfAComparisonSort) {
     // Stems drawn from few letters, in both cases and outside ASCII, so that
     // many agree far into the name or fold alike, and extensions that tell
     // apart what the stems don't.
