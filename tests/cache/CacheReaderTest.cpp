@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -34,8 +36,43 @@ struct ReadResult {
     std::streamoff stoppedAt = -1;
 };
 
-ReadResult Read(const std::string& text) {
-    std::istringstream in(text);
+// Hands out the text a few bytes at a time, as a file's buffer does at the
+// end of each block it reads: every scan of the reader then also meets the
+// end of what the buffer holds, in every place.
+class TricklingBuffer : public std::streambuf {
+public:
+    TricklingBuffer(std::string text, std::size_t step) : text_(std::move(text)), step_(step) {
+        setg(text_.data(), text_.data(), text_.data());
+    }
+
+protected:
+    int_type underflow() override {
+        const std::size_t at = static_cast<std::size_t>(gptr() - eback());
+        if (at == text_.size()) return traits_type::eof();
+        setg(eback(), gptr(), eback() + std::min(text_.size(), at + step_));
+        return traits_type::to_int_type(*gptr());
+    }
+    // Only what tellg asks: the position.
+    pos_type seekoff(off_type offset, std::ios::seekdir from, std::ios::openmode) override {
+        if (offset != 0 || from != std::ios::cur) return pos_type(off_type(-1));
+        return pos_type(gptr() - eback());
+    }
+
+private:
+    std::string text_;
+    const std::size_t step_;
+};
+
+// The same text whole in a string stream, and trickled in steps of a few
+// bytes.
+constexpr std::size_t kWhole = 0;
+constexpr std::size_t kSteps[] = {kWhole, 1, 2, 3, 7};
+
+ReadResult Read(const std::string& text, std::size_t step = kWhole) {
+    std::istringstream whole(text);
+    TricklingBuffer trickle(text, step);
+    std::istream trickled(&trickle);
+    std::istream& in = step == kWhole ? static_cast<std::istream&>(whole) : trickled;
     fl::i18n::codecvt_string_to_ustring converter("UTF-8", true);
     PathCacheReader reader(in, converter);
     ReadResult result;
@@ -97,10 +134,12 @@ TEST(CacheReaderTest, AcceptsTheWritersFormatAndFreeWhiteSpace) {
          }()},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const ReadResult result = Read(c.file);
-        EXPECT_FALSE(result.rejected);
-        EXPECT_EQ(result.folders, c.folders);
+        for (const std::size_t step : kSteps) {
+            SCOPED_TRACE(std::string(c.what) + ", step " + std::to_string(step));
+            const ReadResult result = Read(c.file, step);
+            EXPECT_FALSE(result.rejected);
+            EXPECT_EQ(result.folders, c.folders);
+        }
     }
     // The reader stops right after the end line.
     EXPECT_EQ(Read(cases[7].file).stoppedAt, static_cast<std::streamoff>(cases[7].file.find(kEnd) + kEnd.size() - 1));
@@ -126,9 +165,12 @@ TEST(CacheReaderTest, FileNamesReadBackAfterTheirFoldersMoved) {
     }
     file += "<C name=\"last\"/></D>" + kEnd;
     dump += " C:last]";
-    const ReadResult result = Read(file);
-    EXPECT_FALSE(result.rejected);
-    EXPECT_EQ(result.folders, dump);
+    for (const std::size_t step : kSteps) {
+        SCOPED_TRACE(step);
+        const ReadResult result = Read(file, step);
+        EXPECT_FALSE(result.rejected);
+        EXPECT_EQ(result.folders, dump);
+    }
 }
 
 // Each file marks its fault with "^": the reader must stop there (at the
@@ -173,15 +215,17 @@ TEST(CacheReaderTest, RejectsEverythingElseAtTheFirstFault) {
          ""},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
         std::string file = c.file;
         const std::size_t fault = file.find('^');
-        ASSERT_NE(fault, std::string::npos);
+        ASSERT_NE(fault, std::string::npos) << c.what;
         file.erase(fault, 1);
-        const ReadResult result = Read(file);
-        EXPECT_TRUE(result.rejected);
-        EXPECT_EQ(result.folders, c.foldersBefore);
-        EXPECT_EQ(result.stoppedAt, static_cast<std::streamoff>(fault));
+        for (const std::size_t step : kSteps) {
+            SCOPED_TRACE(std::string(c.what) + ", step " + std::to_string(step));
+            const ReadResult result = Read(file, step);
+            EXPECT_TRUE(result.rejected);
+            EXPECT_EQ(result.folders, c.foldersBefore);
+            EXPECT_EQ(result.stoppedAt, static_cast<std::streamoff>(fault));
+        }
     }
 }
 

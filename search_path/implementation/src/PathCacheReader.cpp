@@ -18,59 +18,97 @@ bool IsWhiteSpace(Traits::int_type c) {
 
 [[noreturn]] void Reject() { throw ToolboxCacheWrongFormatException(); }
 
-} // namespace
+// The bytes that a stream buffer holds ahead of its position, which
+// std::streambuf shows only to its own kind. Each scan below looks at them
+// in place first and takes what it read with one step; only a scan that
+// reaches their end, or finds a fault, goes on byte by byte, through the
+// calls that refill the buffer and leave the stream at the fault. Byte by
+// byte everywhere, the reader spent more time on the calls than on the
+// bytes.
+struct BufferedBytes : std::streambuf {
+    static std::string_view Ahead(std::streambuf& buffer) {
+        char* (std::streambuf::*const position)() const = &BufferedBytes::gptr;
+        char* (std::streambuf::*const end)() const = &BufferedBytes::egptr;
+        const char* const begin = (buffer.*position)();
+        return {begin, static_cast<std::size_t>((buffer.*end)() - begin)};
+    }
+    // Takes `count` of the bytes ahead, which must be there.
+    static void Take(std::streambuf& buffer, std::size_t count) {
+        void (std::streambuf::*const bump)(int) = &BufferedBytes::gbump;
+        (buffer.*bump)(static_cast<int>(count));
+    }
+};
 
-PathCacheReader::PathCacheReader(std::istream& in, fl::i18n::codecvt_string_to_ustring& textConverter)
-    : stream(&in), buffer(in.rdbuf()), converter(&textConverter) {}
+// The scan of the bytes, in functions of this file alone, so that the
+// compiler calls none of them through the library's symbol table and
+// inlines the small ones.
 
-// The helpers that look at each byte are inline, so that the scan calls
-// none of them through the library's symbol table.
-inline Traits::int_type PathCacheReader::Peek() {
-    const Traits::int_type c = buffer->sgetc();
+Traits::int_type Peek(std::istream& stream, std::streambuf& buffer) {
+    const Traits::int_type c = buffer.sgetc();
     // The stream says where the input ended, as reading through it would.
-    if (Traits::eq_int_type(c, Traits::eof())) stream->setstate(std::ios::eofbit);
+    if (Traits::eq_int_type(c, Traits::eof())) stream.setstate(std::ios::eofbit);
     return c;
 }
 
-inline void PathCacheReader::SkipWhiteSpace() {
-    while (IsWhiteSpace(Peek())) buffer->sbumpc();
+void SkipWhiteSpace(std::istream& stream, std::streambuf& buffer) {
+    const std::string_view ahead = BufferedBytes::Ahead(buffer);
+    std::size_t count = 0;
+    while (count != ahead.size() && IsWhiteSpace(static_cast<unsigned char>(ahead[count]))) ++count;
+    BufferedBytes::Take(buffer, count);
+    if (count != ahead.size()) return;
+    while (IsWhiteSpace(Peek(stream, buffer))) buffer.sbumpc();
 }
 
-inline void PathCacheReader::Expect(const char* text) {
+void Expect(std::istream& stream, std::streambuf& buffer, std::string_view text) {
+    if (BufferedBytes::Ahead(buffer).starts_with(text)) {
+        BufferedBytes::Take(buffer, text.size());
+        return;
+    }
     // Each byte is looked at before it is taken, so that a fault leaves the
     // stream at the offending byte.
-    for (; *text; ++text) {
-        if (Peek() != Traits::to_int_type(*text)) Reject();
-        buffer->sbumpc();
+    for (const char c : text) {
+        if (Peek(stream, buffer) != Traits::to_int_type(c)) Reject();
+        buffer.sbumpc();
     }
 }
 
-int PathCacheReader::NextElement() {
-    SkipWhiteSpace();
-    Expect("<");
-    const Traits::int_type letter = Peek();
+// The letter of the element after a "<" (white space before it skipped).
+int NextElement(std::istream& stream, std::streambuf& buffer) {
+    SkipWhiteSpace(stream, buffer);
+    Expect(stream, buffer, "<");
+    const Traits::int_type letter = Peek(stream, buffer);
     if (letter == Traits::eof()) Reject();
     return letter;
 }
 
-void PathCacheReader::ReadNameBytes() {
-    SkipWhiteSpace();
-    Expect("name=\"");
+// Reads ` name="..."` and gives the name's bytes, valid until the next read:
+// in the stream's buffer, where they stay until a later read refills it, or
+// in `spill` when the buffer didn't hold them whole.
+std::string_view ReadNameBytes(std::istream& stream, std::streambuf& buffer, std::string& spill) {
+    SkipWhiteSpace(stream, buffer);
+    static constexpr std::string_view kOpening = "name=\"";
+    if (const std::string_view ahead = BufferedBytes::Ahead(buffer); ahead.starts_with(kOpening)) {
+        if (const std::size_t closing = ahead.find('"', kOpening.size()); closing != std::string_view::npos) {
+            BufferedBytes::Take(buffer, closing + 1);
+            return ahead.substr(kOpening.size(), closing - kOpening.size());
+        }
+    }
+    Expect(stream, buffer, kOpening);
     // The end of the input before the closing quotation mark. Tested first,
     // so that the getline below always takes a byte and only ever adds the
     // end-of-file state, never the failure state, to the stream.
-    if (Traits::eq_int_type(Peek(), Traits::eof())) Reject();
-    // One buffer for every name of the file: most names fit in what the
-    // names before them left. The getline looks for the quotation mark in
-    // the stream's buffer a block at a time, not a byte at a time.
-    std::getline(*stream, nameBytes, '"');
-    if (!stream->good()) Reject();
+    if (Traits::eq_int_type(Peek(stream, buffer), Traits::eof())) Reject();
+    // One buffer for every such name of the file. The getline looks for the
+    // quotation mark in the stream's buffer a block at a time.
+    std::getline(stream, spill, '"');
+    if (!stream.good()) Reject();
+    return spill;
 }
 
-ustring PathCacheReader::ReadName() {
-    ReadNameBytes();
-    return (*converter)(nameBytes);
-}
+} // namespace
+
+PathCacheReader::PathCacheReader(std::istream& in, fl::i18n::codecvt_string_to_ustring& textConverter)
+    : stream(&in), buffer(in.rdbuf()), converter(&textConverter) {}
 
 PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     if (depth > kMaxFolderDepth) Reject();
@@ -84,13 +122,13 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     // text has stopped growing.
     std::vector<std::size_t> ends;
     ends.reserve(filesInLastFolder);
-    folder.name = ReadName();
-    Expect(">");
+    folder.name = (*converter)(ReadNameBytes(*stream, *buffer, nameBytes));
+    Expect(*stream, *buffer, ">");
     for (;;) {
-        switch (const int letter = NextElement()) {
+        switch (const int letter = NextElement(*stream, *buffer)) {
         case '/': {
             buffer->sbumpc();
-            Expect("D>");
+            Expect(*stream, *buffer, "D>");
             filesInLastFolder = folder.files.size();
             textInLastFolder = text->size();
             fl::i18n::for_each_name_view(*text, ends,
@@ -106,11 +144,10 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
         case 'N':
         case 'U':
             buffer->sbumpc();
-            ReadNameBytes();
-            converter->append(*text, nameBytes);
+            converter->append(*text, ReadNameBytes(*stream, *buffer, nameBytes));
             ends.push_back(text->size());
             folder.files.push_back({ustring_view(), static_cast<char>(letter)});
-            Expect("/>");
+            Expect(*stream, *buffer, "/>");
             break;
         default: Reject();
         }
@@ -120,8 +157,8 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
 void PathCacheReader::ReadFolders(const std::function<void(std::shared_ptr<FolderContents>)>& onFolder) {
     // A stream that already failed, or has no buffer, has nothing to read.
     if (!stream->good() || !buffer) Reject();
-    SkipWhiteSpace();
-    Expect("<Thornfell type=\"Path Cache File\" version=\"2.0\" date=");
+    SkipWhiteSpace(*stream, *buffer);
+    Expect(*stream, *buffer, "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=");
     // The date is for people; nothing reads it.
     for (Traits::int_type c = buffer->sbumpc(); c != '>'; c = buffer->sbumpc()) {
         if (Traits::eq_int_type(c, Traits::eof())) {
@@ -130,10 +167,10 @@ void PathCacheReader::ReadFolders(const std::function<void(std::shared_ptr<Folde
         }
     }
     for (;;) {
-        switch (NextElement()) {
+        switch (NextElement(*stream, *buffer)) {
         case '/':
             buffer->sbumpc();
-            Expect("Thornfell>");
+            Expect(*stream, *buffer, "Thornfell>");
             return;  // what follows the end line isn't read
         case 'D':
             buffer->sbumpc();

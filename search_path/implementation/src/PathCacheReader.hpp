@@ -21,6 +21,7 @@
 #include <memory>
 #include <streambuf>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Thornfell::PathManagement {
@@ -61,21 +62,13 @@ public:
 private:
     // The reader takes bytes from the stream's buffer itself: a stream call
     // for each byte would cost more than all the rest of the reading.
-    std::istream::int_type Peek();
-    void SkipWhiteSpace();
-    void Expect(const char* text);
-    // The letter of the element after a "<" (white space before it skipped).
-    int NextElement();
-    // Reads ` name="..."` and leaves the name's bytes in nameBytes.
-    void ReadNameBytes();
-    ustring ReadName();
     // Entered after "<D"; `depth` is 1 for a top-level folder.
     FolderContents ReadFolder(std::size_t depth);
 
     std::istream* stream;
     std::streambuf* buffer;
     fl::i18n::codecvt_string_to_ustring* converter;
-    std::string nameBytes;  // the bytes of the name being read
+    std::string nameBytes;  // a name's bytes when the buffer didn't hold them whole
     std::size_t filesInLastFolder = 0;  // of the folder closed last
     std::size_t textInLastFolder = 0;   // the length of its fileNameText
 };
