@@ -2,6 +2,7 @@
 
 #include "fl/ustring.hpp"
 
+#include <cstring>
 #include <string>
 
 namespace Thornfell::PathManagement {
@@ -59,17 +60,29 @@ void SkipWhiteSpace(std::istream& stream, std::streambuf& buffer) {
     while (IsWhiteSpace(Peek(stream, buffer))) buffer.sbumpc();
 }
 
-void Expect(std::istream& stream, std::streambuf& buffer, std::string_view text) {
-    if (BufferedBytes::Ahead(buffer).starts_with(text)) {
-        BufferedBytes::Take(buffer, text.size());
-        return;
-    }
-    // Each byte is looked at before it is taken, so that a fault leaves the
-    // stream at the offending byte.
+// Each byte is looked at before it is taken, so that a fault leaves the
+// stream at the offending byte.
+void ExpectByteByByte(std::istream& stream, std::streambuf& buffer, std::string_view text) {
     for (const char c : text) {
         if (Peek(stream, buffer) != Traits::to_int_type(c)) Reject();
         buffer.sbumpc();
     }
+}
+
+// Whether `ahead` begins with the literal `text`. Its length known, the
+// comparison is a load or two instead of a call.
+template <std::size_t Size>
+bool StartsWith(std::string_view ahead, const char (&text)[Size]) {
+    return ahead.size() >= Size - 1 && std::memcmp(ahead.data(), text, Size - 1) == 0;
+}
+
+template <std::size_t Size>
+void Expect(std::istream& stream, std::streambuf& buffer, const char (&text)[Size]) {
+    if (StartsWith(BufferedBytes::Ahead(buffer), text)) {
+        BufferedBytes::Take(buffer, Size - 1);
+        return;
+    }
+    ExpectByteByByte(stream, buffer, std::string_view(text, Size - 1));
 }
 
 // The letter of the element after a "<" (white space before it skipped).
@@ -86,11 +99,12 @@ int NextElement(std::istream& stream, std::streambuf& buffer) {
 // in `spill` when the buffer didn't hold them whole.
 std::string_view ReadNameBytes(std::istream& stream, std::streambuf& buffer, std::string& spill) {
     SkipWhiteSpace(stream, buffer);
-    static constexpr std::string_view kOpening = "name=\"";
-    if (const std::string_view ahead = BufferedBytes::Ahead(buffer); ahead.starts_with(kOpening)) {
-        if (const std::size_t closing = ahead.find('"', kOpening.size()); closing != std::string_view::npos) {
+    static constexpr char kOpening[] = "name=\"";
+    static constexpr std::size_t kOpened = sizeof kOpening - 1;
+    if (const std::string_view ahead = BufferedBytes::Ahead(buffer); StartsWith(ahead, kOpening)) {
+        if (const std::size_t closing = ahead.find('"', kOpened); closing != std::string_view::npos) {
             BufferedBytes::Take(buffer, closing + 1);
-            return ahead.substr(kOpening.size(), closing - kOpening.size());
+            return ahead.substr(kOpened, closing - kOpened);
         }
     }
     Expect(stream, buffer, kOpening);
