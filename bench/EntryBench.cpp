@@ -3,8 +3,10 @@
 //
 // The tree (2,000 folders of 50 files, some of them package, class and private
 // folders) is made once from a fixed seed in a temporary folder, so that runs
-// compare. Both walks run warm: the tree is listed once before timing.
+// compare. Both walks run warm: the tree is listed once before timing, and
+// each starts on a settled heap.
 #include "support/GeneratedTree.hpp"
+#include "support/Heap.hpp"
 
 #include "fl/filesystem/Filesystem.hpp"
 #include "foundation/usm/StateStore.hpp"
@@ -62,6 +64,9 @@ void BM_BuildEntries(benchmark::State& state) {
     double bare = 0;
     double build = 0;
     for (auto _ : state) {
+        state.PauseTiming();
+        tfsp::test::SettleHeap();
+        state.ResumeTiming();
         const auto start = std::chrono::steady_clock::now();
         PathEntryVector entries;
         entries.reserve(iris.size());
@@ -70,6 +75,7 @@ void BM_BuildEntries(benchmark::State& state) {
         build += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         state.PauseTiming();
         entries.clear();  // entries die here, outside the timing, so the next round builds anew
+        tfsp::test::SettleHeap();
         bare += SecondsOfBareWalk();
         state.ResumeTiming();
     }
