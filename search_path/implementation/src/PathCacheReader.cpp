@@ -2,7 +2,9 @@
 
 #include "fl/ustring.hpp"
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
 
 namespace Thornfell::PathManagement {
@@ -31,7 +33,9 @@ struct BufferedBytes : std::streambuf {
         char* (std::streambuf::*const position)() const = &BufferedBytes::gptr;
         char* (std::streambuf::*const end)() const = &BufferedBytes::egptr;
         const char* const begin = (buffer.*position)();
-        return {begin, static_cast<std::size_t>((buffer.*end)() - begin)};
+        // No more than one step can take: the rest is seen after it.
+        const auto size = std::min<std::size_t>((buffer.*end)() - begin, std::numeric_limits<int>::max());
+        return {begin, size};
     }
     // Takes `count` of the bytes ahead, which must be there.
     static void Take(std::streambuf& buffer, std::size_t count) {
