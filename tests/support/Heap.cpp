@@ -28,9 +28,9 @@ void AskForALargeBlock() {
 } // namespace
 
 void SettleHeap() {
-    AskForALargeBlock();
-    // One share for each thread of the pool: a share waits until all are
-    // taken, so that no thread takes two, or a second at most.
+    // One share for each thread of the pool, the calling one among them: a
+    // share waits until all are taken (a second at most), so that no thread
+    // takes two.
     const int threads = tbb::this_task_arena::max_concurrency();
     std::atomic<int> taken{0};
     tbb::parallel_for(

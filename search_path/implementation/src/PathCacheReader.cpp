@@ -48,28 +48,29 @@ struct BufferedBytes : std::streambuf {
 // compiler calls none of them through the library's symbol table and
 // inlines the small ones.
 
-Traits::int_type Peek(std::istream& stream, std::streambuf& buffer) {
-    const Traits::int_type c = buffer.sgetc();
+Traits::int_type Peek(std::istream& stream) {
+    const Traits::int_type c = stream.rdbuf()->sgetc();
     // The stream says where the input ended, as reading through it would.
     if (Traits::eq_int_type(c, Traits::eof())) stream.setstate(std::ios::eofbit);
     return c;
 }
 
-void SkipWhiteSpace(std::istream& stream, std::streambuf& buffer) {
+void SkipWhiteSpace(std::istream& stream) {
+    std::streambuf& buffer = *stream.rdbuf();
     const std::string_view ahead = BufferedBytes::Ahead(buffer);
     std::size_t count = 0;
     while (count != ahead.size() && IsWhiteSpace(static_cast<unsigned char>(ahead[count]))) ++count;
     BufferedBytes::Take(buffer, count);
     if (count != ahead.size()) return;
-    while (IsWhiteSpace(Peek(stream, buffer))) buffer.sbumpc();
+    while (IsWhiteSpace(Peek(stream))) buffer.sbumpc();
 }
 
 // Each byte is looked at before it is taken, so that a fault leaves the
 // stream at the offending byte.
-void ExpectByteByByte(std::istream& stream, std::streambuf& buffer, std::string_view text) {
+void ExpectByteByByte(std::istream& stream, std::string_view text) {
     for (const char c : text) {
-        if (Peek(stream, buffer) != Traits::to_int_type(c)) Reject();
-        buffer.sbumpc();
+        if (Peek(stream) != Traits::to_int_type(c)) Reject();
+        stream.rdbuf()->sbumpc();
     }
 }
 
@@ -81,19 +82,20 @@ bool StartsWith(std::string_view ahead, const char (&text)[Size]) {
 }
 
 template <std::size_t Size>
-void Expect(std::istream& stream, std::streambuf& buffer, const char (&text)[Size]) {
+void Expect(std::istream& stream, const char (&text)[Size]) {
+    std::streambuf& buffer = *stream.rdbuf();
     if (StartsWith(BufferedBytes::Ahead(buffer), text)) {
         BufferedBytes::Take(buffer, Size - 1);
         return;
     }
-    ExpectByteByByte(stream, buffer, std::string_view(text, Size - 1));
+    ExpectByteByByte(stream, std::string_view(text, Size - 1));
 }
 
 // The letter of the element after a "<" (white space before it skipped).
-int NextElement(std::istream& stream, std::streambuf& buffer) {
-    SkipWhiteSpace(stream, buffer);
-    Expect(stream, buffer, "<");
-    const Traits::int_type letter = Peek(stream, buffer);
+int NextElement(std::istream& stream) {
+    SkipWhiteSpace(stream);
+    Expect(stream, "<");
+    const Traits::int_type letter = Peek(stream);
     if (letter == Traits::eof()) Reject();
     return letter;
 }
@@ -101,8 +103,9 @@ int NextElement(std::istream& stream, std::streambuf& buffer) {
 // Reads ` name="..."` and gives the name's bytes, valid until the next read:
 // in the stream's buffer, where they stay until a later read refills it, or
 // in `spill` when the buffer didn't hold them whole.
-std::string_view ReadNameBytes(std::istream& stream, std::streambuf& buffer, std::string& spill) {
-    SkipWhiteSpace(stream, buffer);
+std::string_view ReadNameBytes(std::istream& stream, std::string& spill) {
+    SkipWhiteSpace(stream);
+    std::streambuf& buffer = *stream.rdbuf();
     static constexpr char kOpening[] = "name=\"";
     static constexpr std::size_t kOpened = sizeof kOpening - 1;
     if (const std::string_view ahead = BufferedBytes::Ahead(buffer); StartsWith(ahead, kOpening)) {
@@ -111,11 +114,11 @@ std::string_view ReadNameBytes(std::istream& stream, std::streambuf& buffer, std
             return ahead.substr(kOpened, closing - kOpened);
         }
     }
-    Expect(stream, buffer, kOpening);
+    Expect(stream, kOpening);
     // The end of the input before the closing quotation mark. Tested first,
     // so that the getline below always takes a byte and only ever adds the
     // end-of-file state, never the failure state, to the stream.
-    if (Traits::eq_int_type(Peek(stream, buffer), Traits::eof())) Reject();
+    if (Traits::eq_int_type(Peek(stream), Traits::eof())) Reject();
     // One buffer for every such name of the file. The getline looks for the
     // quotation mark in the stream's buffer a block at a time.
     std::getline(stream, spill, '"');
@@ -140,13 +143,13 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     // text has stopped growing.
     std::vector<std::size_t> ends;
     ends.reserve(filesInLastFolder);
-    folder.name = (*converter)(ReadNameBytes(*stream, *buffer, nameBytes));
-    Expect(*stream, *buffer, ">");
+    folder.name = (*converter)(ReadNameBytes(*stream, nameBytes));
+    Expect(*stream, ">");
     for (;;) {
-        switch (const int letter = NextElement(*stream, *buffer)) {
+        switch (const int letter = NextElement(*stream)) {
         case '/': {
             buffer->sbumpc();
-            Expect(*stream, *buffer, "D>");
+            Expect(*stream, "D>");
             filesInLastFolder = folder.files.size();
             textInLastFolder = text->size();
             fl::i18n::for_each_name_view(*text, ends,
@@ -162,10 +165,10 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
         case 'N':
         case 'U':
             buffer->sbumpc();
-            converter->append(*text, ReadNameBytes(*stream, *buffer, nameBytes));
+            converter->append(*text, ReadNameBytes(*stream, nameBytes));
             ends.push_back(text->size());
             folder.files.push_back({ustring_view(), static_cast<char>(letter)});
-            Expect(*stream, *buffer, "/>");
+            Expect(*stream, "/>");
             break;
         default: Reject();
         }
@@ -175,8 +178,8 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
 void PathCacheReader::ReadFolders(const std::function<void(std::shared_ptr<FolderContents>)>& onFolder) {
     // A stream that already failed, or has no buffer, has nothing to read.
     if (!stream->good() || !buffer) Reject();
-    SkipWhiteSpace(*stream, *buffer);
-    Expect(*stream, *buffer, "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=");
+    SkipWhiteSpace(*stream);
+    Expect(*stream, "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=");
     // The date is for people; nothing reads it.
     for (Traits::int_type c = buffer->sbumpc(); c != '>'; c = buffer->sbumpc()) {
         if (Traits::eq_int_type(c, Traits::eof())) {
@@ -185,10 +188,10 @@ void PathCacheReader::ReadFolders(const std::function<void(std::shared_ptr<Folde
         }
     }
     for (;;) {
-        switch (NextElement(*stream, *buffer)) {
+        switch (NextElement(*stream)) {
         case '/':
             buffer->sbumpc();
-            Expect(*stream, *buffer, "Thornfell>");
+            Expect(*stream, "Thornfell>");
             return;  // what follows the end line isn't read
         case 'D':
             buffer->sbumpc();
