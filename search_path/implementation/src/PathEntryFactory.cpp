@@ -11,11 +11,14 @@
 #include "tfsearch_path/PathEvents.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
+#include <boost/container/small_vector.hpp>
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <oneapi/tbb/task_group.h>
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 #include <ctime>
 #include <iomanip>
 #include <memory>
@@ -75,6 +78,42 @@ PathItem& EmplaceItem(PathItemBlock& block, ustring_view name, const CanonicalAb
                          CanonicalAbsoluteIRI(folder));
 }
 
+// How many units `a` and `b` have in common at their start, counting no
+// further than `limit`, which neither may exceed. Four units at a time: the
+// stems of a folder share short starts, and a unit-wise loop took a third of
+// the time of the sort that follows.
+static_assert(std::endian::native == std::endian::little, "the units of a word are read in little-endian order");
+
+std::size_t CommonPrefixLength(ustring_view a, ustring_view b, std::size_t limit) {
+    std::size_t i = 0;
+    for (; i + 4 <= limit; i += 4) {
+        std::uint64_t x;
+        std::uint64_t y;
+        std::memcpy(&x, a.data() + i, sizeof x);
+        std::memcpy(&y, b.data() + i, sizeof y);
+        if (x != y) return i + static_cast<std::size_t>(std::countr_zero(x ^ y)) / 16;
+    }
+    while (i < limit && a[i] == b[i]) ++i;
+    return i;
+}
+
+// The first four units of `text`, the first in the top bits, so that the
+// words order as the texts do. A text that ends early takes 0 in the units
+// it lacks, which no unit is below: ties aside, a shorter text that begins
+// a longer one comes first, as it does among texts.
+std::uint64_t LeadingUnitsWord(ustring_view text) {
+    std::uint64_t word = 0;
+    if (text.size() >= 4) {
+        std::memcpy(&word, text.data(), sizeof word);
+    } else {
+        for (std::size_t i = 0; i != text.size(); ++i) word |= std::uint64_t{text[i]} << (16 * i);
+    }
+    // The first unit sits in the low bits of memory's order: reverse the
+    // order of the four.
+    word = ((word & 0x0000FFFF0000FFFFULL) << 16) | ((word >> 16) & 0x0000FFFF0000FFFFULL);
+    return word << 32 | word >> 32;
+}
+
 // A listed item with the key that orders it first (see ListedItems).
 struct KeyedItem {
     std::uint64_t word;
@@ -121,8 +160,9 @@ void SortByWord(std::span<KeyedItem> keyed, std::span<KeyedItem> spare) {
 std::shared_ptr<const PathItemVector> ListedItems(std::span<const ustring_view> names,
                                                  const CanonicalAbsoluteIRI& folder) {
     const auto block = std::make_shared<PathItemBlock>(names.size());
-    // The items' keys, then as much room for the sort.
-    std::vector<KeyedItem> keyed(2 * names.size());
+    // The items' keys, then as much room for the sort: on the stack for a
+    // folder of usual size, as a heap block here cost as much as the sort.
+    boost::container::small_vector<KeyedItem, 2 * 64> keyed(2 * names.size(), boost::container::default_init);
     const std::span<KeyedItem> items(keyed.data(), names.size());
     for (std::size_t i = 0; i != names.size(); ++i) items[i] = {0, &EmplaceItem(*block, names[i], folder)};
 
@@ -131,17 +171,10 @@ std::shared_ptr<const PathItemVector> ListedItems(std::span<const ustring_view> 
         std::size_t shared = first.size();
         for (const KeyedItem& k : items) {
             const ustring_view other = k.item->normalizedStem;
-            shared = std::min(shared, other.size());
-            shared = static_cast<std::size_t>(std::mismatch(first.begin(), first.begin() + shared, other.begin()).first -
-                                              first.begin());
+            shared = CommonPrefixLength(first, other, std::min(shared, other.size()));
         }
-        // A text that ends early takes 0 in the units it lacks, which no
-        // unit is below: the words then order as the texts do, ties aside.
-        for (KeyedItem& k : items) {
-            const ustring_view rest = ustring_view(k.item->normalizedStem).substr(shared);
-            for (std::size_t i = 0; i != 4; ++i) k.word = k.word << 16 | (i < rest.size() ? rest[i] : 0u);
-        }
-        SortByWord(items, std::span(keyed).subspan(names.size()));
+        for (KeyedItem& k : items) k.word = LeadingUnitsWord(ustring_view(k.item->normalizedStem).substr(shared));
+        SortByWord(items, std::span(keyed.data() + names.size(), names.size()));
     }
 
     PathItemVector sorted;
@@ -283,10 +316,11 @@ PathEntryPointer PathEntryFactory::GetByPlainRoad(const AbsoluteIRI& folder, Fol
     }
     const Folder named(folder, storageSystem);
     const CanonicalAbsoluteIRI canonical = named.getCanonicalLocation();
+    // A name that is canonical already was looked up above, and keeps its
+    // Folder, which holds the folder opened by the resolution for the listing.
+    if (canonical.getPath() == folder.getPath()) return BuildEntry(named, state);
     if (PathEntryPointer cached = LockFrom(cache, canonical); cached && !cached->IsOutOfDate()) return cached;
-    // A name that is canonical already keeps its Folder, which holds the
-    // folder opened by the resolution for the listing.
-    return BuildEntry(canonical.getPath() == folder.getPath() ? named : Folder(canonical, storageSystem), state);
+    return BuildEntry(Folder(canonical, storageSystem), state);
 }
 
 std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> PathEntryFactory::MakeObserver(

@@ -4,20 +4,17 @@
 
 namespace storage::filefolderobserver::detail {
 
-std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const ustring& key) {
+std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const ustring& key, bool* observedBefore) {
     Table::accessor entry;
     table_.insert(entry, key);
-    if (auto existing = entry->second.lock()) return existing;
+    auto existing = entry->second.lock();
+    if (observedBefore) *observedBefore = existing != nullptr;
+    if (existing) return existing;
     // A new entry, or one whose last observer is on its way out: that
     // observer's release() finds a live record here and leaves it alone.
     auto made = std::make_shared<FolderRecord>(key);
     entry->second = made;
     return made;
-}
-
-bool FolderRecordTable::observed(const ustring& key) const {
-    Table::const_accessor entry;
-    return table_.find(entry, key) && !entry->second.expired();
 }
 
 void FolderRecordTable::release(std::shared_ptr<FolderRecord>&& record) {
@@ -52,6 +49,12 @@ void FolderRecordTable::markChanged(const ustring& key, FrozenInclusion inclusio
 FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, const ustring& key)
     : table_(std::move(table)),
       record_(table_->acquire(key)),
+      allEventsSeen_(record_->allEvents.load(std::memory_order_acquire)),
+      liveEventsSeen_(record_->liveEvents.load(std::memory_order_acquire)) {}
+
+FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, std::shared_ptr<FolderRecord> record)
+    : table_(std::move(table)),
+      record_(std::move(record)),
       allEventsSeen_(record_->allEvents.load(std::memory_order_acquire)),
       liveEventsSeen_(record_->liveEvents.load(std::memory_order_acquire)) {}
 

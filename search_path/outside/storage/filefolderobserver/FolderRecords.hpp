@@ -53,10 +53,9 @@ private:
 
 class FolderRecordTable {
 public:
-    // The record of `key`, made if nobody observes the folder yet.
-    std::shared_ptr<FolderRecord> acquire(const ustring& key);
-    // Whether some observer of the folder is alive.
-    bool observed(const ustring& key) const;
+    // The record of `key`, made if nobody observes the folder yet; then
+    // `observedBefore`, if given, is false.
+    std::shared_ptr<FolderRecord> acquire(const ustring& key, bool* observedBefore = nullptr);
     // Drops the caller's share, and the table's entry if that was the last.
     void release(std::shared_ptr<FolderRecord>&& record);
     // What a FileFolderChangedEvent does.
@@ -77,6 +76,8 @@ private:
 class FolderEventView {
 public:
     FolderEventView(std::shared_ptr<FolderRecordTable> table, const ustring& key);
+    // Takes a record acquired from `table` already.
+    FolderEventView(std::shared_ptr<FolderRecordTable> table, std::shared_ptr<FolderRecord> record);
     ~FolderEventView();
     FolderEventView(const FolderEventView&) = delete;
     FolderEventView& operator=(const FolderEventView&) = delete;

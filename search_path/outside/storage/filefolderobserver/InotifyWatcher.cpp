@@ -2,6 +2,8 @@
 
 #include "foundation/core/diag/Diagnostics.hpp"
 
+#include <boost/container/small_vector.hpp>
+
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
@@ -30,7 +32,9 @@ struct WatchLease::Watch {
     explicit Watch(int descriptor) : wd(descriptor) {}
     const int wd;
     // One share for each lease, so a record may stand here more than once.
-    std::vector<std::shared_ptr<FolderRecord>> records;
+    // A folder nearly always has one observer: its share needs no block of
+    // its own.
+    boost::container::small_vector<std::shared_ptr<FolderRecord>, 1> records;
     bool removed = false;  // the kernel or we ended it; the descriptor means nothing now
 };
 

@@ -2,9 +2,9 @@
 
 namespace storage::filefolderobserver::detail {
 
-LiveObserver::LiveObserver(std::shared_ptr<FolderRecordTable> records, const ustring& key, InotifyWatcher& watcher,
-                           const std::string& path)
-    : events_(std::move(records), key) {
+LiveObserver::LiveObserver(std::shared_ptr<FolderRecordTable> records, std::shared_ptr<FolderRecord> record,
+                           InotifyWatcher& watcher, const std::string& path)
+    : events_(std::move(records), std::move(record)) {
     auto added = watcher.addWatch(path, events_.record());
     watchError_ = added.error;
     lease_ = std::move(added.lease);

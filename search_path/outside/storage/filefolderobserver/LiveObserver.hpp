@@ -19,11 +19,12 @@ namespace storage::filefolderobserver::detail {
 
 class LiveObserver final : public IFileFolderObserver {
 public:
-    // Watches the folder at `path` (a native path) for the record of `key`.
-    // The counters are taken once the watch stands, so a change the reader
-    // reports from then on is seen. Check watchError() before use.
-    LiveObserver(std::shared_ptr<FolderRecordTable> records, const ustring& key, InotifyWatcher& watcher,
-                 const std::string& path);
+    // Watches the folder at `path` (a native path) for `record`, acquired
+    // from `records`. The counters are taken once the watch stands, so a
+    // change the reader reports from then on is seen. Check watchError()
+    // before use.
+    LiveObserver(std::shared_ptr<FolderRecordTable> records, std::shared_ptr<FolderRecord> record,
+                 InotifyWatcher& watcher, const std::string& path);
 
     // The errno of a watch that couldn't be set; such an observer is of no
     // use. 0 when the watch stands.

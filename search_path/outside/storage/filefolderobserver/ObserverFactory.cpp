@@ -84,13 +84,21 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
 
     // Events still queued are of changes made before now: the listing shows
     // them already, or the check below finds them. Where another observer
-    // of the folder shares its counters, they are handed over first, so that
-    // they can't mark this observer changed when the reader gets to them
-    // after it is made. A folder nobody observes has no such events, and
-    // saves the read.
-    const ustring key = folder.getIRI().toString();
-    if (records_->observed(key)) watcher_->drainPending();
-    auto observer = std::make_unique<LiveObserver>(records_, key, *watcher_, path);
+    // of the folder shares its counters, they are handed over before the
+    // observer takes the counters, so that they can't mark it changed when
+    // the reader gets to them after it is made. A folder nobody observed
+    // has no such events, and saves the read.
+    bool observedBefore = false;
+    std::shared_ptr<FolderRecord> record = records_->acquire(folder.getIRI().toString(), &observedBefore);
+    if (observedBefore) {
+        try {
+            watcher_->drainPending();
+        } catch (...) {
+            records_->release(std::move(record));
+            throw;
+        }
+    }
+    auto observer = std::make_unique<LiveObserver>(records_, std::move(record), *watcher_, path);
     if (const int error = observer->watchError()) {
         observer.reset();
         if (error == ENOENT || error == ENOTDIR) return std::make_unique<AlwaysChangedObserver>();

@@ -2,6 +2,8 @@
 
 #include "fl/ustring.hpp"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -282,9 +284,8 @@ const Folder::Listing& Folder::listing() const {
 
     auto listing = std::make_unique<Listing>();
     // Where each file's name ends in the text: views of it are taken once
-    // the text has stopped growing.
-    std::vector<std::size_t> fileNameEnds;
-    fileNameEnds.reserve(64);
+    // the text has stopped growing. On the stack for a folder of usual size.
+    boost::container::small_vector<std::size_t, 128> fileNameEnds;
     // The folder's times as the reading begins: a change after this moment
     // moves them, which lets an observer made later tell cheaply whether the
     // listing may be stale.
@@ -318,7 +319,8 @@ const Folder::Listing& Folder::listing() const {
         }
     }
     listing->fileNames.reserve(fileNameEnds.size());
-    fl::i18n::for_each_name_view(listing->fileNameText, fileNameEnds,
+    const std::span<const std::size_t> ends(fileNameEnds.data(), fileNameEnds.size());
+    fl::i18n::for_each_name_view(listing->fileNameText, ends,
                                  [&](std::size_t, ustring_view name) { listing->fileNames.push_back(name); });
 
     state_->listing = std::move(listing);
