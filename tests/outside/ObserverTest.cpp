@@ -149,6 +149,20 @@ TEST_F(ObserverTest, ObserversOfOneFolderShareOneWatch) {
     EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 0u);
 }
 
+// A change the reader hasn't handled yet is older than a second observer of
+// the same folder, whose listing shows it: it must not reach the counters
+// the new observer starts from. The reader is quick, so the race is run many
+// times.
+TEST_F(ObserverTest, ObserverJoiningAWatchedFolderStartsAfterQueuedChanges) {
+    auto first = live("joined");
+    for (int round = 0; round < 40; ++round) {
+        tree.file("joined/f" + std::to_string(round));
+        auto joining = live("joined");
+        EXPECT_FALSE(joining->hasChanged()) << "round " << round;
+        EXPECT_TRUE(first->hasChanged());
+    }
+}
+
 TEST_F(ObserverTest, OverflowOrLostFactoryMakesLiveObserversReportChange) {
     auto one = live("one"), two = live("two");
     auto stillFrozen = frozen("one");

@@ -191,7 +191,11 @@ TEST_P(PathQueryReferenceTest, NamesAndPartialPathnamesFindWhatTheWalkFinds) {
     for (int i = 0; i < 25; ++i) partials.push_back(RandomParts(random));
     for (const auto& parts : partials) {
         const ustring stem = stems[random() % stems.size()];
-        CheckFind(Join(parts, random() % 2 ? u'/' : u'\\') + u"/" + stem, parts, stem);
+        // Either separator between the folders and before the item, so that
+        // the last one may be of the other kind than those before it.
+        const char16_t between = random() % 2 ? u'/' : u'\\';
+        const char16_t last = random() % 2 ? u'/' : u'\\';
+        CheckFind(Join(parts, between) + last + stem, parts, stem);
     }
 }
 

@@ -839,7 +839,7 @@ template <class Strategy>
 typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const detail::SearchTarget& target,
                                                  const FilenameMatchingPolicy& policy) const {
     const ustring& name = target.name();
-    const std::size_t lastSeparator = name.find_last_of(Constants::PathnameSeparatorStr);
+    const std::size_t lastSeparator = LastPathnameSeparator(name);
     if (lastSeparator == ustring::npos) {
         const AlwaysTrue anyLocation;
         const ForEachEntryCallback<Strategy, AlwaysTrue> callback(target, policy, anyLocation);
@@ -848,7 +848,7 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
     }
     // A rooted name is no partial pathname, and a path query doesn't resolve
     // absolute file names.
-    if (name.find_first_of(Constants::PathnameSeparatorStr) == 0) return {};
+    if (IsPathnameSeparator(name.front())) return {};
 
     const PartialPathnameParts parts = SplitPartialPathname(name.substr(0, lastSeparator));
     const detail::SearchTarget itemTarget(name.substr(lastSeparator + 1), target.extensions());

@@ -111,6 +111,10 @@ using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
 using PartialPathnamePartsRange =
     boost::any_range<const ustring, boost::forward_traversal_tag, const ustring&, std::ptrdiff_t>;
 
+// Where the last separator (Constants::PathnameSeparatorStr) of `name`
+// stands, or npos: where the item name of a partial pathname begins.
+std::size_t LastPathnameSeparator(ustring_view name);
+
 // The folder names of a partial pathname, the innermost last; empty parts
 // (doubled separators) are dropped. May be empty.
 PartialPathnameParts SplitPartialPathname(const ustring& partialPathname);

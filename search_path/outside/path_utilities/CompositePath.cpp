@@ -41,7 +41,7 @@ auto CollectVisible(const Parts& parts, const Query& query) {
 // the last separator of a partial pathname.
 detail::SearchTarget ItemTarget(const detail::SearchTarget& target) {
     const ustring& name = target.name();
-    const std::size_t lastSeparator = name.find_last_of(Constants::PathnameSeparatorStr);
+    const std::size_t lastSeparator = LastPathnameSeparator(name);
     if (lastSeparator == ustring::npos) return target;
     return detail::SearchTarget(name.substr(lastSeparator + 1), target.extensions());
 }

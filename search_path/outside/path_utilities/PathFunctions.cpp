@@ -86,6 +86,18 @@ bool DoesEntryIRITextMatch(const IPathEntry& entry, const ustring& iriText, File
     return (*entry.CreateFilenameMatcher(policy))(entry.GetIRI().toString(), iriText);
 }
 
+std::size_t LastPathnameSeparator(ustring_view name) {
+    // One reverse scan for each separator: find_last_of tests each unit
+    // against the whole set, which took a third of a query for a name that
+    // isn't on the path.
+    std::size_t last = ustring::npos;
+    for (const char16_t separator : Constants::PathnameSeparatorStr) {
+        const std::size_t at = name.rfind(separator);
+        if (at != ustring::npos && (last == ustring::npos || at > last)) last = at;
+    }
+    return last;
+}
+
 PartialPathnameParts SplitPartialPathname(const ustring& partialPathname) {
     PartialPathnameParts parts;
     std::size_t start = 0;
