@@ -78,12 +78,12 @@ PathItem& EmplaceItem(PathItemBlock& block, ustring_view name, const CanonicalAb
                          CanonicalAbsoluteIRI(folder));
 }
 
+static_assert(std::endian::native == std::endian::little, "the units of a word are read in little-endian order");
+
 // How many units `a` and `b` have in common at their start, counting no
 // further than `limit`, which neither may exceed. Four units at a time: the
 // stems of a folder share short starts, and a unit-wise loop took a third of
 // the time of the sort that follows.
-static_assert(std::endian::native == std::endian::little, "the units of a word are read in little-endian order");
-
 std::size_t CommonPrefixLength(ustring_view a, ustring_view b, std::size_t limit) {
     std::size_t i = 0;
     for (; i + 4 <= limit; i += 4) {
