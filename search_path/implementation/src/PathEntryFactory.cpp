@@ -50,8 +50,8 @@ public:
     PathItemBlock& operator=(const PathItemBlock&) = delete;
 
     // Room must be left: the block never grows, since items don't move.
-    PathItem& Emplace(ustring&& stem, ustring&& extension, CanonicalAbsoluteIRI&& folder) {
-        PathItem* item = std::construct_at(items_ + size_, std::move(stem), std::move(extension), std::move(folder));
+    PathItem& Emplace(ustring_view stem, ustring_view extension, const CanonicalAbsoluteIRI& folder) {
+        PathItem* item = std::construct_at(items_ + size_, stem, extension, folder);
         ++size_;
         return *item;
     }
@@ -68,14 +68,13 @@ private:
 // (".profile") has an empty stem. A listing and the toolbox cache both make
 // their items here, so that a name gives the same item whichever road it
 // came by. Both give names as the storage system reads them, which is their
-// native form already, so the name is split where it lies, and the stem and
-// the extension get strings of their own lengths, which hold short ones
-// without an allocation.
+// native form already, so the name is split where it lies, and the item's
+// strings are made from the parts in place, each of its own length (short
+// ones need no allocation), without temporaries to move from.
 PathItem& EmplaceItem(PathItemBlock& block, ustring_view name, const CanonicalAbsoluteIRI& folder) {
     const std::size_t dot = fl::filesystem::extension_dot(name);
     const std::size_t stemLength = dot == ustring::npos ? name.size() : dot;
-    return block.Emplace(ustring(name.substr(0, stemLength)), ustring(name.substr(stemLength)),
-                         CanonicalAbsoluteIRI(folder));
+    return block.Emplace(name.substr(0, stemLength), name.substr(stemLength), folder);
 }
 
 static_assert(std::endian::native == std::endian::little, "the units of a word are read in little-endian order");

@@ -21,6 +21,10 @@ enum ItemContentKind : std::int32_t {
 class PathItem {
 public:
     PathItem(ustring&& stem, ustring&& extension, foundation::storage::vfs::CanonicalAbsoluteIRI&& folderIRI);
+    // The same item from views of its parts, whose strings are made in
+    // place: a listing makes all of a folder's items so, with no strings of
+    // its own to move from.
+    PathItem(ustring_view stem, ustring_view extension, const foundation::storage::vfs::CanonicalAbsoluteIRI& folderIRI);
     PathItem(const PathItem&) = delete;
     PathItem& operator=(const PathItem&) = delete;
 
