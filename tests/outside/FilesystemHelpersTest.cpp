@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
@@ -87,9 +88,10 @@ TEST(Utf, AStrictConverterRefusesBadBytesAndLeavesWhatItAppendedTo) {
     EXPECT_EQ(substituting("bad\xFF"), u"bad\uFFFD");
 }
 
-// The order of code units, taken four at a time: it must agree with
-// ustring::compare wherever the first difference lies within a word, for
-// units above the ASCII range (compared as unsigned) and for prefixes.
+// The order of code units and the length of a common start, taken four
+// units at a time: they must agree with ustring::compare and std::mismatch
+// wherever the first difference lies within a word, for units above the
+// ASCII range (compared as unsigned) and for prefixes.
 TEST(Utf, CodeUnitOrderIsTheOrderOfUstringCompare) {
     const ustring texts[] = {u"",          u"a",         u"abc",        u"abcd",      u"abcde",
                              u"abcdefgh",  u"abcdefgi",  u"abcdefghi",  u"abcdXfgh",  u"abcd\uFFFF",
@@ -97,9 +99,14 @@ TEST(Utf, CodeUnitOrderIsTheOrderOfUstringCompare) {
                              u"ABCDEFGH",  u"abcdefg\u00E9", u"abcdefgé!"};
     const auto sign = [](int c) { return (c > 0) - (c < 0); };
     for (const ustring& a : texts)
-        for (const ustring& b : texts)
+        for (const ustring& b : texts) {
             EXPECT_EQ(fl::i18n::compare_code_units(a, b), sign(a.compare(b)))
                 << ustring_to_utf8(a) << " against " << ustring_to_utf8(b);
+            const std::size_t common = std::min(a.size(), b.size());
+            EXPECT_EQ(fl::i18n::common_prefix_length(a, b),
+                      static_cast<std::size_t>(std::mismatch(a.begin(), a.begin() + common, b.begin()).first - a.begin()))
+                << ustring_to_utf8(a) << " against " << ustring_to_utf8(b);
+        }
 }
 
 } // namespace

@@ -91,7 +91,7 @@ std::string ustring_to_utf8(ustring_view text) {
     return out;
 }
 
-int compare_code_units(ustring_view a, ustring_view b) {
+std::size_t common_prefix_length(ustring_view a, ustring_view b) {
     const std::size_t common = std::min(a.size(), b.size());
     std::size_t i = 0;
     for (; i + 4 <= common; i += 4) {
@@ -102,12 +102,17 @@ int compare_code_units(ustring_view a, ustring_view b) {
         if (x == y) continue;
         // The first unit that differs, by where its bits lie in the word.
         const std::uint64_t differ = x ^ y;
-        i += static_cast<std::size_t>(std::endian::native == std::endian::little ? std::countr_zero(differ)
-                                                                                 : std::countl_zero(differ)) / 16;
-        return a[i] < b[i] ? -1 : 1;
+        return i + static_cast<std::size_t>(std::endian::native == std::endian::little ? std::countr_zero(differ)
+                                                                                        : std::countl_zero(differ)) /
+                       16;
     }
-    for (; i < common; ++i)
-        if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
+    while (i < common && a[i] == b[i]) ++i;
+    return i;
+}
+
+int compare_code_units(ustring_view a, ustring_view b) {
+    const std::size_t i = common_prefix_length(a, b);
+    if (i < a.size() && i < b.size()) return a[i] < b[i] ? -1 : 1;
     return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
 }
 

@@ -31,9 +31,13 @@ ustring utf8_to_ustring(std::string_view utf8);
 void append_utf8_to_ustring(ustring& out, std::string_view utf8);
 std::string ustring_to_utf8(ustring_view text);
 
+// How many code units `a` and `b` have in common at their start. Texts that
+// agree on a long start, as names of one folder often do, are read four
+// units at a time.
+std::size_t common_prefix_length(ustring_view a, ustring_view b);
+
 // The sign of a.compare(b): code unit by code unit, the shorter text first
-// when one begins the other. Texts that agree on a long start, as names of
-// one folder often do, are compared four units at a time.
+// when one begins the other.
 int compare_code_units(ustring_view a, ustring_view b);
 
 // Names written one after another into one text, the i-th ending at ends[i]:

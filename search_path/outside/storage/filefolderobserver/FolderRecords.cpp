@@ -47,10 +47,7 @@ void FolderRecordTable::markChanged(const ustring& key, FrozenInclusion inclusio
 }
 
 FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, const ustring& key)
-    : table_(std::move(table)),
-      record_(table_->acquire(key)),
-      allEventsSeen_(record_->allEvents.load(std::memory_order_acquire)),
-      liveEventsSeen_(record_->liveEvents.load(std::memory_order_acquire)) {}
+    : FolderEventView(table, table->acquire(key)) {}
 
 FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, std::shared_ptr<FolderRecord> record)
     : table_(std::move(table)),
