@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <string_view>
 #include <utility>
@@ -295,9 +296,18 @@ const Folder::Listing& Folder::listing() const {
         const ssize_t filled = ::getdents64(dirFd, buffer, sizeof buffer);
         if (filled < 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
         if (filled == 0) break;
-        // A name takes no more units than its bytes, and its entry more
-        // bytes than that: room for all the names read, made at once.
-        listing->fileNameText.reserve(listing->fileNameText.size() + static_cast<std::size_t>(filled));
+        // A name takes no more units than its bytes: room for all the names
+        // read, made at once. Counted rather than bounded by the bytes read,
+        // which hold about as much again in entry headers: a folder of usual
+        // size then asks for a small block, which the heap serves from its
+        // lists, where a block of twice the size took a search of its bins.
+        std::size_t nameBytes = 0;
+        for (ssize_t offset = 0; offset < filled;) {
+            const auto& entry = *reinterpret_cast<const dirent64*>(buffer + offset);
+            offset += entry.d_reclen;
+            nameBytes += std::strlen(entry.d_name);
+        }
+        listing->fileNameText.reserve(listing->fileNameText.size() + nameBytes);
         for (ssize_t offset = 0; offset < filled;) {
             const auto& entry = *reinterpret_cast<const dirent64*>(buffer + offset);
             offset += entry.d_reclen;
