@@ -4,34 +4,40 @@
 
 namespace storage::filefolderobserver::detail {
 
-std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const ustring& key, bool* observedBefore) {
+std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const foundation::storage::vfs::AbsoluteIRI& folder,
+                                                       bool* observedBefore) {
     Table::accessor entry;
-    table_.insert(entry, key);
+    table_.insert(entry, FolderKeyView{folder.getPath(), folder.hashValue()});
     auto existing = entry->second.lock();
     if (observedBefore) *observedBefore = existing != nullptr;
     if (existing) return existing;
     // A new entry, or one whose last observer is on its way out: that
     // observer's release() finds a live record here and leaves it alone.
-    auto made = std::make_shared<FolderRecord>(key);
+    auto made = std::make_shared<FolderRecord>(entry->first);
     entry->second = made;
     return made;
 }
 
 void FolderRecordTable::release(std::shared_ptr<FolderRecord>&& record) {
-    // Every holder drops its share before it looks, so the look of the last
-    // one to drop finds the entry expired.
     if (!record) return;
-    const ustring key = record->key;
-    record.reset();
+    // The entry is found while the share still keeps it (and so the key it
+    // is found by), and the share is dropped under its lock: of holders that
+    // let go together, the one to drop last finds the entry expired.
     Table::accessor entry;
-    if (table_.find(entry, key) && entry->second.expired()) table_.erase(entry);
+    const bool found = table_.find(entry, *record->key);
+    record.reset();
+    if (found && entry->second.expired()) table_.erase(entry);
 }
 
-void FolderRecordTable::markChanged(const ustring& key, FrozenInclusion inclusion) {
+void FolderRecordTable::markChanged(const ustring& folder, FrozenInclusion inclusion) {
+    // Only the text of a file IRI names a folder that is observed.
+    static constexpr ustring_view scheme = u"file://";
+    if (!ustring_view(folder).starts_with(scheme)) return;
+    const ustring_view path = ustring_view(folder).substr(scheme.size());
     std::shared_ptr<FolderRecord> record;
     {
         Table::const_accessor entry;
-        if (!table_.find(entry, key)) return;
+        if (!table_.find(entry, FolderKeyView{path, foundation::storage::vfs::genericPathHash(path)})) return;
         record = entry->second.lock();
     }
     if (!record) return;
@@ -46,8 +52,9 @@ void FolderRecordTable::markChanged(const ustring& key, FrozenInclusion inclusio
     release(std::move(record));
 }
 
-FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, const ustring& key)
-    : FolderEventView(table, table->acquire(key)) {}
+FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table,
+                                 const foundation::storage::vfs::AbsoluteIRI& folder)
+    : FolderEventView(table, table->acquire(folder)) {}
 
 FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, std::shared_ptr<FolderRecord> record)
     : table_(std::move(table)),

@@ -17,6 +17,7 @@
 // remembers that count (UnchangedAt): while it stands still, the answer
 // stands too, and the record isn't read.
 #include "fl/ustring.hpp"
+#include "foundation/storage/vfs/AbsoluteIRI.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 
 #include <oneapi/tbb/concurrent_hash_map.h>
@@ -27,10 +28,41 @@
 
 namespace storage::filefolderobserver::detail {
 
-struct FolderRecord {
-    explicit FolderRecord(ustring folderKey) : key(std::move(folderKey)) {}
+// The key of a folder's record: the path of its IRI, with the hash the IRI
+// holds. Lookups compare hashes before texts: the paths of one tree share
+// long beginnings, and a bucket's other keys used to be compared unit by unit
+// up to where they differ.
+struct FolderKey {
+    FolderKey(ustring_view text, std::size_t hash) : path(text), hash(hash) {}
+    ustring path;
+    std::size_t hash;
+};
 
-    const ustring key;  // the text of the folder's IRI, as events name it
+// A key to look up with, without a copy of the text.
+struct FolderKeyView {
+    ustring_view path;
+    std::size_t hash;
+    operator FolderKey() const { return FolderKey(path, hash); }
+};
+
+struct FolderKeyHashCompare {
+    using is_transparent = void;
+    template <class Key>
+    static std::size_t hash(const Key& key) {
+        return key.hash;
+    }
+    template <class A, class B>
+    static bool equal(const A& a, const B& b) {
+        return a.hash == b.hash && ustring_view(a.path) == ustring_view(b.path);
+    }
+};
+
+struct FolderRecord {
+    explicit FolderRecord(const FolderKey& folderKey) : key(&folderKey) {}
+
+    // The key of the table's entry, which stands as long as a record made
+    // for it lives: the entry goes only once its record has expired.
+    const FolderKey* const key;
     std::atomic<std::uint64_t> allEvents{0};          // events for frozen and live observers
     std::atomic<std::uint64_t> liveEvents{0};         // events for live observers only
     std::atomic<std::uint64_t> fileSystemChanges{0};  // what the inotify reader saw
@@ -53,19 +85,21 @@ private:
 
 class FolderRecordTable {
 public:
-    // The record of `key`, made if nobody observes the folder yet; then
+    // The record of `folder`, made if nobody observes the folder yet; then
     // `observedBefore`, if given, is false.
-    std::shared_ptr<FolderRecord> acquire(const ustring& key, bool* observedBefore = nullptr);
+    std::shared_ptr<FolderRecord> acquire(const foundation::storage::vfs::AbsoluteIRI& folder,
+                                          bool* observedBefore = nullptr);
     // Drops the caller's share, and the table's entry if that was the last.
     void release(std::shared_ptr<FolderRecord>&& record);
-    // What a FileFolderChangedEvent does.
-    void markChanged(const ustring& key, FrozenInclusion inclusion);
+    // What a FileFolderChangedEvent does: `folder` is the text of the
+    // folder's IRI, as AbsoluteIRI::toString gives it.
+    void markChanged(const ustring& folder, FrozenInclusion inclusion);
     std::size_t size() const { return table_.size(); }
     // The events that reached a record so far, of any folder.
     std::uint64_t eventsMarked() const { return eventsMarked_.load(std::memory_order_acquire); }
 
 private:
-    using Table = tbb::concurrent_hash_map<ustring, std::weak_ptr<FolderRecord>, tbb::tbb_hash_compare<ustring>>;
+    using Table = tbb::concurrent_hash_map<FolderKey, std::weak_ptr<FolderRecord>, FolderKeyHashCompare>;
     Table table_;
     std::atomic<std::uint64_t> eventsMarked_{0};
 };
@@ -75,7 +109,7 @@ private:
 // destruction.
 class FolderEventView {
 public:
-    FolderEventView(std::shared_ptr<FolderRecordTable> table, const ustring& key);
+    FolderEventView(std::shared_ptr<FolderRecordTable> table, const foundation::storage::vfs::AbsoluteIRI& folder);
     // Takes a record acquired from `table` already.
     FolderEventView(std::shared_ptr<FolderRecordTable> table, std::shared_ptr<FolderRecord> record);
     ~FolderEventView();

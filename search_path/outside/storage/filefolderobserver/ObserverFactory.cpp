@@ -48,7 +48,7 @@ ObserverFactory::~ObserverFactory() {
 }
 
 std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateFrozenObserver(Folder folder) {
-    return std::make_unique<FrozenObserver>(records_, folder.getIRI().toString(), FrozenObserver::Hears::FrozenEvents);
+    return std::make_unique<FrozenObserver>(records_, folder.getIRI(), FrozenObserver::Hears::FrozenEvents);
 }
 
 namespace {
@@ -89,7 +89,7 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     // the reader gets to them after it is made. A folder nobody observed
     // has no such events, and saves the read.
     bool observedBefore = false;
-    std::shared_ptr<FolderRecord> record = records_->acquire(folder.getIRI().toString(), &observedBefore);
+    std::shared_ptr<FolderRecord> record = records_->acquire(folder.getIRI(), &observedBefore);
     if (observedBefore) {
         try {
             watcher_->drainPending();
@@ -121,7 +121,7 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::createRemoteObserver(const
     switch (GetRemotePathPolicy()) {
     case RemoteReload: return std::make_unique<AlwaysChangedObserver>();
     case RemoteNone:
-        return std::make_unique<FrozenObserver>(records_, folder.getIRI().toString(), FrozenObserver::Hears::AllEvents);
+        return std::make_unique<FrozenObserver>(records_, folder.getIRI(), FrozenObserver::Hears::AllEvents);
     default: return std::make_unique<TimeStampObserver>(records_, folder);
     }
 }

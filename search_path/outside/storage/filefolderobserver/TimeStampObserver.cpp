@@ -11,7 +11,7 @@ foundation::storage::vfs::Folder unlisted(const foundation::storage::vfs::Folder
 
 TimeStampObserver::TimeStampObserver(std::shared_ptr<FolderRecordTable> records,
                                      const foundation::storage::vfs::Folder& folder)
-    : events_(std::move(records), folder.getIRI().toString()),
+    : events_(std::move(records), folder.getIRI()),
       folder_(unlisted(folder)),
       path_(nativePath(folder)),
       listed_(digestListing(folder)) {

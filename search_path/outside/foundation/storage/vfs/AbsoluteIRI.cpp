@@ -62,8 +62,10 @@ std::size_t parentLength(const ustring& path) {
 
 } // namespace
 
+std::size_t genericPathHash(ustring_view path) noexcept { return boost::hash_range(path.begin(), path.end()); }
+
 std::shared_ptr<const AbsoluteIRI::Rep> AbsoluteIRI::makeRep(ustring genericPath) {
-    const std::size_t hash = boost::hash_range(genericPath.begin(), genericPath.end());
+    const std::size_t hash = genericPathHash(genericPath);
     return std::make_shared<const Rep>(Rep{std::move(genericPath), hash});
 }
 

@@ -87,4 +87,9 @@ struct AbsoluteIRIHash {
     std::size_t operator()(const AbsoluteIRI& iri) const noexcept { return iri.hashValue(); }
 };
 
+// The hash of a path in generic form, as AbsoluteIRI::hashValue gives it for
+// an IRI of that path: tables keyed by a path's text can then take the hash
+// an IRI holds already.
+std::size_t genericPathHash(ustring_view path) noexcept;
+
 } // namespace foundation::storage::vfs
