@@ -74,7 +74,7 @@ bool UnchangedSinceListing(const Folder& folder, const std::string& path) {
 
 std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     Folder folder, foundation::core::except::Notification& notification) {
-    const std::string path = nativePath(folder);
+    const std::string& path = folder.getNativePath();
     // A folder not read yet is opened for its reading now: its stamp names
     // the mount for the test below, and the reading comes after the watch.
     // One that can't be opened can't be read either, and counts as changed.

@@ -54,6 +54,11 @@ struct Folder::State {
     // none. Whoever takes it closes it.
     std::atomic<int> openFolder{-1};
 
+    // The resolution, the observer and a reading each want the native name:
+    // it is made once.
+    std::once_flag nativeOnce;
+    std::string native;  // set under nativeOnce
+
     std::mutex canonicalMutex;
     std::optional<CanonicalAbsoluteIRI> canonical;  // guarded by canonicalMutex
     // Taken by openForListing with the descriptor in `openFolder`, for the
@@ -150,12 +155,16 @@ int openWithoutLinks(const std::string& path) {
 //
 // The folder is opened for reading where it may be, and that descriptor is
 // handed to `readable` for the listing that usually follows; else (-1 there)
-// it is opened as a bare path, which needs no permission to read.
-std::string resolvedByKernel(const std::string& path, int& readable) {
+// it is opened as a bare path, which needs no permission to read. Where the
+// path opens as it is, with no link or ".." in it, it is its own name:
+// `asGiven` is set and nothing is returned.
+std::string resolvedByKernel(const std::string& path, int& readable, bool& asGiven) {
     readable = -1;
+    asGiven = false;
     if (const int fd = openWithoutLinks(path); fd >= 0) {
         readable = fd;
-        return path;
+        asGiven = true;
+        return {};
     }
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
@@ -215,16 +224,17 @@ Folder::Folder(const CanonicalAbsoluteIRI& iri, StorageSystemReference storage)
 CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
     if (std::optional<CanonicalAbsoluteIRI> known = state_->knownCanonical()) return *std::move(known);
 
-    const std::string path = nativePath(iri_);
+    const std::string& path = getNativePath();
     int readable = -1;
-    std::string resolved = resolvedByKernel(path, readable);
+    bool openedAsGiven = false;
+    std::string resolved = resolvedByKernel(path, readable, openedAsGiven);
     if (readable >= 0) {
         // Only a listing not yet read wants it; a descriptor already kept
         // (another copy resolved at the same time) goes.
         if (state_->published.load(std::memory_order_acquire)) ::close(readable);
         else if (const int previous = state_->openFolder.exchange(readable); previous >= 0) ::close(previous);
     }
-    if (resolved.empty()) {
+    if (!openedAsGiven && resolved.empty()) {
         const std::unique_ptr<char, FreeDeleter> walked(::realpath(path.c_str(), nullptr));
         if (!walked) throw Exception::fromErrno(errno, iri_.getPath(), "realpath");
         struct stat st;
@@ -236,15 +246,21 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
     // A name that opened as it is and comes back from UTF-8 as it was (no
     // unpaired surrogate in it) is its own canonical name: it needs no
     // second conversion, parse and hash.
+    const std::string& name = openedAsGiven ? path : resolved;
     const ustring& given = iri_.getPath();
-    const bool asGiven = resolved == path && std::none_of(given.begin(), given.end(), [](char16_t unit) {
+    const bool asGiven = (openedAsGiven || resolved == path) && std::none_of(given.begin(), given.end(), [](char16_t unit) {
                              return unit >= 0xD800 && unit <= 0xDFFF;
                          });
     CanonicalAbsoluteIRI canonical = asGiven ? CanonicalAbsoluteIRI(iri_, ustring())
-                                             : CanonicalAbsoluteIRI(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(resolved)), ustring());
+                                             : CanonicalAbsoluteIRI(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(name)), ustring());
     std::lock_guard lock(state_->canonicalMutex);
     if (!state_->canonical) state_->canonical = std::move(canonical);
     return *state_->canonical;
+}
+
+const std::string& Folder::getNativePath() const {
+    std::call_once(state_->nativeOnce, [this] { state_->native = nativePath(iri_); });
+    return state_->native;
 }
 
 const PathComparator& Folder::getPathComparator() const { return storage_.get().getPathComparator(); }
@@ -277,7 +293,7 @@ const Folder::Listing& Folder::listing() const {
     }
     if (opened < 0) {
         openStamp.reset();
-        opened = ::open(nativePath(iri_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        opened = ::open(getNativePath().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     }
     const FdCloser dir{opened};
     if (dir.fd < 0) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
@@ -351,7 +367,7 @@ bool Folder::openForListing() const {
         if (state_->openStamp) return true;
     }
     int fd = state_->openFolder.exchange(-1);
-    if (fd < 0) fd = ::open(nativePath(iri_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) fd = ::open(getNativePath().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) return false;
     std::optional<ListingStamp> stamp = takeStamp(fd);
     {

@@ -58,6 +58,10 @@ public:
     // valid location, 9 for other failures.
     CanonicalAbsoluteIRI getCanonicalLocation() const;
     const PathComparator& getPathComparator() const;
+    // The name handed to system calls: the path in UTF-8, made once for this
+    // Folder and its copies. Throws Exception (1) for a path that holds a NUL
+    // character.
+    const std::string& getNativePath() const;
     bool hasParent() const { return iri_.hasParent(); }
     Folder getParent() const;
     const StorageSystemReference& getStorageSystem() const { return storage_; }
