@@ -55,9 +55,11 @@ struct Folder::State {
     std::atomic<int> openFolder{-1};
 
     // The resolution, the observer and a reading each want the native name:
-    // it is made once.
-    std::once_flag nativeOnce;
-    std::string native;  // set under nativeOnce
+    // it is made once. (Not with std::call_once: glibc's pthread_once ends
+    // each first call with a futex wake, a system call per folder.)
+    std::mutex nativeMutex;
+    std::atomic<bool> nativeMade{false};
+    std::string native;  // written once, under nativeMutex, before nativeMade
 
     std::mutex canonicalMutex;
     std::optional<CanonicalAbsoluteIRI> canonical;  // guarded by canonicalMutex
@@ -259,7 +261,13 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
 }
 
 const std::string& Folder::getNativePath() const {
-    std::call_once(state_->nativeOnce, [this] { state_->native = nativePath(iri_); });
+    if (!state_->nativeMade.load(std::memory_order_acquire)) {
+        std::lock_guard lock(state_->nativeMutex);
+        if (!state_->nativeMade.load(std::memory_order_relaxed)) {
+            state_->native = nativePath(iri_);
+            state_->nativeMade.store(true, std::memory_order_release);
+        }
+    }
     return state_->native;
 }
 
