@@ -7,6 +7,7 @@
 #include "tfsearch_path/PathFunctions.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <boost/make_shared.hpp>
 
 namespace Thornfell::PathManagement {
@@ -77,6 +78,21 @@ PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustri
       pathComparator(std::move(comparator)),
       matchers(pathComparator),
       eventManager(std::move(events)) {}
+
+void* PathEntry::operator new(std::size_t size, std::align_val_t alignment) {
+    const auto align = static_cast<std::size_t>(alignment);
+    // The start of the block goes before the entry: a plain block is aligned
+    // for a pointer at least, so there is always room for one.
+    static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= sizeof(void*));
+    void* const block = ::operator new(size + align);
+    const auto entry = (reinterpret_cast<std::uintptr_t>(block) + align) & ~(align - 1);
+    reinterpret_cast<void**>(entry)[-1] = block;
+    return reinterpret_cast<void*>(entry);
+}
+
+void PathEntry::operator delete(void* entry, std::align_val_t) noexcept {
+    if (entry) ::operator delete(static_cast<void**>(entry)[-1]);
+}
 
 PathEntry::~PathEntry() {
     if (!eventManager) return;

@@ -168,14 +168,16 @@ std::shared_ptr<const PathItemVector> ListedItems(std::span<const ustring_view> 
 
 using WeakEntryMap = tbb::concurrent_hash_map<CanonicalAbsoluteIRI, std::weak_ptr<const IPathEntry>, IRIHashCompare>;
 
-PathEntryPointer LockFrom(const WeakEntryMap& cache, const AbsoluteIRI& key) {
+// The map is asked with the IRI as it is, not a canonical copy of it. (Not a
+// const map: this release of oneTBB declares such a find non-const.)
+PathEntryPointer LockFrom(WeakEntryMap& cache, const AbsoluteIRI& key) {
     std::weak_ptr<const IPathEntry> weak;
     {
         // Copy the weak pointer out and let go of the accessor before
         // locking: a share dropped while the accessor is held could destroy
         // an entry, whose event then needs the same key.
         WeakEntryMap::const_accessor accessor;
-        if (!cache.find(accessor, CanonicalAbsoluteIRI(key, ustring()))) return nullptr;
+        if (!cache.find(accessor, key)) return nullptr;
         weak = accessor->second;
     }
     return weak.lock();

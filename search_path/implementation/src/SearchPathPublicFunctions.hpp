@@ -21,6 +21,9 @@ class IPathEntry;
 // The key rule of the oneTBB maps keyed by folder: the hash that the IRI
 // computed once, as the standard containers take it, and its equality.
 struct IRIHashCompare {
+    // A map keyed by canonical IRIs may be asked with any IRI, without a
+    // canonical copy made of it for the question.
+    using is_transparent = void;
     static std::size_t hash(const foundation::storage::vfs::AbsoluteIRI& iri) {
         return foundation::storage::vfs::AbsoluteIRIHash{}(iri);
     }
