@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 #include <stdexcept>
 
 namespace {
@@ -67,6 +68,34 @@ TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
     // Lone surrogates become replacements.
     EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD" "a");
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");
+}
+
+// ASCII is widened eight bytes at a time: texts made of ASCII runs of every
+// length, characters of each UTF-8 length and bad bytes, in every position
+// against those eight, convert piece by piece.
+TEST(Utf, RunsOfAsciiOfAnyLengthConvertAroundOtherCharacters) {
+    std::mt19937 random(11);
+    const std::pair<std::string, ustring> others[] = {
+        {"\xC3\xA9", u"é"}, {"\xE2\x82\xAC", u"€"}, {"\xF0\x9D\x84\x9E", u"\U0001D11E"}, {"\xFF", u"\uFFFD"}};
+    for (int round = 0; round != 400; ++round) {
+        std::string text;
+        ustring expected;
+        for (int piece = random() % 5; piece >= 0; --piece) {
+            for (int run = random() % 20; run > 0; --run) {
+                const char ascii = static_cast<char>(0x20 + random() % 0x5F);
+                text += ascii;
+                expected += static_cast<char16_t>(ascii);
+            }
+            if (random() % 3 == 0) continue;
+            const auto& [bytes, units] = others[random() % std::size(others)];
+            text += bytes;
+            expected += units;
+        }
+        EXPECT_EQ(utf8_to_ustring(text), expected) << text;
+        ustring into(text.size(), u'?');
+        EXPECT_EQ(fl::i18n::widen_utf8(text, into.data()), expected.size()) << text;
+        EXPECT_EQ(into.substr(0, expected.size()), expected) << text;
+    }
 }
 
 // A strict converter refuses what a substituting one replaces, also when it

@@ -29,6 +29,9 @@ namespace fl::i18n {
 ustring utf8_to_ustring(std::string_view utf8);
 // The same conversion, appended to `out`: many names can share one buffer.
 void append_utf8_to_ustring(ustring& out, std::string_view utf8);
+// The same conversion into `out`, which has room for utf8.size() units (a
+// text never takes more units than bytes); gives the units written.
+std::size_t widen_utf8(std::string_view utf8, char16_t* out);
 std::string ustring_to_utf8(ustring_view text);
 
 // How many code units `a` and `b` have in common at their start. Texts that

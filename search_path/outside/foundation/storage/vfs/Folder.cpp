@@ -316,30 +316,27 @@ const Folder::Listing& Folder::listing() const {
     // listing may be stale.
     listing->stamp = openStamp ? openStamp : takeStamp(dirFd);
     alignas(dirent64) char buffer[32 * 1024];
+    // A reading's file names, widened one after another, before they join
+    // the text in one piece: a name takes no more units than its bytes, and
+    // the text is then made once, of its size. (Widened into the text itself,
+    // each name resized it twice, and room for a whole reading's bytes made
+    // it about twice too large, a block the heap searched its bins for.) On
+    // the stack for a folder of usual size.
+    boost::container::small_vector<char16_t, 4096> widened;
     for (;;) {
         const ssize_t filled = ::getdents64(dirFd, buffer, sizeof buffer);
         if (filled < 0) throw Exception::fromErrno(errno, iri_.getPath(), "readdir");
         if (filled == 0) break;
-        // A name takes no more units than its bytes: room for all the names
-        // read, made at once. Counted rather than bounded by the bytes read,
-        // which hold about as much again in entry headers: a folder of usual
-        // size then asks for a small block, which the heap serves from its
-        // lists, where a block of twice the size took a search of its bins.
-        std::size_t nameBytes = 0;
-        for (ssize_t offset = 0; offset < filled;) {
-            const auto& entry = *reinterpret_cast<const dirent64*>(buffer + offset);
-            offset += entry.d_reclen;
-            nameBytes += std::strlen(entry.d_name);
-        }
-        listing->fileNameText.reserve(listing->fileNameText.size() + nameBytes);
+        widened.resize(static_cast<std::size_t>(filled), boost::container::default_init);
+        std::size_t used = 0;
         for (ssize_t offset = 0; offset < filled;) {
             const auto& entry = *reinterpret_cast<const dirent64*>(buffer + offset);
             offset += entry.d_reclen;
             if (isDotOrDotDot(entry.d_name)) continue;
             switch (classify(dirFd, entry)) {
             case EntryKind::File:
-                fl::i18n::append_utf8_to_ustring(listing->fileNameText, entry.d_name);
-                fileNameEnds.push_back(listing->fileNameText.size());
+                used += fl::i18n::widen_utf8(entry.d_name, widened.data() + used);
+                fileNameEnds.push_back(listing->fileNameText.size() + used);
                 break;
             case EntryKind::Folder:
                 listing->folders.emplace_back(fl::i18n::utf8_to_ustring(entry.d_name), false);
@@ -351,6 +348,7 @@ const Folder::Listing& Folder::listing() const {
                 break;
             }
         }
+        listing->fileNameText.append(widened.data(), used);
     }
     listing->fileNames.reserve(fileNameEnds.size());
     const std::span<const std::size_t> ends(fileNameEnds.data(), fileNameEnds.size());
