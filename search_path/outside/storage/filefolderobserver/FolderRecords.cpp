@@ -7,7 +7,7 @@ namespace storage::filefolderobserver::detail {
 std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const foundation::storage::vfs::AbsoluteIRI& folder,
                                                        bool* observedBefore) {
     Table::accessor entry;
-    table_.insert(entry, FolderKeyView{folder.getPath(), folder.hashValue()});
+    table_.insert(entry, folder);
     auto existing = entry->second.lock();
     if (observedBefore) *observedBefore = existing != nullptr;
     if (existing) return existing;
@@ -37,7 +37,7 @@ void FolderRecordTable::markChanged(const ustring& folder, FrozenInclusion inclu
     std::shared_ptr<FolderRecord> record;
     {
         Table::const_accessor entry;
-        if (!table_.find(entry, FolderKeyView{path, foundation::storage::vfs::genericPathHash(path)})) return;
+        if (!table_.find(entry, FolderPathView{path, foundation::storage::vfs::genericPathHash(path)})) return;
         record = entry->second.lock();
     }
     if (!record) return;

@@ -28,41 +28,33 @@
 
 namespace storage::filefolderobserver::detail {
 
-// The key of a folder's record: the path of its IRI, with the hash the IRI
-// holds. Lookups compare hashes before texts: the paths of one tree share
-// long beginnings, and a bucket's other keys used to be compared unit by unit
-// up to where they differ.
-struct FolderKey {
-    FolderKey(ustring_view text, std::size_t hash) : path(text), hash(hash) {}
-    ustring path;
-    std::size_t hash;
-};
-
-// A key to look up with, without a copy of the text.
-struct FolderKeyView {
+// A record is found by its folder's IRI, which holds the folder's path and
+// its hash: the table's key shares them rather than copying the path, and
+// lookups compare hashes before paths (the paths of one tree share long
+// beginnings). An event names its folder by text; it is looked up as the
+// path it holds, without an IRI made of it.
+struct FolderPathView {
     ustring_view path;
     std::size_t hash;
-    operator FolderKey() const { return FolderKey(path, hash); }
 };
 
 struct FolderKeyHashCompare {
+    using Folder = foundation::storage::vfs::AbsoluteIRI;
     using is_transparent = void;
-    template <class Key>
-    static std::size_t hash(const Key& key) {
-        return key.hash;
-    }
-    template <class A, class B>
-    static bool equal(const A& a, const B& b) {
-        return a.hash == b.hash && ustring_view(a.path) == ustring_view(b.path);
+    static std::size_t hash(const Folder& folder) { return folder.hashValue(); }
+    static std::size_t hash(const FolderPathView& view) { return view.hash; }
+    static bool equal(const Folder& a, const Folder& b) { return a == b; }
+    static bool equal(const FolderPathView& a, const Folder& b) {
+        return a.hash == b.hashValue() && a.path == ustring_view(b.getPath());
     }
 };
 
 struct FolderRecord {
-    explicit FolderRecord(const FolderKey& folderKey) : key(&folderKey) {}
+    explicit FolderRecord(const foundation::storage::vfs::AbsoluteIRI& folderKey) : key(&folderKey) {}
 
     // The key of the table's entry, which stands as long as a record made
     // for it lives: the entry goes only once its record has expired.
-    const FolderKey* const key;
+    const foundation::storage::vfs::AbsoluteIRI* const key;
     std::atomic<std::uint64_t> allEvents{0};          // events for frozen and live observers
     std::atomic<std::uint64_t> liveEvents{0};         // events for live observers only
     std::atomic<std::uint64_t> fileSystemChanges{0};  // what the inotify reader saw
@@ -99,7 +91,8 @@ public:
     std::uint64_t eventsMarked() const { return eventsMarked_.load(std::memory_order_acquire); }
 
 private:
-    using Table = tbb::concurrent_hash_map<FolderKey, std::weak_ptr<FolderRecord>, FolderKeyHashCompare>;
+    using Table = tbb::concurrent_hash_map<foundation::storage::vfs::AbsoluteIRI, std::weak_ptr<FolderRecord>,
+                                          FolderKeyHashCompare>;
     Table table_;
     std::atomic<std::uint64_t> eventsMarked_{0};
 };
