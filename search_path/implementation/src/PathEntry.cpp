@@ -24,11 +24,28 @@ PathEntryList Share(PathEntryVector&& entries) {
     return std::make_shared<const PathEntryVector>(std::move(entries));
 }
 
+// Whether `items` stand in PathItemLess order. Neighbours are told apart by
+// a word of their stems past the start all share, and compared whole only
+// where the words are equal: a comparison of whole stems went over that
+// start each time.
+bool InPathItemOrder(const PathItemVector& items) {
+    const std::size_t shared = SharedStemStart(items, [](const PathItemPointer& item) -> ustring_view {
+        return item->normalizedStem;
+    });
+    std::uint64_t previous = 0;
+    for (std::size_t i = 0; i != items.size(); ++i) {
+        const std::uint64_t word = LeadingUnitsWord(ustring_view(items[i]->normalizedStem).substr(shared));
+        if (i != 0 && (word < previous || (word == previous && PathItemLess(items[i], items[i - 1])))) return false;
+        previous = word;
+    }
+    return true;
+}
+
 std::shared_ptr<const PathItemVector> Sorted(PathItemVector&& items) {
     // Items from the toolbox cache come in the order the writer took from a
     // sorted entry: one pass confirms it, where a sort would compare each
     // item some log n times. A listing's order fails the pass at once.
-    if (!std::is_sorted(items.begin(), items.end(), PathItemLess)) std::sort(items.begin(), items.end(), PathItemLess);
+    if (!InPathItemOrder(items)) std::sort(items.begin(), items.end(), PathItemLess);
     return std::make_shared<const PathItemVector>(std::move(items));
 }
 

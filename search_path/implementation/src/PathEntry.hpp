@@ -4,12 +4,17 @@
 // that tells whether the folder has changed since.
 #include "tfsearch_path/IPathEntry.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
+#include "fl/ustring.hpp"
 #include "foundation/msg_svc/eventmgr/EventMgr.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 
 #include <boost/container/small_vector.hpp>
 #include <boost/shared_ptr.hpp>
 
+#include <bit>
+#include <iterator>
+#include <cstdint>
+#include <cstring>
 #include <span>
 
 namespace Thornfell::PathManagement {
@@ -116,5 +121,36 @@ private:
 // The order of a folder's items: (normalizedStem, stem, extension, folderIRI).
 bool PathItemPrecedes(const PathItem& a, const PathItem& b);
 inline bool PathItemLess(const PathItemPointer& a, const PathItemPointer& b) { return PathItemPrecedes(*a, *b); }
+
+static_assert(std::endian::native == std::endian::little, "the units of a word are read in little-endian order");
+
+// The first four units of `text`, the first in the top bits, so that the
+// words order as the texts do. A text that ends early takes 0 in the units
+// it lacks, which no unit is below: ties aside, a shorter text that begins
+// a longer one comes first, as it does among texts.
+inline std::uint64_t LeadingUnitsWord(ustring_view text) {
+    std::uint64_t word = 0;
+    if (text.size() >= 4) {
+        std::memcpy(&word, text.data(), sizeof word);
+    } else {
+        for (std::size_t i = 0; i != text.size(); ++i) word |= std::uint64_t{text[i]} << (16 * i);
+    }
+    // The first unit sits in the low bits of memory's order: reverse the
+    // order of the four.
+    word = ((word & 0x0000FFFF0000FFFFULL) << 16) | ((word >> 16) & 0x0000FFFF0000FFFFULL);
+    return word << 32 | word >> 32;
+}
+
+// How many units the normalized stems of all `items` begin with, `stemOf`
+// giving an item's. Names of one folder often share a start, which a word
+// of LeadingUnitsWord would spend on units all items have.
+template <class Items, class StemOf>
+std::size_t SharedStemStart(const Items& items, StemOf stemOf) {
+    if (std::empty(items)) return 0;
+    const ustring_view first = stemOf(*std::begin(items));
+    std::size_t shared = first.size();
+    for (const auto& item : items) shared = fl::i18n::common_prefix_length(first.substr(0, shared), stemOf(item));
+    return shared;
+}
 
 } // namespace Thornfell::PathManagement

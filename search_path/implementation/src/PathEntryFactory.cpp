@@ -18,8 +18,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <cstring>
 #include <ctime>
 #include <iomanip>
 #include <memory>
@@ -78,25 +76,6 @@ PathItem& EmplaceItem(PathItemBlock& block, ustring_view name, const CanonicalAb
     return block.Emplace(name.substr(0, stemLength), name.substr(stemLength), folder);
 }
 
-static_assert(std::endian::native == std::endian::little, "the units of a word are read in little-endian order");
-
-// The first four units of `text`, the first in the top bits, so that the
-// words order as the texts do. A text that ends early takes 0 in the units
-// it lacks, which no unit is below: ties aside, a shorter text that begins
-// a longer one comes first, as it does among texts.
-std::uint64_t LeadingUnitsWord(ustring_view text) {
-    std::uint64_t word = 0;
-    if (text.size() >= 4) {
-        std::memcpy(&word, text.data(), sizeof word);
-    } else {
-        for (std::size_t i = 0; i != text.size(); ++i) word |= std::uint64_t{text[i]} << (16 * i);
-    }
-    // The first unit sits in the low bits of memory's order: reverse the
-    // order of the four.
-    word = ((word & 0x0000FFFF0000FFFFULL) << 16) | ((word >> 16) & 0x0000FFFF0000FFFFULL);
-    return word << 32 | word >> 32;
-}
-
 // A listed item with the key that orders it first (see ListedItems).
 struct KeyedItem {
     std::uint64_t word;
@@ -150,12 +129,8 @@ std::shared_ptr<const PathItemVector> ListedItems(std::span<const ustring_view> 
     for (std::size_t i = 0; i != names.size(); ++i) items[i] = {0, &EmplaceItem(*block, names[i], folder)};
 
     if (!items.empty()) {
-        const ustring_view first = items.front().item->normalizedStem;
-        std::size_t shared = first.size();
-        for (const KeyedItem& k : items) {
-            const ustring_view other = k.item->normalizedStem;
-            shared = fl::i18n::common_prefix_length(first.substr(0, shared), other);
-        }
+        const std::size_t shared =
+            SharedStemStart(items, [](const KeyedItem& k) -> ustring_view { return k.item->normalizedStem; });
         for (KeyedItem& k : items) k.word = LeadingUnitsWord(ustring_view(k.item->normalizedStem).substr(shared));
         SortByWord(items, std::span(keyed.data() + names.size(), names.size()));
     }
