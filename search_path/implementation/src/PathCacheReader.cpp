@@ -2,9 +2,12 @@
 
 #include "fl/ustring.hpp"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <string>
 
 namespace Thornfell::PathManagement {
@@ -140,8 +143,8 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     auto text = std::make_unique<ustring>();
     text->reserve(textInLastFolder);
     // Where each file's name ends in the text: the views are taken once the
-    // text has stopped growing.
-    std::vector<std::size_t> ends;
+    // text has stopped growing. On the stack for a folder of usual size.
+    boost::container::small_vector<std::size_t, 64> ends;
     ends.reserve(filesInLastFolder);
     folder.name = (*converter)(ReadNameBytes(*stream, nameBytes));
     Expect(*stream, ">");
@@ -152,7 +155,7 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
             Expect(*stream, "D>");
             filesInLastFolder = folder.files.size();
             textInLastFolder = text->size();
-            fl::i18n::for_each_name_view(*text, ends,
+            fl::i18n::for_each_name_view(*text, std::span<const std::size_t>(ends.data(), ends.size()),
                                          [&](std::size_t i, ustring_view name) { folder.files[i].name = name; });
             folder.fileNameText = std::move(text);
             return folder;
