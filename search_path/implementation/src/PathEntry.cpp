@@ -6,9 +6,10 @@
 #include "tfsearch_path/PathEvents.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
+#include <boost/make_shared.hpp>
+
 #include <algorithm>
 #include <cstdint>
-#include <boost/make_shared.hpp>
 
 namespace Thornfell::PathManagement {
 

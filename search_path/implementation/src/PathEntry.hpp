@@ -12,9 +12,9 @@
 #include <boost/shared_ptr.hpp>
 
 #include <bit>
-#include <iterator>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <span>
 
 namespace Thornfell::PathManagement {

@@ -38,7 +38,7 @@ struct FolderPathView {
     std::size_t hash;
 };
 
-struct FolderKeyHashCompare {
+struct FolderHashCompare {
     using Folder = foundation::storage::vfs::AbsoluteIRI;
     using is_transparent = void;
     static std::size_t hash(const Folder& folder) { return folder.hashValue(); }
@@ -92,7 +92,7 @@ public:
 
 private:
     using Table = tbb::concurrent_hash_map<foundation::storage::vfs::AbsoluteIRI, std::weak_ptr<FolderRecord>,
-                                          FolderKeyHashCompare>;
+                                          FolderHashCompare>;
     Table table_;
     std::atomic<std::uint64_t> eventsMarked_{0};
 };

@@ -50,8 +50,6 @@ std::optional<ListingDigest> digestListingNow(const Folder& folder) {
     return digestListing(Folder(folder.getIRI(), folder.getStorageSystem()));
 }
 
-std::string nativePath(const Folder& folder) { return fl::i18n::ustring_to_utf8(folder.getIRI().getPath()); }
-
 std::optional<FolderStamp> FolderStamp::take(const std::string& path) {
     // The clock first: a change after the stat gets a time no earlier than
     // this reading.

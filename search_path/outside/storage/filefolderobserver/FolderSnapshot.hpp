@@ -32,9 +32,6 @@ std::optional<ListingDigest> digestListing(const foundation::storage::vfs::Folde
 // The digest of the folder as it is now on disk.
 std::optional<ListingDigest> digestListingNow(const foundation::storage::vfs::Folder& folder);
 
-// The native path of a folder.
-std::string nativePath(const foundation::storage::vfs::Folder& folder);
-
 // A folder's identity and time stamps.
 //
 // A stamp is trusted when both times lie in a second before the one in which

@@ -13,7 +13,8 @@ namespace storage::filefolderobserver::detail {
 class FrozenObserver final : public IFileFolderObserver {
 public:
     enum class Hears { FrozenEvents, AllEvents };
-    FrozenObserver(std::shared_ptr<FolderRecordTable> records, const foundation::storage::vfs::AbsoluteIRI& folder, Hears hears)
+    FrozenObserver(std::shared_ptr<FolderRecordTable> records, const foundation::storage::vfs::AbsoluteIRI& folder,
+                   Hears hears)
         : events_(std::move(records), folder), hearsLiveOnlyEvents_(hears == Hears::AllEvents) {}
 
     bool hasChanged() const override { return events_.changed(hearsLiveOnlyEvents_); }

@@ -13,7 +13,7 @@ TimeStampObserver::TimeStampObserver(std::shared_ptr<FolderRecordTable> records,
                                      const foundation::storage::vfs::Folder& folder)
     : events_(std::move(records), folder.getIRI()),
       folder_(unlisted(folder)),
-      path_(nativePath(folder)),
+      path_(folder.getNativePath()),
       listed_(digestListing(folder)) {
     // Stamp first, then compare listings: a change before the stamp shows in
     // the listing, and one after it in the stamp (once trusted).

@@ -250,11 +250,12 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
     // second conversion, parse and hash.
     const std::string& name = openedAsGiven ? path : resolved;
     const ustring& given = iri_.getPath();
-    const bool asGiven = (openedAsGiven || resolved == path) && std::none_of(given.begin(), given.end(), [](char16_t unit) {
-                             return unit >= 0xD800 && unit <= 0xDFFF;
-                         });
-    CanonicalAbsoluteIRI canonical = asGiven ? CanonicalAbsoluteIRI(iri_, ustring())
-                                             : CanonicalAbsoluteIRI(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(name)), ustring());
+    const bool noSurrogate =
+        std::none_of(given.begin(), given.end(), [](char16_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; });
+    const bool asGiven = (openedAsGiven || resolved == path) && noSurrogate;
+    CanonicalAbsoluteIRI canonical =
+        asGiven ? CanonicalAbsoluteIRI(iri_, ustring())
+                : CanonicalAbsoluteIRI(toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(name)), ustring());
     std::lock_guard lock(state_->canonicalMutex);
     if (!state_->canonical) state_->canonical = std::move(canonical);
     return *state_->canonical;
