@@ -126,6 +126,9 @@ TEST(CacheReaderTest, AcceptsTheWritersFormatAndFreeWhiteSpace) {
          ""},
         {"UTF-8 names", kStart + "<D name=\"caf\xC3\xA9\"><C name=\"\xE2\x82\xAC.tf\"/></D>" + kEnd,
          "caf\xC3\xA9[C:\xE2\x82\xAC.tf]"},
+        {"a name that ends in a cut sequence doesn't join the next",
+         kStart + "<D name=\"m\"><C name=\"a\xC3\"/><C name=\"\xA9z\"/></D>" + kEnd,
+         "m[C:a\xEF\xBF\xBD C:\xEF\xBF\xBDz]"},
         {"nesting to the depth limit", kStart + Nested(PathCacheReader::kMaxFolderDepth) + kEnd,
          [] {
              std::string dump;

@@ -56,15 +56,6 @@ TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
     EXPECT_EQ(utf8_to_ustring("\xED\xA0\x80"), bad + bad + bad);      // an encoded surrogate
     EXPECT_EQ(utf8_to_ustring("x\xE2\x82"), u"x" + bad + bad);         // cut short at the end
     EXPECT_EQ(utf8_to_ustring("\xE2\x82\xC3\xA9"), bad + bad + u"é");  // a valid sequence right after
-    // Appending keeps what stands before, and a name that turns non-ASCII
-    // midway, or ends badly, converts as it would alone.
-    ustring names = u"first";
-    for (const std::string piece : {"", "ascii", "plain é € \xF0\x9D\x84\x9E end", "a\xFF", "x\xE2\x82"}) {
-        const ustring before = names;
-        fl::i18n::append_utf8_to_ustring(names, piece);
-        EXPECT_EQ(names, before + utf8_to_ustring(piece)) << piece;
-    }
-    EXPECT_EQ(names, u"firstasciiplain é € \U0001D11E enda" + bad + u"x" + bad + bad);
     // Lone surrogates become replacements.
     EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD" "a");
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");
@@ -99,21 +90,20 @@ TEST(Utf, RunsOfAsciiOfAnyLengthConvertAroundOtherCharacters) {
 }
 
 // A strict converter refuses what a substituting one replaces, also when it
-// appends, and then leaves the text as it was.
-TEST(Utf, AStrictConverterRefusesBadBytesAndLeavesWhatItAppendedTo) {
+// writes into a buffer that other texts share.
+TEST(Utf, AStrictConverterRefusesBadBytes) {
     const fl::i18n::codecvt_string_to_ustring strict("UTF-8", false);
     const fl::i18n::codecvt_string_to_ustring substituting("UTF-8", true);
-    ustring text = u"kept";
-    strict.append(text, "caf\xC3\xA9");
-    EXPECT_EQ(text, u"keptcafé");
-    EXPECT_THROW(strict.append(text, "bad\xFF"), std::range_error);
-    EXPECT_EQ(text, u"keptcafé");
+    ustring room(8, u'?');
+    EXPECT_EQ(strict.widen("caf\xC3\xA9", room.data()), 4u);
+    EXPECT_EQ(room.substr(0, 4), u"café");
+    EXPECT_THROW(strict.widen("bad\xFF", room.data()), std::range_error);
     EXPECT_THROW(strict("bad\xFF"), std::range_error);
     // A replacement character written as such is no fault.
-    strict.append(text, "\xEF\xBF\xBD");
-    EXPECT_EQ(text, u"keptcafé\uFFFD");
-    substituting.append(text, "bad\xFF");
-    EXPECT_EQ(text, u"keptcafé\uFFFDbad\uFFFD");
+    EXPECT_EQ(strict.widen("\xEF\xBF\xBD", room.data()), 1u);
+    EXPECT_EQ(room[0], u'\uFFFD');
+    EXPECT_EQ(substituting.widen("bad\xFF", room.data()), 4u);
+    EXPECT_EQ(room.substr(0, 4), u"bad\uFFFD");
     EXPECT_EQ(substituting("bad\xFF"), u"bad\uFFFD");
 }
 

@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 namespace Thornfell::PathManagement {
 
@@ -129,10 +131,38 @@ std::string_view ReadNameBytes(std::istream& stream, std::string& spill) {
     return spill;
 }
 
+// A file element whole in the bytes ahead, as the writer writes it or with
+// the white space allowed: what the steps above would read, read in place
+// with one step at the end. The file's name is in the buffer.
+struct FileElement {
+    char kind;
+    std::string_view name;
+    std::size_t length;  // from the bytes' start to past the "/>"
+};
+
+std::optional<FileElement> ScanFileElement(std::string_view ahead) {
+    std::size_t at = 0;
+    const auto skipWhiteSpace = [&] {
+        while (at != ahead.size() && IsWhiteSpace(static_cast<unsigned char>(ahead[at]))) ++at;
+    };
+    skipWhiteSpace();
+    if (ahead.size() - at < 2 || ahead[at] != '<') return std::nullopt;
+    const char kind = ahead[at + 1];
+    if (kind != 'C' && kind != 'N' && kind != 'U') return std::nullopt;
+    at += 2;
+    skipWhiteSpace();
+    static constexpr char kOpening[] = "name=\"";
+    if (!StartsWith(ahead.substr(at), kOpening)) return std::nullopt;
+    at += sizeof kOpening - 1;
+    const std::size_t closing = ahead.find('"', at);
+    if (closing == std::string_view::npos || !StartsWith(ahead.substr(closing + 1), "/>")) return std::nullopt;
+    return FileElement{kind, ahead.substr(at, closing - at), closing + 3};
+}
+
 } // namespace
 
 PathCacheReader::PathCacheReader(std::istream& in, fl::i18n::codecvt_string_to_ustring& textConverter)
-    : stream(&in), buffer(in.rdbuf()), converter(&textConverter) {}
+    : stream(&in), buffer(in.rdbuf()), converter(&textConverter), fileNameBytes(kMaxFolderDepth + 1) {}
 
 PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     if (depth > kMaxFolderDepth) Reject();
@@ -140,21 +170,39 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
     // Folders of one installation hold files in similar numbers: room for
     // as many as the folder before had spares most of the growth steps.
     folder.files.reserve(filesInLastFolder);
-    auto text = std::make_unique<ustring>();
-    text->reserve(textInLastFolder);
-    // Where each file's name ends in the text: the views are taken once the
-    // text has stopped growing. On the stack for a folder of usual size.
+    std::string& bytes = fileNameBytes[depth];
+    bytes.clear();
+    // Where each file's name ends in `bytes`, and then in the text. On the
+    // stack for a folder of usual size.
     boost::container::small_vector<std::size_t, 64> ends;
     ends.reserve(filesInLastFolder);
+    const auto addFile = [&](char kind, std::string_view name) {
+        bytes += name;
+        ends.push_back(bytes.size());
+        folder.files.push_back({ustring_view(), kind});
+    };
     folder.name = (*converter)(ReadNameBytes(*stream, nameBytes));
     Expect(*stream, ">");
     for (;;) {
+        if (const std::optional<FileElement> file = ScanFileElement(BufferedBytes::Ahead(*buffer))) {
+            addFile(file->kind, file->name);
+            BufferedBytes::Take(*buffer, file->length);
+            continue;
+        }
         switch (const int letter = NextElement(*stream)) {
         case '/': {
             buffer->sbumpc();
             Expect(*stream, "D>");
             filesInLastFolder = folder.files.size();
-            textInLastFolder = text->size();
+            // No byte gives more than one unit: the text is cut to its size.
+            auto text = std::make_unique<ustring>(bytes.size(), u'\0');
+            std::size_t start = 0;
+            std::size_t written = 0;
+            for (std::size_t& end : ends) {
+                written += converter->widen(std::string_view(bytes).substr(start, end - start), text->data() + written);
+                start = std::exchange(end, written);
+            }
+            text->resize(written);
             fl::i18n::for_each_name_view(*text, std::span<const std::size_t>(ends.data(), ends.size()),
                                          [&](std::size_t i, ustring_view name) { folder.files[i].name = name; });
             folder.fileNameText = std::move(text);
@@ -168,9 +216,7 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
         case 'N':
         case 'U':
             buffer->sbumpc();
-            converter->append(*text, ReadNameBytes(*stream, nameBytes));
-            ends.push_back(text->size());
-            folder.files.push_back({ustring_view(), static_cast<char>(letter)});
+            addFile(static_cast<char>(letter), ReadNameBytes(*stream, nameBytes));
             Expect(*stream, "/>");
             break;
         default: Reject();

@@ -69,8 +69,12 @@ private:
     std::streambuf* buffer;
     fl::i18n::codecvt_string_to_ustring* converter;
     std::string nameBytes;  // a name's bytes when the buffer didn't hold them whole
+    // The bytes of the file names of the folder open at each depth, one
+    // after another, converted when the folder closes: one conversion into
+    // a text of the right size instead of a text grown name by name. Made
+    // for every depth at once, so that none moves while a parent uses it.
+    std::vector<std::string> fileNameBytes;
     std::size_t filesInLastFolder = 0;  // of the folder closed last
-    std::size_t textInLastFolder = 0;   // the length of its fileNameText
 };
 
 } // namespace Thornfell::PathManagement

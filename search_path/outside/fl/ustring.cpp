@@ -70,12 +70,6 @@ ustring utf8_to_ustring(std::string_view utf8) {
     return out;
 }
 
-void append_utf8_to_ustring(ustring& out, std::string_view utf8) {
-    const std::size_t start = out.size();
-    out.resize(start + utf8.size());
-    out.resize(start + widen_utf8(utf8, out.data() + start));
-}
-
 std::string ustring_to_utf8(ustring_view text) {
     // Paths are mostly ASCII: narrow the ASCII run at the start into room
     // made for all of it, and encode only from the first unit that isn't.

@@ -27,8 +27,6 @@ namespace fl::i18n {
 // UTF-8 <-> UTF-16 conversions. Bytes that are not valid UTF-8 are replaced by
 // U+FFFD rather than dropped, so that a name read from disk always converts.
 ustring utf8_to_ustring(std::string_view utf8);
-// The same conversion, appended to `out`: many names can share one buffer.
-void append_utf8_to_ustring(ustring& out, std::string_view utf8);
 // The same conversion into `out`, which has room for utf8.size() units (a
 // text never takes more units than bytes); gives the units written.
 std::size_t widen_utf8(std::string_view utf8, char16_t* out);

@@ -31,13 +31,10 @@ ustring codecvt_string_to_ustring::operator()(std::string_view bytes) const {
     return text;
 }
 
-void codecvt_string_to_ustring::append(ustring& out, std::string_view bytes) const {
-    const std::size_t start = out.size();
-    append_utf8_to_ustring(out, bytes);
-    if (!substituteInvalid_ && Substituted(ustring_view(out).substr(start), bytes)) {
-        out.resize(start);
-        throw std::range_error("invalid UTF-8");
-    }
+std::size_t codecvt_string_to_ustring::widen(std::string_view bytes, char16_t* out) const {
+    const std::size_t written = widen_utf8(bytes, out);
+    if (!substituteInvalid_ && Substituted(ustring_view(out, written), bytes)) throw std::range_error("invalid UTF-8");
+    return written;
 }
 
 codecvt_ustring_to_string::codecvt_ustring_to_string(std::string_view encoding, bool substituteInvalid)

@@ -7,6 +7,7 @@
 // conversion never fails; without it they throw std::range_error.
 #include "fl/ustring.hpp"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -17,9 +18,10 @@ public:
     // Throws std::invalid_argument for an encoding other than "UTF-8".
     codecvt_string_to_ustring(std::string_view encoding, bool substituteInvalid);
     ustring operator()(std::string_view bytes) const;
-    // The same conversion appended to `out`, which many texts can then
-    // share; `out` is left as it was when the conversion throws.
-    void append(ustring& out, std::string_view bytes) const;
+    // The same conversion written to `out`, which has room for as many
+    // units as `bytes` has bytes (no byte gives more than one unit), so that
+    // many texts can share one buffer. Returns the number of units written.
+    std::size_t widen(std::string_view bytes, char16_t* out) const;
 
 private:
     bool substituteInvalid_;
