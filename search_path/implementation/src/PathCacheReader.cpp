@@ -196,11 +196,18 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
             filesInLastFolder = folder.files.size();
             // No byte gives more than one unit: the text is cut to its size.
             auto text = std::make_unique<ustring>(bytes.size(), u'\0');
-            std::size_t start = 0;
-            std::size_t written = 0;
-            for (std::size_t& end : ends) {
-                written += converter->widen(std::string_view(bytes).substr(start, end - start), text->data() + written);
-                start = std::exchange(end, written);
+            // All names at once. Where each byte gave one unit, no sequence
+            // was decoded, none ran from one name into the next, and names
+            // end where their bytes do: so it is for names in ASCII. Else
+            // each name again on its own.
+            std::size_t written = converter->widen(bytes, text->data());
+            if (written != bytes.size()) {
+                std::size_t start = 0;
+                written = 0;
+                for (std::size_t& end : ends) {
+                    written += converter->widen(std::string_view(bytes).substr(start, end - start), text->data() + written);
+                    start = std::exchange(end, written);
+                }
             }
             text->resize(written);
             fl::i18n::for_each_name_view(*text, std::span<const std::size_t>(ends.data(), ends.size()),
