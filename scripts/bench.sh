@@ -47,6 +47,8 @@ FIGURES=(
 BENCH_DIR="$ROOT/build/release/bench"
 OUT="$(mktemp -d)"
 trap 'rm -rf "$OUT"' EXIT
+# Programs that ask for a tree of the same options share one, written once.
+export TFSP_TREE_STORE="$OUT/trees"
 
 # The programs named by the figures, each run once, with only the benchmarks
 # that the figures read.

@@ -3,6 +3,11 @@
 #include "tfsearch_path/IPathEntryFactory.hpp"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <numeric>
 #include <random>
 #include <set>
@@ -22,6 +27,37 @@ std::vector<std::size_t> Shuffled(std::size_t count, std::mt19937_64& random) {
     return order;
 }
 
+// Every option that shapes the tree, in one text: the name of its folder in
+// the store.
+std::string StoreKey(const GeneratedTreeOptions& options) {
+    std::string text = std::to_string(options.folders) + "|" + std::to_string(options.filesPerFolder) + "|" +
+                       std::to_string(options.seed) + "|" + std::to_string(options.packageFraction) + "|" +
+                       std::to_string(options.classFraction) + "|" + std::to_string(options.privateFraction) + "|" +
+                       std::to_string(options.nestedNames) + "|" + std::to_string(options.uddClassFraction) + "|" +
+                       std::to_string(options.resourcesFraction);
+    for (const auto& [stem, count] : options.sharedStems) text += "|s" + stem + ":" + std::to_string(count);
+    for (const auto* list : {&options.extensions, &options.mainNames, &options.stemPool, &options.filesInEveryFolder}) {
+        text += "|";
+        for (const auto& name : *list) text += name + ",";
+    }
+    char key[32];
+    std::snprintf(key, sizeof key, "tree-%016zx", std::hash<std::string>()(text));
+    return key;
+}
+
+// The stored tree of these options: its folder, and whether a complete copy
+// of it is there (else it is to be written, over whatever a run cut short
+// left).
+std::unique_ptr<TempTree> StoredTree(const GeneratedTreeOptions& options, std::string& completeMark, bool& complete) {
+    const char* store = std::getenv("TFSP_TREE_STORE");
+    if (!store || !*store) return std::make_unique<TempTree>("tfsp-trees");
+    const std::string root = std::string(store) + "/" + StoreKey(options);
+    completeMark = root + ".complete";
+    complete = std::filesystem::exists(completeMark);
+    if (!complete) std::filesystem::remove_all(root);
+    return std::make_unique<TempTree>(TempTree::Kept{}, root);
+}
+
 } // namespace
 
 // The draws from the seed come in a fixed order (folders, stems, extensions),
@@ -32,7 +68,10 @@ GeneratedTreeOptions BenchmarkTreeOptions() {
     return options;
 }
 
-GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) : temp_("tfsp-trees") {
+GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) {
+    std::string completeMark;
+    bool stored = false;
+    temp_ = StoredTree(options, completeMark, stored);
     std::mt19937_64 random(options.seed);
     const auto share = [&](double fraction) { return static_cast<std::size_t>(fraction * options.folders); };
     const bool nested = options.nestedNames > 0;
@@ -105,24 +144,25 @@ GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) : temp_("tfsp-
     }
 
     std::uniform_int_distribution<std::size_t> anyExtension(0, options.extensions.empty() ? 0 : options.extensions.size() - 1);
+    // A stored tree is only named: the draws go on as they would, so that
+    // the lists come out the same.
+    const auto file = [&](const std::string& relative) {
+        if (!stored) temp_->file(relative);
+        ++fileCount_;
+    };
     for (std::size_t f = 0; f < folders.size(); ++f) {
-        allFolders_.push_back(temp_.folder(folders[f]));
+        allFolders_.push_back(stored ? temp_->path(folders[f]) : temp_->folder(folders[f]));
         if (f < mains) mainFolders_.push_back(allFolders_.back());
-        for (const std::string& stem : stems[f]) {
-            const std::string extension = options.extensions.empty() ? "" : options.extensions[anyExtension(random)];
-            temp_.file(folders[f] + "/" + stem + extension);
-            ++fileCount_;
-        }
-        for (const std::string& name : options.filesInEveryFolder) {
-            temp_.file(folders[f] + "/" + name);
-            ++fileCount_;
-        }
+        for (const std::string& stem : stems[f])
+            file(folders[f] + "/" + stem + (options.extensions.empty() ? "" : options.extensions[anyExtension(random)]));
+        for (const std::string& name : options.filesInEveryFolder) file(folders[f] + "/" + name);
     }
     if (options.settleOnDisk) {
-        const int root = ::open(temp_.root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        if (root < 0 || ::syncfs(root) != 0) throw std::runtime_error("can't sync the tree " + temp_.root());
+        const int root = ::open(temp_->root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (root < 0 || ::syncfs(root) != 0) throw std::runtime_error("can't sync the tree " + temp_->root());
         ::close(root);
     }
+    if (!completeMark.empty() && !stored) std::ofstream(completeMark).flush();
 }
 
 GeneratedTreeOptions EveryKindOfFolder(std::size_t folders, std::uint64_t seed) {

@@ -3,6 +3,11 @@
 // else /tmp) and removed again by the destructor: the benchmarks' trees, and
 // the reference tests' trees of every kind of folder.
 //
+// With TFSP_TREE_STORE set to a folder, a tree is made there once for its
+// options and kept, and later trees of the same options (in this process or
+// another) use it as it stands: the benchmark programs of one run then share
+// their trees, which on a slow disk take longer to write than to measure.
+//
 // `folders` folders are made in all, each holding `filesPerFolder` empty
 // files; the given shares of them are package ("+pkgN"), class ("@ClsN") and
 // private folders, each put inside a main folder chosen by the seed, and the
@@ -18,6 +23,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,9 +74,9 @@ public:
     explicit GeneratedTree(const GeneratedTreeOptions& options);
 
     // Resolved, so that it compares equal to canonical names.
-    const std::string& root() const { return temp_.root(); }
+    const std::string& root() const { return temp_->root(); }
     // For more folders and files beside the generated ones.
-    TempTree& temp() { return temp_; }
+    TempTree& temp() { return *temp_; }
     // Absolute paths of the main folders, in the order they were made.
     const std::vector<std::string>& mainFolders() const { return mainFolders_; }
     // Every folder made, main and special, as absolute paths.
@@ -78,7 +84,7 @@ public:
     std::size_t fileCount() const { return fileCount_; }
 
 private:
-    TempTree temp_;
+    std::unique_ptr<TempTree> temp_;
     std::vector<std::string> mainFolders_;
     std::vector<std::string> allFolders_;
     std::size_t fileCount_ = 0;

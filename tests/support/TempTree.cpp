@@ -22,21 +22,32 @@ namespace {
 
 std::string parentOf(const std::string& path) { return fs::path(path).parent_path().string(); }
 
+// /tmp may itself be reached through a link; tests compare against canonical
+// names.
+std::string resolved(const std::string& path) {
+    char* name = ::realpath(path.c_str(), nullptr);
+    if (!name) fail("realpath", path);
+    std::string result = name;
+    std::free(name);
+    return result;
+}
+
 } // namespace
 
 TempTree::TempTree(const std::string& prefix) {
     const char* tmp = std::getenv("TMPDIR");
     std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/" + prefix + "-XXXXXX";
     if (!::mkdtemp(pattern.data())) fail("mkdtemp", pattern);
-    // /tmp may itself be reached through a link; tests compare against
-    // canonical names.
-    char* resolved = ::realpath(pattern.c_str(), nullptr);
-    if (!resolved) fail("realpath", pattern);
-    root_ = resolved;
-    std::free(resolved);
+    root_ = resolved(pattern);
+}
+
+TempTree::TempTree(Kept, const std::string& root) : kept_(true) {
+    fs::create_directories(root);
+    root_ = resolved(root);
 }
 
 TempTree::~TempTree() {
+    if (kept_) return;
     std::error_code ignored;
     for (const std::string& path : chmodded_)
         fs::permissions(path, fs::perms::owner_all, fs::perm_options::add | fs::perm_options::nofollow, ignored);

@@ -15,6 +15,9 @@ class TempTree {
 public:
     // The folder's name starts with `prefix`.
     explicit TempTree(const std::string& prefix = "tfsp-test");
+    // The folder `root`, made if missing, which the destructor leaves in place.
+    struct Kept {};
+    TempTree(Kept, const std::string& root);
     ~TempTree();
     TempTree(const TempTree&) = delete;
     TempTree& operator=(const TempTree&) = delete;
@@ -38,6 +41,7 @@ public:
 
 private:
     std::string root_;
+    bool kept_ = false;
     std::vector<std::string> chmodded_;
 };
 
