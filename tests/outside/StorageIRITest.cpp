@@ -7,6 +7,7 @@
 
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -56,6 +57,26 @@ TEST(StorageIRI, NameParentAndAncestry) {
     EXPECT_EQ(iri(u"/a/b/c").makePathRelativeTo(root), u"a/b/c");
     EXPECT_EQ(a.makePathRelativeTo(a), u"");
     EXPECT_THROW(iri(u"/ab/c").makePathRelativeTo(a), std::invalid_argument);
+}
+
+// Tables of IRIs are searched by these views (a package's owner, a watched
+// folder): each must carry the very path and hash of the IRI it stands for.
+TEST(StorageIRI, SelfAndAncestorsAreTheParentsWithTheirHashes) {
+    for (const ustring& path : {ustring(u"/"), ustring(u"/a"), ustring(u"/a/bc/d"), ustring(u"/x y/\\z/+p/@C/private")}) {
+        const AbsoluteIRI start = iri(path);
+        const auto chain = selfAndAncestors(start);
+        std::vector<AbsoluteIRI> expected{start};
+        while (expected.back().hasParent()) expected.push_back(expected.back().getParent());
+        ASSERT_EQ(chain.size(), expected.size()) << fl::i18n::ustring_to_utf8(path);
+        for (std::size_t i = 0; i < chain.size(); ++i) {
+            const AbsoluteIRI& level = expected[expected.size() - 1 - i];
+            EXPECT_EQ(chain[i].path, ustring_view(level.getPath()));
+            EXPECT_EQ(chain[i].hash, level.hashValue());
+            EXPECT_TRUE(AbsoluteIRIEqual{}(chain[i], level));
+            EXPECT_EQ(AbsoluteIRIHash{}(chain[i]), AbsoluteIRIHash{}(level));
+        }
+    }
+    EXPECT_FALSE(AbsoluteIRIEqual{}(GenericPathView{u"/a", genericPathHash(u"/a")}, iri(u"/b")));
 }
 
 TEST(StorageIRI, EqualSpellingsCompareAndHashEqualAndJoinBelowACanonicalFolder) {

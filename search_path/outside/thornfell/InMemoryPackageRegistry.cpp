@@ -35,14 +35,12 @@ std::shared_ptr<const std::vector<ComponentIdentifier>> InMemoryPackageRegistry:
 
 std::optional<ComponentIdentifier> InMemoryPackageRegistry::GetOwner(const CanonicalAbsoluteIRI& folder) const {
     if (byRoot_.empty()) return std::nullopt;
-    // Walking up from the folder meets the deepest root first.
-    foundation::storage::vfs::AbsoluteIRI current = folder;
-    for (;;) {
-        if (const auto found = byRoot_.find(current); found != byRoot_.end())
-            return packages_[found->second]->GetIdentifier();
-        if (!current.hasParent()) return std::nullopt;
-        current = current.getParent();
-    }
+    // Walking up from the folder meets the deepest root first. The folders
+    // above are looked up by their paths' text, without an IRI made for each.
+    const auto chain = foundation::storage::vfs::selfAndAncestors(folder);
+    for (auto level = chain.rbegin(); level != chain.rend(); ++level)
+        if (const auto found = byRoot_.find(*level); found != byRoot_.end()) return packages_[found->second]->GetIdentifier();
+    return std::nullopt;
 }
 
 ustring InMemoryPackageRegistry::GetDisplayName(const ComponentIdentifier& id) const {

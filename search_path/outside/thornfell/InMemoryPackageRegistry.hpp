@@ -79,7 +79,8 @@ private:
     std::unordered_map<ComponentIdentifier, std::size_t, OrvianComponents::ComponentIdentifierHash> byId_;
     // Packages updated to another version, by their identifier before.
     std::unordered_map<ComponentIdentifier, std::size_t, OrvianComponents::ComponentIdentifierHash> bySuccessor_;
-    std::unordered_map<foundation::storage::vfs::AbsoluteIRI, std::size_t, foundation::storage::vfs::AbsoluteIRIHash>
+    std::unordered_map<foundation::storage::vfs::AbsoluteIRI, std::size_t, foundation::storage::vfs::AbsoluteIRIHash,
+                       foundation::storage::vfs::AbsoluteIRIEqual>
         byRoot_;
 };
 

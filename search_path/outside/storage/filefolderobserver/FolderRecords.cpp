@@ -37,7 +37,7 @@ void FolderRecordTable::markChanged(const ustring& folder, FrozenInclusion inclu
     std::shared_ptr<FolderRecord> record;
     {
         Table::const_accessor entry;
-        if (!table_.find(entry, FolderPathView{path, foundation::storage::vfs::genericPathHash(path)})) return;
+        if (!table_.find(entry, foundation::storage::vfs::GenericPathView{path, foundation::storage::vfs::genericPathHash(path)})) return;
         record = entry->second.lock();
     }
     if (!record) return;

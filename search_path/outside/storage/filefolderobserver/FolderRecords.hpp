@@ -33,20 +33,14 @@ namespace storage::filefolderobserver::detail {
 // lookups compare hashes before paths (the paths of one tree share long
 // beginnings). An event names its folder by text; it is looked up as the
 // path it holds, without an IRI made of it.
-struct FolderPathView {
-    ustring_view path;
-    std::size_t hash;
-};
-
 struct FolderHashCompare {
     using Folder = foundation::storage::vfs::AbsoluteIRI;
+    using PathView = foundation::storage::vfs::GenericPathView;
     using is_transparent = void;
     static std::size_t hash(const Folder& folder) { return folder.hashValue(); }
-    static std::size_t hash(const FolderPathView& view) { return view.hash; }
+    static std::size_t hash(const PathView& view) { return view.hash; }
     static bool equal(const Folder& a, const Folder& b) { return a == b; }
-    static bool equal(const FolderPathView& a, const Folder& b) {
-        return a.hash == b.hashValue() && a.path == ustring_view(b.getPath());
-    }
+    static bool equal(const PathView& a, const Folder& b) { return foundation::storage::vfs::AbsoluteIRIEqual{}(a, b); }
 };
 
 struct FolderRecord {

@@ -62,7 +62,35 @@ std::size_t parentLength(const ustring& path) {
 
 } // namespace
 
-std::size_t genericPathHash(ustring_view path) noexcept { return boost::hash_range(path.begin(), path.end()); }
+namespace {
+
+// A path's hash is these steps over its units from zero, so the hash of any
+// folder above it is a step of the way (selfAndAncestors).
+std::size_t hashStep(std::size_t seed, char16_t unit) noexcept {
+    boost::hash_combine(seed, unit);
+    return seed;
+}
+
+} // namespace
+
+std::size_t genericPathHash(ustring_view path) noexcept {
+    std::size_t seed = 0;
+    for (const char16_t unit : path) seed = hashStep(seed, unit);
+    return seed;
+}
+
+boost::container::small_vector<GenericPathView, 16> selfAndAncestors(const AbsoluteIRI& iri) {
+    const ustring_view path = iri.getPath();
+    boost::container::small_vector<GenericPathView, 16> chain;
+    std::size_t seed = hashStep(0, path[0]);
+    chain.push_back({path.substr(0, 1), seed});  // the root
+    for (std::size_t i = 1; i < path.size(); ++i) {
+        if (path[i] == kSeparator) chain.push_back({path.substr(0, i), seed});
+        seed = hashStep(seed, path[i]);
+    }
+    if (path.size() > 1) chain.push_back({path, seed});
+    return chain;
+}
 
 std::shared_ptr<const AbsoluteIRI::Rep> AbsoluteIRI::makeRep(ustring genericPath) {
     const std::size_t hash = genericPathHash(genericPath);

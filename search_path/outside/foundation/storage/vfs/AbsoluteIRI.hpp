@@ -12,6 +12,8 @@
 // them, through Folder::getCanonicalLocation).
 #include "fl/ustring.hpp"
 
+#include <boost/container/small_vector.hpp>
+
 #include <cstddef>
 #include <memory>
 #include <stdexcept>
@@ -83,13 +85,38 @@ private:
     explicit CanonicalAbsoluteIRI(std::shared_ptr<const Rep> rep) : AbsoluteIRI(std::move(rep)) {}
 };
 
-struct AbsoluteIRIHash {
-    std::size_t operator()(const AbsoluteIRI& iri) const noexcept { return iri.hashValue(); }
+// A path in generic form with the hash an IRI of that path holds: tables of
+// IRIs look it up without an IRI made for it (see AbsoluteIRIHash).
+struct GenericPathView {
+    ustring_view path;
+    std::size_t hash;
 };
 
 // The hash of a path in generic form, as AbsoluteIRI::hashValue gives it for
 // an IRI of that path: tables keyed by a path's text can then take the hash
 // an IRI holds already.
 std::size_t genericPathHash(ustring_view path) noexcept;
+
+// The root, each folder on the way down, and the IRI itself, each with its
+// hash, in one pass over the path: a path's hash goes on from its parent's.
+// The views point into the IRI's path.
+boost::container::small_vector<GenericPathView, 16> selfAndAncestors(const AbsoluteIRI& iri);
+
+// Transparent: an unordered container of IRIs with both of these is also
+// searched by a GenericPathView.
+struct AbsoluteIRIHash {
+    using is_transparent = void;
+    std::size_t operator()(const AbsoluteIRI& iri) const noexcept { return iri.hashValue(); }
+    std::size_t operator()(const GenericPathView& view) const noexcept { return view.hash; }
+};
+
+struct AbsoluteIRIEqual {
+    using is_transparent = void;
+    bool operator()(const AbsoluteIRI& a, const AbsoluteIRI& b) const noexcept { return a == b; }
+    bool operator()(const GenericPathView& a, const AbsoluteIRI& b) const noexcept {
+        return a.hash == b.hashValue() && a.path == ustring_view(b.getPath());
+    }
+    bool operator()(const AbsoluteIRI& a, const GenericPathView& b) const noexcept { return (*this)(b, a); }
+};
 
 } // namespace foundation::storage::vfs
