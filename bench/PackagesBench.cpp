@@ -146,6 +146,6 @@ void BM_InstallOnePackage(benchmark::State& state) {
     state.counters["path_folders"] = static_cast<double>(manager.GetPathFolders()->size());
     state.counters["messages"] = static_cast<double>(messages);
 }
-BENCHMARK(BM_InstallOnePackage)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+BENCHMARK(BM_InstallOnePackage)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(20);
 
 } // namespace

@@ -176,4 +176,29 @@ TEST_F(PackageRegistryTest, InstallWorksOutTheChangesAndPublishesThemInOrder) {
     EXPECT_TRUE(changes->GetAdded().empty() && changes->GetRemoved().empty() && changes->GetChanged(3).empty());
 }
 
+// Properties count as a set of names, each with the value it is first given.
+TEST_F(PackageRegistryTest, APackageChangesWithItsPropertiesNotWithTheirOrder) {
+    const auto id = component(1);
+    auto& registrar = GetPackageRegistrarForUpdate();
+    std::shared_ptr<const PackageRegistryChanges> changes;
+    auto connection = foundation::msg_svc::eventmgr::getEngineEventMgr()->subscribe(
+        foundation::msg_svc::eventmgr::mangleEvent("Thornfell::PackageRegistry::PackageRegistryHasBeenChanged", "Level1"),
+        [&](const foundation::msg_svc::eventmgr::BaseEvent& e) {
+            changes = dynamic_cast<const PackageRegistryHasBeenChanged&>(e).GetChanges();
+        });
+    const auto changedBy = [&](std::vector<std::pair<std::string, PropertyValue>> properties) {
+        auto description = package(id, u"/p/a");
+        description.properties = std::move(properties);
+        registrar.Install(PackageRegistryBuilder().Add(description).Build());
+        return changes->GetChanged(3) == std::vector<ComponentIdentifier>{id};
+    };
+    changedBy({{"A", true}, {"B", std::string("x")}});
+    EXPECT_FALSE(changedBy({{"A", true}, {"B", std::string("x")}}));
+    EXPECT_FALSE(changedBy({{"B", std::string("x")}, {"A", true}}));
+    EXPECT_FALSE(changedBy({{"B", std::string("x")}, {"A", true}, {"A", false}}));
+    EXPECT_TRUE(changedBy({{"B", std::string("x")}, {"A", false}}));
+    EXPECT_TRUE(changedBy({{"B", std::string("x")}, {"A", false}, {"C", std::int64_t{1}}}));
+    EXPECT_TRUE(changedBy({}));
+}
+
 } // namespace

@@ -12,11 +12,30 @@ namespace Thornfell::PackageRegistry {
 
 namespace {
 
-std::map<std::string, PropertyValue, std::less<>> propertiesOf(const IPackage& package) {
-    std::map<std::string, PropertyValue, std::less<>> properties;
-    if (const auto* inMemory = dynamic_cast<const detail::InMemoryPackage*>(&package))
-        for (const auto& [name, value] : inMemory->GetDescription().properties) properties.emplace(name, value);
-    return properties;
+using PropertyList = std::vector<std::pair<std::string, PropertyValue>>;
+
+const PropertyList& propertiesOf(const IPackage& package) {
+    static const PropertyList none;
+    const auto* inMemory = dynamic_cast<const detail::InMemoryPackage*>(&package);
+    return inMemory ? inMemory->GetDescription().properties : none;
+}
+
+// The order of a description's properties says nothing, and the first of two
+// of one name counts. Lists copied from one description, the usual case,
+// compare without a map made for each.
+bool sameProperties(const IPackage& before, const IPackage& after) {
+    const PropertyList& a = propertiesOf(before);
+    const PropertyList& b = propertiesOf(after);
+    if (a == b) return true;
+    using Map = std::map<std::string_view, const PropertyValue*>;
+    const auto mapOf = [](const PropertyList& list) {
+        Map map;
+        for (const auto& [name, value] : list) map.emplace(name, &value);
+        return map;
+    };
+    const Map x = mapOf(a), y = mapOf(b);
+    return std::equal(x.begin(), x.end(), y.begin(), y.end(),
+                      [](const auto& p, const auto& q) { return p.first == q.first && *p.second == *q.second; });
 }
 
 bool sameFolders(const std::vector<PackageFolderRecord>& a, const std::vector<PackageFolderRecord>& b) {
@@ -31,7 +50,7 @@ bool packageChanged(const IPackage& before, const IPackage& after) {
     return before.GetRoot() != after.GetRoot() || !sameFolders(*before.GetFolders(), *after.GetFolders()) ||
            before.IsManaged() != after.IsManaged() || before.IsAddedToPath() != after.IsAddedToPath() ||
            before.WantsFolderMonitoring() != after.WantsFolderMonitoring() ||
-           before.GetInstallStamp() != after.GetInstallStamp() || propertiesOf(before) != propertiesOf(after);
+           before.GetInstallStamp() != after.GetInstallStamp() || !sameProperties(before, after);
 }
 
 bool everyPackage(const IPackage&, const IPackageRegistry&) { return true; }
