@@ -3,6 +3,7 @@
 # and prints one table of the figures against their aims, then the ratios
 # measured within the same run.
 #   scripts/bench.sh [--repetitions N]     (default 3; each value is the median)
+#   TFSP_TREE_STORE=DIR scripts/bench.sh   (keeps the generated trees in DIR)
 #
 # A figure is one line of FIGURES below:
 #   kind | figure | value | unit | aim
@@ -47,8 +48,9 @@ FIGURES=(
 BENCH_DIR="$ROOT/build/release/bench"
 OUT="$(mktemp -d)"
 trap 'rm -rf "$OUT"' EXIT
-# Programs that ask for a tree of the same options share one, written once.
-export TFSP_TREE_STORE="$OUT/trees"
+# Programs that ask for a tree of the same options share one, written once;
+# a store the caller names is kept, so that later runs skip the writing.
+export TFSP_TREE_STORE="${TFSP_TREE_STORE:-$OUT/trees}"
 
 # The programs named by the figures, each run once, with only the benchmarks
 # that the figures read.
