@@ -165,8 +165,8 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
 // at `end`.
 template <class StemAt>
 void PrefetchStemsAhead(std::size_t index, std::size_t end, const StemAt& stemAt) {
-    if (index + kStemPrefetchDistance < end) __builtin_prefetch(stemAt(index + kStemPrefetchDistance));
-    if (index + kStemPrefetchDistance / 2 < end) __builtin_prefetch(stemAt(index + kStemPrefetchDistance / 2)->data());
+    if (index + kStemPrefetchDistance < end) PrefetchLine(stemAt(index + kStemPrefetchDistance));
+    if (index + kStemPrefetchDistance / 2 < end) PrefetchLine(stemAt(index + kStemPrefetchDistance / 2)->data());
 }
 
 // One distinct stem of one entry, on its way into the stem map.
