@@ -27,31 +27,24 @@ std::vector<std::size_t> Shuffled(std::size_t count, std::mt19937_64& random) {
     return order;
 }
 
-// Every option that shapes the tree, in one text: the name of its folder in
-// the store.
-std::string StoreKey(const GeneratedTreeOptions& options) {
-    std::string text = std::to_string(options.folders) + "|" + std::to_string(options.filesPerFolder) + "|" +
-                       std::to_string(options.seed) + "|" + std::to_string(options.packageFraction) + "|" +
-                       std::to_string(options.classFraction) + "|" + std::to_string(options.privateFraction) + "|" +
-                       std::to_string(options.nestedNames) + "|" + std::to_string(options.uddClassFraction) + "|" +
-                       std::to_string(options.resourcesFraction);
-    for (const auto& [stem, count] : options.sharedStems) text += "|s" + stem + ":" + std::to_string(count);
-    for (const auto* list : {&options.extensions, &options.mainNames, &options.stemPool, &options.filesInEveryFolder}) {
-        text += "|";
-        for (const auto& name : *list) text += name + ",";
-    }
-    char key[32];
-    std::snprintf(key, sizeof key, "tree-%016zx", std::hash<std::string>()(text));
-    return key;
-}
-
-// The stored tree of these options: its folder, and whether a complete copy
-// of it is there (else it is to be written, over whatever a run cut short
-// left).
-std::unique_ptr<TempTree> StoredTree(const GeneratedTreeOptions& options, std::string& completeMark, bool& complete) {
+// The stored tree of these folders and files (relative to the root, one list
+// of file names per folder): its folder, named by a hash of every name, and
+// whether a complete copy of it is there (else it is to be written, over
+// whatever a run cut short left). The name follows the tree itself, so a
+// store kept across builds never serves the tree of an older generator.
+std::unique_ptr<TempTree> StoredTree(const std::vector<std::string>& folders,
+                                     const std::vector<std::vector<std::string>>& files, std::string& completeMark,
+                                     bool& complete) {
     const char* store = std::getenv("TFSP_TREE_STORE");
     if (!store || !*store) return std::make_unique<TempTree>("tfsp-trees");
-    const std::string root = std::string(store) + "/" + StoreKey(options);
+    std::string names;
+    for (std::size_t f = 0; f < folders.size(); ++f) {
+        names += folders[f] + "/\n";
+        for (const std::string& file : files[f]) names += file + "\n";
+    }
+    char key[32];
+    std::snprintf(key, sizeof key, "tree-%016zx", std::hash<std::string>()(names));
+    const std::string root = std::string(store) + "/" + key;
     completeMark = root + ".complete";
     complete = std::filesystem::exists(completeMark);
     if (!complete) std::filesystem::remove_all(root);
@@ -69,9 +62,6 @@ GeneratedTreeOptions BenchmarkTreeOptions() {
 }
 
 GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) {
-    std::string completeMark;
-    bool stored = false;
-    temp_ = StoredTree(options, completeMark, stored);
     std::mt19937_64 random(options.seed);
     const auto share = [&](double fraction) { return static_cast<std::size_t>(fraction * options.folders); };
     const bool nested = options.nestedNames > 0;
@@ -144,18 +134,22 @@ GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) {
     }
 
     std::uniform_int_distribution<std::size_t> anyExtension(0, options.extensions.empty() ? 0 : options.extensions.size() - 1);
-    // A stored tree is only named: the draws go on as they would, so that
-    // the lists come out the same.
-    const auto file = [&](const std::string& relative) {
-        if (!stored) temp_->file(relative);
-        ++fileCount_;
-    };
+    std::vector<std::vector<std::string>> files(folders.size());  // names, by folder
+    for (std::size_t f = 0; f < folders.size(); ++f) {
+        for (const std::string& stem : stems[f])
+            files[f].push_back(stem + (options.extensions.empty() ? "" : options.extensions[anyExtension(random)]));
+        files[f].insert(files[f].end(), options.filesInEveryFolder.begin(), options.filesInEveryFolder.end());
+    }
+
+    std::string completeMark;
+    bool stored = false;
+    temp_ = StoredTree(folders, files, completeMark, stored);
     for (std::size_t f = 0; f < folders.size(); ++f) {
         allFolders_.push_back(stored ? temp_->path(folders[f]) : temp_->folder(folders[f]));
         if (f < mains) mainFolders_.push_back(allFolders_.back());
-        for (const std::string& stem : stems[f])
-            file(folders[f] + "/" + stem + (options.extensions.empty() ? "" : options.extensions[anyExtension(random)]));
-        for (const std::string& name : options.filesInEveryFolder) file(folders[f] + "/" + name);
+        if (!stored)
+            for (const std::string& name : files[f]) temp_->file(folders[f] + "/" + name);
+        fileCount_ += files[f].size();
     }
     if (options.settleOnDisk) {
         const int root = ::open(temp_->root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

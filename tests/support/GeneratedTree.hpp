@@ -3,10 +3,11 @@
 // else /tmp) and removed again by the destructor: the benchmarks' trees, and
 // the reference tests' trees of every kind of folder.
 //
-// With TFSP_TREE_STORE set to a folder, a tree is made there once for its
-// options and kept, and later trees of the same options (in this process or
-// another) use it as it stands: the benchmark programs of one run then share
-// their trees, which on a slow disk take longer to write than to measure.
+// With TFSP_TREE_STORE set to a folder, a tree is made there once and kept,
+// under a hash of its folders' and files' names, and a later tree of the same
+// names (in this process or another) uses it as it stands: the benchmark
+// programs of one run then share their trees, which on a slow disk take
+// longer to write than to measure.
 //
 // `folders` folders are made in all, each holding `filesPerFolder` empty
 // files; the given shares of them are package ("+pkgN"), class ("@ClsN") and

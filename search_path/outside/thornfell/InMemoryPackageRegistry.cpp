@@ -39,7 +39,8 @@ std::optional<ComponentIdentifier> InMemoryPackageRegistry::GetOwner(const Canon
     // above are looked up by their paths' text, without an IRI made for each.
     const auto chain = foundation::storage::vfs::selfAndAncestors(folder);
     for (auto level = chain.rbegin(); level != chain.rend(); ++level)
-        if (const auto found = byRoot_.find(*level); found != byRoot_.end()) return packages_[found->second]->GetIdentifier();
+        if (const auto found = byRoot_.find(*level); found != byRoot_.end())
+            return packages_[found->second]->GetIdentifier();
     return std::nullopt;
 }
 

@@ -37,7 +37,8 @@ void FolderRecordTable::markChanged(const ustring& folder, FrozenInclusion inclu
     std::shared_ptr<FolderRecord> record;
     {
         Table::const_accessor entry;
-        if (!table_.find(entry, foundation::storage::vfs::GenericPathView{path, foundation::storage::vfs::genericPathHash(path)})) return;
+        const foundation::storage::vfs::GenericPathView view{path, foundation::storage::vfs::genericPathHash(path)};
+        if (!table_.find(entry, view)) return;
         record = entry->second.lock();
     }
     if (!record) return;
