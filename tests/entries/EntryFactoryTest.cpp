@@ -171,6 +171,7 @@ public:
         Check(folder);
         return real_.CreateObserver(folder, n);
     }
+    void Synchronize() override { real_.Synchronize(); }
     void SetRemotePathPolicy(int policy) override { real_.SetRemotePathPolicy(policy); }
     int GetRemotePathPolicy() const override { return real_.GetRemotePathPolicy(); }
     void SetChangeHandleWarning(int warning) override { real_.SetChangeHandleWarning(warning); }

@@ -673,6 +673,11 @@ void MainSearchPathManager::MarkPathEntriesOutOfDate(RefreshType type) {
 bool MainSearchPathManager::Refresh(RefreshType type) {
     if (pathChangeInProgress) return false;
     ReleaseRetiredCurrentFolderManagers();
+    // Every change made before this call is seen by this refresh: the
+    // observers hear of changes from a reader thread, which may not have
+    // got to the latest ones yet.
+    storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference())
+        .Synchronize();
     MarkPathEntriesOutOfDate(type);
     const InstalledPaths old = *paths;
     PathEntryRefresher refresher(old.mainPath->GetMainEntries(), entryFactory, folderMonitor, Registry(),

@@ -11,7 +11,8 @@
 //
 // Observers cover only their own folder: observesChildFoldersToo() is false.
 // hasChanged() may be called from any thread; once it has said true it keeps
-// saying so.
+// saying so. It answers for the changes handed over so far: Synchronize()
+// hands over all that happened before it.
 #include "foundation/core/except/Notification.hpp"
 #include "foundation/msg_svc/eventmgr/BaseEvent.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
@@ -57,6 +58,12 @@ public:
     // Warnings (a fallback to time stamps) go into `notification`.
     virtual std::unique_ptr<IFileFolderObserver> CreateObserver(foundation::storage::vfs::Folder folder,
                                                                  foundation::core::except::Notification& notification) = 0;
+    // Hands every change that the file system reported before this call to
+    // the observers, so that hasChanged() on any thread answers for all of
+    // them. Changes reach observers from a reader thread, which may lag a
+    // little; a refresh calls this first. One system call, whatever the
+    // number of folders.
+    virtual void Synchronize() = 0;
     virtual void SetRemotePathPolicy(int policy) = 0;
     virtual int GetRemotePathPolicy() const = 0;
     virtual void SetChangeHandleWarning(int warning) = 0;
