@@ -11,6 +11,8 @@
 #include "tfsearch_path/PathFunctions.hpp"
 #include "foundation/storage/vfs/Folder.hpp"
 #include "foundation/storage/vfs/StorageSystem.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
+#include "storage/filefolderobserver/ObserverTestHooks.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -103,13 +105,55 @@ void BM_SetPathFoldersWarm(benchmark::State& state) {
 }
 BENCHMARK(BM_SetPathFoldersWarm)->Unit(benchmark::kMillisecond);
 
-// Refresh(0) with no folder changed: one look at each entry's observer.
+storage::filefolderobserver::IFileFolderObserverFactory& Observers() {
+    return storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference());
+}
+
+// Refresh(0) with no folder changed: one read of the observers' event queue,
+// then one look at each entry's observer. "folder_watches" counts the
+// watches of the folders on the path, "ancestor_watches" those set only for
+// the folders above them, so that moves and deletions there are seen.
 void BM_RefreshNothingChanged(benchmark::State& state) {
     foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
     const auto host = MakeHost();
     for (auto _ : state) benchmark::DoNotOptimize(host->GetManager().Refresh(TrustObservers));
+    state.counters["folder_watches"] = static_cast<double>(storage::filefolderobserver::testhooks::WatchCountForTesting(Observers()));
+    state.counters["ancestor_watches"] =
+        static_cast<double>(storage::filefolderobserver::testhooks::AncestorWatchCountForTesting(Observers()));
 }
 BENCHMARK(BM_RefreshNothingChanged)->Unit(benchmark::kMicrosecond);
+
+// From a file's creation to the lookup that finds it: the file is made, then
+// one Refresh(0) and one lookup, the way a host's user saves a file and runs
+// it at the next prompt; then the file is removed the same way (not timed).
+// The argument is the number of folders on the path, the file going to the
+// one in the middle.
+void BM_CreationToVisible(benchmark::State& state) {
+    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    const auto count = static_cast<std::size_t>(state.range(0));
+    const auto& all = Tree().mainFolders();
+    std::vector<foundation::storage::vfs::AbsoluteIRI> folders;
+    for (std::size_t i = 0; i < count; ++i) folders.push_back(GetIRIFromString(fl::i18n::utf8_to_ustring(all[i])));
+    auto host = CreateSearchPathSession();
+    host->SetPathFolders(FolderRange(folders));
+    const std::string folder = all[count / 2];
+    static constexpr PathEntryType plainFolders[] = {Main};
+    const auto finds = [&] {
+        const detail::SearchTarget target(u"visible_new", {u".tf"});
+        return host->GetManager().GetSearchPath()->FindFirstInScope(plainFolders, target, StorageSystemRule).has_value();
+    };
+    for (auto _ : state) {
+        std::ofstream(folder + "/visible_new.tf").flush();
+        host->GetManager().Refresh(TrustObservers);
+        if (!finds()) state.SkipWithError("a refresh after the creation didn't find the file");
+        state.PauseTiming();
+        std::filesystem::remove(folder + "/visible_new.tf");
+        host->GetManager().Refresh(TrustObservers);
+        if (finds()) state.SkipWithError("a refresh after the removal still found the file");
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(BM_CreationToVisible)->Arg(1)->Arg(2000)->Unit(benchmark::kMicrosecond);
 
 // Refresh(0) after one file was added to one folder, once the observer has
 // heard of it. "budget_ms" is one listing of that folder plus one build of

@@ -58,7 +58,7 @@ TEST_F(AlterationTest, StorageFailuresThatRootCantGetRoundAreMessages) {
                                                                    tree.iri("b")};
     Manager().SetPathFolders(FolderRange(given), notification);
     EXPECT_THAT(Messages(notification),
-                ElementsAre(Message("invalidLocation", "loop"), Message("invalidLocation", tooLong)));
+                ElementsAre(Message("nameNonexistentOrNotADirectory", "loop"), Message("invalidLocation", tooLong)));
     EXPECT_THAT(MainFolders(), ElementsAre("a", "b"));
 
     // A folder that vanished after its name was made canonical.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <random>
+#include <set>
 #include <stdexcept>
 
 namespace {
@@ -45,20 +46,44 @@ TEST(FilesystemHelpers, NativeFormAndInstallPath) {
     EXPECT_EQ(get_install_path(), u"");
 }
 
-TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
+// Every byte sequence comes back as it was, and two different ones never
+// give one text: a byte that isn't part of valid UTF-8 travels as its own
+// lone surrogate, which no valid text gives.
+TEST(Utf, RoundTripsEveryByteSequenceAndEscapesEachBadByte) {
     const std::string text = "plain é € \xF0\x9D\x84\x9E end";  // U+1D11E needs a surrogate pair
     EXPECT_EQ(utf8_to_ustring(text), u"plain é € \U0001D11E end");
     EXPECT_EQ(ustring_to_utf8(utf8_to_ustring(text)), text);
 
-    const ustring bad(1, char16_t(0xFFFD));
-    EXPECT_EQ(utf8_to_ustring("a\xFF" "b"), u"a" + bad + u"b");
-    EXPECT_EQ(utf8_to_ustring("\xC0\xAF"), bad + bad);                 // overlong "/"
-    EXPECT_EQ(utf8_to_ustring("\xED\xA0\x80"), bad + bad + bad);      // an encoded surrogate
-    EXPECT_EQ(utf8_to_ustring("x\xE2\x82"), u"x" + bad + bad);         // cut short at the end
-    EXPECT_EQ(utf8_to_ustring("\xE2\x82\xC3\xA9"), bad + bad + u"é");  // a valid sequence right after
-    // Lone surrogates become replacements.
+    const auto esc = [](unsigned char byte) { return ustring(1, fl::i18n::escape_byte(byte)); };
+    const std::pair<std::string, ustring> cases[] = {
+        {"a\xFF" "b", u"a" + esc(0xFF) + u"b"},
+        {"\xC0\xAF", esc(0xC0) + esc(0xAF)},                    // overlong "/"
+        {"\xED\xA0\x80", esc(0xED) + esc(0xA0) + esc(0x80)},    // an encoded surrogate
+        {"\xED\xB2\x80", esc(0xED) + esc(0xB2) + esc(0x80)},    // the encoded form of an escape itself
+        {"x\xE2\x82", u"x" + esc(0xE2) + esc(0x82)},             // cut short at the end
+        {"\xE2\x82\xC3\xA9", esc(0xE2) + esc(0x82) + u"é"},     // a valid sequence right after
+        {"\x80", esc(0x80)},
+        {"caf\xC3\xA9\xFF.tf", u"café" + esc(0xFF) + u".tf"},
+    };
+    for (const auto& [bytes, units] : cases) {
+        EXPECT_EQ(utf8_to_ustring(bytes), units) << bytes;
+        EXPECT_EQ(ustring_to_utf8(units), bytes) << bytes;
+    }
+    // Every single byte and every pair of bytes: back as they were, and no
+    // two of them give the same text.
+    std::set<ustring> seen;
+    for (int a = 0; a < 256; ++a)
+        for (int b = -1; b < 256; ++b) {
+            std::string bytes(1, static_cast<char>(a));
+            if (b >= 0) bytes += static_cast<char>(b);
+            const ustring units = utf8_to_ustring(bytes);
+            ASSERT_EQ(ustring_to_utf8(units), bytes);
+            ASSERT_TRUE(seen.insert(units).second) << "two byte sequences gave one text";
+        }
+    // Lone surrogates that are no escape become replacements.
     EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD" "a");
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");
+    EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDD00))), "a\xEF\xBF\xBD");
 }
 
 // ASCII is widened eight bytes at a time: texts made of ASCII runs of every
@@ -67,7 +92,7 @@ TEST(Utf, RoundTripsAndReplacesEachBadUnit) {
 TEST(Utf, RunsOfAsciiOfAnyLengthConvertAroundOtherCharacters) {
     std::mt19937 random(11);
     const std::pair<std::string, ustring> others[] = {
-        {"\xC3\xA9", u"é"}, {"\xE2\x82\xAC", u"€"}, {"\xF0\x9D\x84\x9E", u"\U0001D11E"}, {"\xFF", u"\uFFFD"}};
+        {"\xC3\xA9", u"é"}, {"\xE2\x82\xAC", u"€"}, {"\xF0\x9D\x84\x9E", u"\U0001D11E"}, {"\xFF", ustring(1, fl::i18n::escape_byte(0xFF))}};
     for (int round = 0; round != 400; ++round) {
         std::string text;
         ustring expected;
@@ -89,11 +114,12 @@ TEST(Utf, RunsOfAsciiOfAnyLengthConvertAroundOtherCharacters) {
     }
 }
 
-// A strict converter refuses what a substituting one replaces, also when it
-// writes into a buffer that other texts share.
+// A strict converter refuses the bytes that a substituting one carries as
+// escapes, also when it writes into a buffer that other texts share.
 TEST(Utf, AStrictConverterRefusesBadBytes) {
     const fl::i18n::codecvt_string_to_ustring strict("UTF-8", false);
     const fl::i18n::codecvt_string_to_ustring substituting("UTF-8", true);
+    const ustring escaped = u"bad" + ustring(1, fl::i18n::escape_byte(0xFF));
     ustring room(8, u'?');
     EXPECT_EQ(strict.widen("caf\xC3\xA9", room.data()), 4u);
     EXPECT_EQ(room.substr(0, 4), u"café");
@@ -103,8 +129,14 @@ TEST(Utf, AStrictConverterRefusesBadBytes) {
     EXPECT_EQ(strict.widen("\xEF\xBF\xBD", room.data()), 1u);
     EXPECT_EQ(room[0], u'\uFFFD');
     EXPECT_EQ(substituting.widen("bad\xFF", room.data()), 4u);
-    EXPECT_EQ(room.substr(0, 4), u"bad\uFFFD");
-    EXPECT_EQ(substituting("bad\xFF"), u"bad\uFFFD");
+    EXPECT_EQ(room.substr(0, 4), escaped);
+    EXPECT_EQ(substituting("bad\xFF"), escaped);
+    // The way back: an escape is its byte; a text that doesn't come back as
+    // it was is refused by the strict converter only.
+    EXPECT_EQ(fl::i18n::codecvt_ustring_to_string("UTF-8", false)(escaped), "bad\xFF");
+    const ustring lone(1, char16_t(0xD800));
+    EXPECT_THROW(fl::i18n::codecvt_ustring_to_string("UTF-8", false)(lone), std::range_error);
+    EXPECT_EQ(fl::i18n::codecvt_ustring_to_string("UTF-8", true)(lone), "\xEF\xBF\xBD");
 }
 
 // The order of code units and the length of a common start, taken four

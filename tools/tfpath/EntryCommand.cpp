@@ -1,6 +1,7 @@
 // tfpath entry DIR: the entry of one folder as the entry factory builds it.
 #include "Commands.hpp"
 #include "EntryFormat.hpp"
+#include "JsonText.hpp"
 
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
@@ -26,7 +27,7 @@ void AddEntryCommand(CLI::App& app, const GlobalOptions& global) {
         try {
             const auto entry = GetPathEntryFactory().GetPathEntry(GetIRIFromString(AbsoluteFolderArgument(options->folder)));
             if (options->json)
-                std::cout << EntryToJson(*entry).dump(2) << "\n";
+                std::cout << JsonText(EntryToJson(*entry), 2) << "\n";
             else
                 PrintEntry(std::cout, *entry, 0);
         } catch (const foundation::storage::vfs::Exception& e) {

@@ -1,6 +1,7 @@
 #include "EntryFormat.hpp"
 
 #include "Commands.hpp"
+#include "JsonText.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
 namespace tfpath {
@@ -97,7 +98,7 @@ void PrintSearchPath(std::ostream& out, const IPath& path, bool tree, bool json)
             if (tree) item["entries"] = TreeJson(*entry);
             list.push_back(std::move(item));
         }
-        out << list.dump(2) << "\n";
+        out << JsonText(list, 2) << "\n";
         return;
     }
     out << "search path, " << mainEntries->size() << " folders:\n";

@@ -1,5 +1,6 @@
 // tfpath ls DIR: the files and folders of a folder as the storage layer lists them.
 #include "Commands.hpp"
+#include "JsonText.hpp"
 
 #include "foundation/storage/vfs/Folder.hpp"
 
@@ -31,7 +32,7 @@ void AddListCommand(CLI::App& app, const GlobalOptions& global) {
             for (const auto& file : folder.listFiles(ustring())) out["files"].push_back(ToUtf8(file.getName()));
             for (const auto& sub : folder.listFolders(ustring())) out["folders"].push_back(ToUtf8(sub.getName()));
             if (options->json) {
-                std::cout << out.dump(2) << "\n";
+                std::cout << JsonText(out, 2) << "\n";
             } else {
                 std::cout << out["folder"].get<std::string>() << "\n";
                 for (const auto& name : out["folders"]) std::cout << "  " << name.get<std::string>() << "/\n";

@@ -3,6 +3,7 @@
 #include "ChangeFormat.hpp"
 #include "Commands.hpp"
 #include "EngineSession.hpp"
+#include "JsonText.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -87,7 +88,7 @@ void AddWatchCommand(CLI::App& app, const GlobalOptions& global) {
                     nlohmann::ordered_json object{{"time", TimeOfDay()}};
                     object.update(ChangeToJson(event));
                     object.erase("stage");
-                    std::cout << object.dump() << std::endl;
+                    std::cout << JsonText(object) << std::endl;
                 } else {
                     std::cout << TimeOfDay() << "  " << DescribeDifferences(event) << std::endl;
                 }

@@ -1,6 +1,7 @@
 // tfpath which NAME DIR...: which file a name finds in the given folders.
 #include "Commands.hpp"
 #include "EntryFormat.hpp"
+#include "JsonText.hpp"
 #include "QueryOptions.hpp"
 
 #include "EngineSession.hpp"
@@ -92,7 +93,7 @@ void AddWhichCommand(CLI::App& app, const GlobalOptions& global) {
             throw CLI::RuntimeError(1);
         }
         if (options->json) {
-            std::cout << (options->all ? nlohmann::json(found) : nlohmann::json(found.front())).dump(2) << "\n";
+            std::cout << JsonText(options->all ? nlohmann::json(found) : nlohmann::json(found.front()), 2) << "\n";
         } else {
             for (const auto& path : found) std::cout << path << "\n";
         }

@@ -52,12 +52,13 @@ std::size_t widen_utf8(std::string_view utf8, char16_t* out) {
             continue;
         }
         const char* const first = it;
-        utf::code_point cp = utf::utf_traits<char>::decode(it, end);
+        const utf::code_point cp = utf::utf_traits<char>::decode(it, end);
         if (cp == utf::illegal || cp == utf::incomplete) {
-            // Skip exactly one byte of the bad sequence, so that a valid
-            // sequence right after it is still decoded.
+            // One byte of the bad sequence becomes its escape, so that a
+            // valid sequence right after it is still decoded.
             it = first + 1;
-            cp = 0xFFFD;
+            out[written++] = escape_byte(static_cast<unsigned char>(*first));
+            continue;
         }
         written = static_cast<std::size_t>(utf::utf_traits<char16_t>::encode(cp, out + written) - out);
     }
@@ -88,7 +89,11 @@ std::string ustring_to_utf8(ustring_view text) {
         const char16_t* const start = it;
         utf::code_point cp = utf::utf_traits<char16_t>::decode(it, end);
         if (cp == utf::illegal || cp == utf::incomplete) {
-            it = start + 1;  // a lone surrogate
+            it = start + 1;  // a lone surrogate: the escape of a byte, or nothing a name can hold
+            if (is_escaped_byte(*start)) {
+                out += static_cast<char>(*start - kEscapedByteBase);
+                continue;
+            }
             cp = 0xFFFD;
         }
         utf::utf_traits<char>::encode(cp, std::back_inserter(out));

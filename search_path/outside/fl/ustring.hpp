@@ -24,8 +24,18 @@ inline bool sameText(ustring_view a, ustring_view b) {
 
 namespace fl::i18n {
 
-// UTF-8 <-> UTF-16 conversions. Bytes that are not valid UTF-8 are replaced by
-// U+FFFD rather than dropped, so that a name read from disk always converts.
+// UTF-8 <-> UTF-16 conversions. A name on disk is bytes, and not every name
+// is UTF-8; such a name must still be found, reported and opened again by
+// what it was reported as, and two names must never become one. So each byte
+// that isn't part of valid UTF-8 becomes a unit no valid text produces: the
+// lone low surrogate U+DC00 + byte (U+DC80 to U+DCFF, the bytes 0x80 to 0xFF
+// being the only ones that can be invalid), and such a unit becomes the byte
+// again on the way back. Valid UTF-8 converts as always. Other lone
+// surrogates, which no name on disk gives, become U+FFFD in UTF-8.
+constexpr char16_t kEscapedByteBase = 0xDC00;
+constexpr char16_t escape_byte(unsigned char byte) { return static_cast<char16_t>(kEscapedByteBase + byte); }
+constexpr bool is_escaped_byte(char16_t unit) { return unit >= 0xDC80 && unit <= 0xDCFF; }
+
 ustring utf8_to_ustring(std::string_view utf8);
 // The same conversion into `out`, which has room for utf8.size() units (a
 // text never takes more units than bytes); gives the units written.

@@ -1,5 +1,6 @@
 #include "fl/i18n/TextConverters.hpp"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace fl::i18n {
@@ -10,12 +11,11 @@ void RequireUtf8(std::string_view encoding) {
     if (encoding != "UTF-8") throw std::invalid_argument("unsupported text encoding: " + std::string(encoding));
 }
 
-constexpr char16_t kReplacement = u'\uFFFD';
-
-// The plain conversion substitutes; a strict converter refuses what had to
-// be replaced, which shows as a text that doesn't convert back.
-bool Substituted(ustring_view text, std::string_view bytes) {
-    return text.find(kReplacement) != ustring_view::npos && ustring_to_utf8(text) != bytes;
+// The plain conversion carries a byte that isn't UTF-8 as its escape (see
+// utf8_to_ustring); a strict converter refuses such bytes. Valid UTF-8 never
+// gives a lone surrogate, so an escape in the text means one was there.
+bool HoldsEscapedBytes(ustring_view text) {
+    return std::any_of(text.begin(), text.end(), is_escaped_byte);
 }
 
 } // namespace
@@ -27,13 +27,13 @@ codecvt_string_to_ustring::codecvt_string_to_ustring(std::string_view encoding, 
 
 ustring codecvt_string_to_ustring::operator()(std::string_view bytes) const {
     ustring text = utf8_to_ustring(bytes);
-    if (!substituteInvalid_ && Substituted(text, bytes)) throw std::range_error("invalid UTF-8");
+    if (!substituteInvalid_ && HoldsEscapedBytes(text)) throw std::range_error("invalid UTF-8");
     return text;
 }
 
 std::size_t codecvt_string_to_ustring::widen(std::string_view bytes, char16_t* out) const {
     const std::size_t written = widen_utf8(bytes, out);
-    if (!substituteInvalid_ && Substituted(ustring_view(out, written), bytes)) throw std::range_error("invalid UTF-8");
+    if (!substituteInvalid_ && HoldsEscapedBytes(ustring_view(out, written))) throw std::range_error("invalid UTF-8");
     return written;
 }
 

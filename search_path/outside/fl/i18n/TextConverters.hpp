@@ -3,8 +3,10 @@
 // used for many strings (the toolbox cache converts every name it holds).
 //
 // Only "UTF-8" is known here. With `substituteInvalid`, bytes that aren't
-// UTF-8 (or unpaired surrogates, the other way) become U+FFFD, so that a
-// conversion never fails; without it they throw std::range_error.
+// UTF-8 travel as their escapes (see utf8_to_ustring), and other unpaired
+// surrogates become U+FFFD, so that a conversion never fails; without it,
+// such bytes, and a text that doesn't come back as it was, throw
+// std::range_error.
 #include "fl/ustring.hpp"
 
 #include <cstddef>

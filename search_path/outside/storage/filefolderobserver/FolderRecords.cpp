@@ -4,13 +4,10 @@
 
 namespace storage::filefolderobserver::detail {
 
-std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const foundation::storage::vfs::AbsoluteIRI& folder,
-                                                       bool* observedBefore) {
+std::shared_ptr<FolderRecord> FolderRecordTable::acquire(const foundation::storage::vfs::AbsoluteIRI& folder) {
     Table::accessor entry;
     table_.insert(entry, folder);
-    auto existing = entry->second.lock();
-    if (observedBefore) *observedBefore = existing != nullptr;
-    if (existing) return existing;
+    if (auto existing = entry->second.lock()) return existing;
     // A new entry, or one whose last observer is on its way out: that
     // observer's release() finds a live record here and leaves it alone.
     auto made = std::make_shared<FolderRecord>(entry->first);

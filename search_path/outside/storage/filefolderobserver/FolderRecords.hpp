@@ -71,10 +71,8 @@ private:
 
 class FolderRecordTable {
 public:
-    // The record of `folder`, made if nobody observes the folder yet; then
-    // `observedBefore`, if given, is false.
-    std::shared_ptr<FolderRecord> acquire(const foundation::storage::vfs::AbsoluteIRI& folder,
-                                          bool* observedBefore = nullptr);
+    // The record of `folder`, made if nobody observes the folder yet.
+    std::shared_ptr<FolderRecord> acquire(const foundation::storage::vfs::AbsoluteIRI& folder);
     // Drops the caller's share, and the table's entry if that was the last.
     void release(std::shared_ptr<FolderRecord>&& record);
     // What a FileFolderChangedEvent does: `folder` is the text of the

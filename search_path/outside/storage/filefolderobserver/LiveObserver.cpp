@@ -1,5 +1,7 @@
 #include "storage/filefolderobserver/LiveObserver.hpp"
 
+#include <sys/stat.h>
+
 namespace storage::filefolderobserver::detail {
 
 LiveObserver::LiveObserver(std::shared_ptr<FolderRecordTable> records, std::shared_ptr<FolderRecord> record,
@@ -12,6 +14,21 @@ LiveObserver::LiveObserver(std::shared_ptr<FolderRecordTable> records, std::shar
     watcher_ = &lease_->watcher();
     changesSeen_ = events_.record()->fileSystemChanges.load(std::memory_order_acquire);
     overflowsSeen_ = watcher_->overflowCount();
+    if (!added.ancestorsWatched) {
+        // The time stamps' way for what the watches can't tell: a stat at
+        // each question, for these folders only.
+        path_ = path;
+        struct stat status {};
+        if (::stat(path.c_str(), &status) == 0) identity_.emplace(status.st_dev, status.st_ino);
+        else setChangedAtStart();
+    }
+}
+
+bool LiveObserver::nameLeadsElsewhere() const {
+    if (!identity_) return false;
+    struct stat status {};
+    return ::stat(path_.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) ||
+           std::pair(status.st_dev, status.st_ino) != *identity_;
 }
 
 bool LiveObserver::hasChanged() const {
@@ -23,7 +40,7 @@ bool LiveObserver::hasChanged() const {
                   watcher_->overflowCount() != overflowsSeen_ || watcher_->stopped();
         if (!changed) unchangedAt_.remember(handled);
     }
-    changed = changed || events_.changed(true);
+    changed = changed || events_.changed(true) || nameLeadsElsewhere();
     if (changed) latched_.store(true, std::memory_order_release);
     return changed;
 }

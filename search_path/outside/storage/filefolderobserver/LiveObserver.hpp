@@ -2,7 +2,8 @@
 // An observer of a folder with an inotify watch.
 //
 // It reports a change when the reader has seen an entry of the folder added,
-// removed or renamed, or the folder itself go, since the observer was made;
+// removed or renamed, or the folder itself or one above it go or be
+// replaced, since the observer was made;
 // when the kernel's queue overflowed meanwhile; when nobody reads the queue
 // any more; or when an event names the folder. It was made with
 // `changedAtStart` when the folder already differed from the listing the
@@ -13,7 +14,11 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
+
+#include <sys/types.h>
 
 namespace storage::filefolderobserver::detail {
 
@@ -38,6 +43,10 @@ public:
     bool observesChildFoldersToo() const override { return false; }
 
 private:
+    // Whether the name no longer leads to the folder the watch was set on,
+    // for a folder some ancestor of which couldn't be watched.
+    bool nameLeadsElsewhere() const;
+
     // Every source below only grows, so a change stays a change; the flag
     // spares the later calls the look.
     mutable std::atomic<bool> latched_{false};
@@ -50,6 +59,10 @@ private:
     std::uint64_t changesSeen_ = 0;
     std::uint64_t overflowsSeen_ = 0;
     int watchError_ = 0;
+    // Where an ancestor couldn't be watched, the folder's identity as the
+    // watch began, compared with what its name leads to at each question.
+    std::string path_;
+    std::optional<std::pair<dev_t, ino_t>> identity_;
 };
 
 } // namespace storage::filefolderobserver::detail

@@ -83,22 +83,15 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
         return createRemoteObserver(folder);
 
     // Events still queued are of changes made before now: the listing shows
-    // them already, or the check below finds them. Where another observer
-    // of the folder shares its counters, they are handed over before the
-    // observer takes the counters, so that they can't mark it changed when
-    // the reader gets to them after it is made. A folder nobody observed
-    // has no such events, and saves the read.
-    bool observedBefore = false;
-    std::shared_ptr<FolderRecord> record = records_->acquire(folder.getIRI(), &observedBefore);
-    if (observedBefore) {
-        try {
-            watcher_->drainPending();
-        } catch (...) {
-            records_->release(std::move(record));
-            throw;
-        }
-    }
-    auto observer = std::make_unique<LiveObserver>(records_, std::move(record), *watcher_, path);
+    // them already, or the check below finds them. They are handed over
+    // before the observer takes its counters and joins the tree of watched
+    // names, so that they can't mark it changed when the reader gets to them
+    // after it is made: another observer of the folder shares its counters,
+    // and an event in a folder above (the folder's own creation, say) is
+    // matched by name against what is watched when it is handled. One read
+    // of the queue, which is nearly always empty.
+    watcher_->drainPending();
+    auto observer = std::make_unique<LiveObserver>(records_, records_->acquire(folder.getIRI()), *watcher_, path);
     if (const int error = observer->watchError()) {
         observer.reset();
         if (error == ENOENT || error == ENOTDIR) return std::make_unique<AlwaysChangedObserver>();
@@ -179,6 +172,10 @@ void FailWatchesForTesting(IFileFolderObserverFactory& factory, int errnoValue) 
     concrete(factory).watcher().failWatchesWith(errnoValue);
 }
 
+void FailAncestorWatchesForTesting(IFileFolderObserverFactory& factory, int errnoValue) {
+    concrete(factory).watcher().failAncestorWatchesWith(errnoValue);
+}
+
 void TreatFoldersAsRemoteForTesting(IFileFolderObserverFactory& factory, bool remote) {
     concrete(factory).treatFoldersAsRemote(remote);
 }
@@ -187,6 +184,10 @@ void SimulateOverflowForTesting(IFileFolderObserverFactory& factory) { concrete(
 
 std::size_t WatchCountForTesting(const IFileFolderObserverFactory& factory) {
     return concrete(factory).watcher().watchCount();
+}
+
+std::size_t AncestorWatchCountForTesting(const IFileFolderObserverFactory& factory) {
+    return concrete(factory).watcher().ancestorWatchCount();
 }
 
 } // namespace testhooks

@@ -39,7 +39,8 @@ namespace foundation::storage::vfs {
 class File {
 public:
     explicit File(ustring name) : name_(std::move(name)) {}
-    // The name within its folder. Bytes that are not UTF-8 come as U+FFFD.
+    // The name within its folder; bytes that are not UTF-8 come as their
+    // escapes (fl::i18n::utf8_to_ustring), and convert back to themselves.
     const ustring& getName() const { return name_; }
 
 private:

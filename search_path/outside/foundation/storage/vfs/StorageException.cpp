@@ -14,20 +14,22 @@ std::string composeMessage(const ustring& location, const std::string& detail) {
 
 // Callers tell apart only "invalid location", "permission denied", "doesn't
 // exist or isn't a folder" and "other failure", and report each of them as a
-// message about one folder. So every errno lands on one of those four: a link
-// loop, an over-long name or a name the system rejects are names that can't
-// designate a folder as written, which is what "invalid location" tells the
-// user. Anything else (I/O errors, exhausted descriptors or memory) is an
-// access failure.
+// message about one folder. So every errno lands on one of those four. A
+// link loop, like a link that no longer leads to a folder, leaves no folder
+// at that name: it is what a refresh must take as a folder that went, not as
+// one it can't read for now. An over-long name or a name the system rejects
+// can't designate a folder as written, which is what "invalid location"
+// tells the user. Anything else (I/O errors, exhausted descriptors or
+// memory) is an access failure.
 ErrorCode codeForErrno(int errnoValue) {
     switch (errnoValue) {
     case ENOENT:
     case ENOTDIR:
+    case ELOOP:
         return ErrorCode::NotFound;
     case EACCES:
     case EPERM:
         return ErrorCode::PermissionDenied;
-    case ELOOP:
     case ENAMETOOLONG:
     case EINVAL:
     case EILSEQ:
