@@ -33,8 +33,11 @@ struct WatchLease::Node {
     explicit Node(std::string_view folder) : path(folder) {}
     const std::string path;
     Node* parent = nullptr;  // the folder above; null for the root
-    // The folders below that are watched or lead to watched ones.
-    boost::container::small_vector<Node*, 2> children;
+    // The folders below that are watched or lead to watched ones, in no
+    // order; a folder's place among its parent's children, so that it
+    // leaves in one step however many folders one holds.
+    std::vector<Node*> children;
+    std::size_t place = 0;
     // One share for each lease, so a record may stand here more than once.
     // A folder nearly always has one observer: its share needs no block of
     // its own.
@@ -101,6 +104,7 @@ WatchLease::Node& InotifyWatcher::nodeLocked(std::string_view path) {
     const std::size_t slash = path.rfind('/');
     if (slash != std::string_view::npos && path != "/") {
         node.parent = &nodeLocked(slash == 0 ? std::string_view("/") : path.substr(0, slash));
+        node.place = node.parent->children.size();
         node.parent->children.push_back(&node);
     }
     return node;
@@ -164,7 +168,9 @@ void InotifyWatcher::dropUseLocked(Node* node) {
         detachLocked(*node, true);
         if (parent) {
             auto& siblings = parent->children;
-            siblings.erase(std::remove(siblings.begin(), siblings.end(), node), siblings.end());
+            siblings[node->place] = siblings.back();
+            siblings[node->place]->place = node->place;
+            siblings.pop_back();
         }
         nodes_.erase(nodes_.find(node->path));
         node = parent;
