@@ -31,6 +31,15 @@ constexpr int kStems = 10;        // files are named s0.tf .. s9.tf
 constexpr int kPathFolders = 8;
 constexpr char kNames[] = "abc";  // each folder's children, three levels deep
 
+enum Kind : int {
+    MakeFile, RemoveFile, RenameFile, MakeFolder, RemoveAny, RenameFolder, RenameAbovePath,
+    ReplaceByFile, ReplaceByLink, ReplaceByLoop, Permissions,
+};
+// How often each kind is drawn: changes of the tree's structure come less
+// often than those of files.
+constexpr double kWeights[] = {6, 4, 3, 2, 1, 2, 2, 1, 1, 1, 1};
+static_assert(std::size(kWeights) == Permissions + 1);
+
 class RefreshModelTest : public ManagerFixture {
 protected:
     RefreshModelTest() : seed(Seed()), random(seed) {
@@ -49,7 +58,8 @@ protected:
     ~RefreshModelTest() override {
         // What was made unreadable becomes removable again, wherever it went.
         for (int pass = 0; pass < 3; ++pass)
-            for (const std::string& folder : RealFolders()) fs::permissions(tree.path(folder), fs::perms::owner_all, fs::perm_options::add, ignored);
+            for (const std::string& folder : RealFolders())
+                fs::permissions(tree.path(folder), fs::perms::owner_all, fs::perm_options::add, ignored);
     }
 
     static std::uint64_t Seed() {
@@ -66,7 +76,8 @@ protected:
         std::vector<std::string> folders;
         for (const std::string& folder : universe) {
             const fs::path parent = fs::path(folder).parent_path();
-            const bool parentReal = parent.empty() || std::find(folders.begin(), folders.end(), parent.string()) != folders.end();
+            const bool parentReal =
+                parent.empty() || std::find(folders.begin(), folders.end(), parent.string()) != folders.end();
             if (parentReal && fs::symlink_status(tree.path(folder), ignored).type() == fs::file_type::directory)
                 folders.push_back(folder);
         }
@@ -113,49 +124,49 @@ protected:
     }
 
     // One change, described; nullopt when the tree offers nothing to make it on.
-    std::optional<std::string> Change(int kind) {
+    std::optional<std::string> Change(Kind kind) {
         const auto real = RealFolders();
         switch (kind) {
-        case 0: {  // a file made
+        case MakeFile: {  // a file made
             if (real.empty()) return std::nullopt;
             const std::string file = Pick(real) + "/" + AnyStem() + ".tf";
             Write(file);
             return "make " + file;
         }
-        case 1: {  // a file removed
+        case RemoveFile: {  // a file removed
             const auto files = Files();
             if (files.empty()) return std::nullopt;
             const std::string file = Pick(files);
-            fs::remove(tree.path(file), ignored);
-            return "remove " + file;
+            fs::remove(tree.path(file), refused);
+            return "remove " + file + Failed();
         }
-        case 2: {  // a file renamed, maybe into another folder, maybe over another file
+        case RenameFile: {  // a file renamed, maybe into another folder, maybe over another file
             const auto files = Files();
             if (files.empty()) return std::nullopt;
             const std::string from = Pick(files), to = Pick(real) + "/" + AnyStem() + ".tf";
-            fs::rename(tree.path(from), tree.path(to), ignored);
+            fs::rename(tree.path(from), tree.path(to), refused);
             return "rename " + from + " " + to + Failed();
         }
-        case 3: {  // a folder made, with a few files
+        case MakeFolder: {  // a folder made, with a few files
             const auto free = FreeNames(1 + Below(3));
             if (free.empty()) return std::nullopt;
             const std::string folder = Pick(free);
-            fs::create_directory(tree.path(folder), ignored);
+            fs::create_directory(tree.path(folder), refused);
             Fill(folder);
             return "mkdir " + folder + Failed();
         }
-        case 4: {  // a folder, file or link removed
+        case RemoveAny: {  // a folder, file or link removed
             const std::string name = Pick(universe);
             if (!Exists(name)) return std::nullopt;
-            fs::remove_all(tree.path(name), ignored);
+            fs::remove_all(tree.path(name), refused);
             return "rm -r " + name + Failed();
         }
-        case 5: {  // a folder renamed
+        case RenameFolder: {  // a folder renamed
             if (real.empty()) return std::nullopt;
             const std::string from = Pick(real);
             return Rename(from, false);
         }
-        case 6: {  // a folder above one on the path renamed, and the path's folder maybe made again
+        case RenameAbovePath: {  // a folder above one on the path renamed, and the path's folder maybe made again
             std::vector<std::string> above;
             for (const std::string& folder : path)
                 for (fs::path parent = fs::path(folder).parent_path(); !parent.empty(); parent = parent.parent_path())
@@ -163,14 +174,14 @@ protected:
             if (above.empty()) return std::nullopt;
             return Rename(Pick(above), true);
         }
-        case 7: {  // replaced by a file
+        case ReplaceByFile: {  // replaced by a file
             const std::string name = Pick(universe);
             if (!Exists(name)) return std::nullopt;
-            fs::remove_all(tree.path(name), ignored);
+            fs::remove_all(tree.path(name), refused);
             Write(name);
             return "replace " + name + " by a file" + Failed();
         }
-        case 8: {  // replaced by a link to another folder, not one inside it
+        case ReplaceByLink: {  // replaced by a link to another folder, not one inside it
             const std::string name = Pick(universe);
             std::vector<std::string> targets;
             for (const std::string& folder : real)
@@ -179,24 +190,25 @@ protected:
             if (targets.empty() || (!parent.empty() && std::find(real.begin(), real.end(), parent) == real.end()))
                 return std::nullopt;
             const std::string target = Pick(targets);
-            fs::remove_all(tree.path(name), ignored);
-            fs::create_symlink(tree.path(target), tree.path(name), ignored);
+            fs::remove_all(tree.path(name), refused);
+            fs::create_symlink(tree.path(target), tree.path(name), refused);
             return "replace " + name + " by a link to " + target + Failed();
         }
-        case 9: {  // replaced by a link to itself
+        case ReplaceByLoop: {  // replaced by a link to itself
             const std::string name = Pick(universe);
             if (!Exists(name)) return std::nullopt;
-            fs::remove_all(tree.path(name), ignored);
-            fs::create_symlink(fs::path(name).filename(), tree.path(name), ignored);
+            fs::remove_all(tree.path(name), refused);
+            fs::create_symlink(fs::path(name).filename(), tree.path(name), refused);
             return "replace " + name + " by a link loop" + Failed();
         }
-        case 10: {  // made unreadable, or readable again
+        case Permissions: {  // made unreadable, or readable again
             // Root reads folders of any mode, so there is nothing to see;
             // CI runs as root.
             if (!permissionsEnforced || real.empty()) return std::nullopt;
             const std::string folder = Pick(real);
-            const bool locked = (fs::status(tree.path(folder), ignored).permissions() & fs::perms::owner_read) == fs::perms::none;
-            fs::permissions(tree.path(folder), locked ? fs::perms::owner_all : fs::perms::none, ignored);
+            const fs::perms mode = fs::status(tree.path(folder), ignored).permissions();
+            const bool locked = (mode & fs::perms::owner_read) == fs::perms::none;
+            fs::permissions(tree.path(folder), locked ? fs::perms::owner_all : fs::perms::none, refused);
             return (locked ? "chmod 700 " : "chmod 0 ") + folder + Failed();
         }
         }
@@ -206,7 +218,7 @@ protected:
         const auto free = FreeNames(Depth(from), from);
         if (free.empty()) return std::nullopt;
         const std::string to = Pick(free);
-        fs::rename(tree.path(from), tree.path(to), ignored);
+        fs::rename(tree.path(from), tree.path(to), refused);
         std::string done = "mv " + from + " " + to + Failed();
         if (remakePath) {
             // `mv x/a x/old; mkdir -p x/a/b` for a path folder x/a/b
@@ -215,8 +227,8 @@ protected:
                 if (folder.starts_with(from + "/")) below.push_back(folder);
             if (!below.empty() && Below(2)) {
                 const std::string folder = Pick(below);
-                fs::create_directories(tree.path(folder), ignored);
-                if (!ignored) Fill(folder);
+                fs::create_directories(tree.path(folder), refused);
+                if (!refused) Fill(folder);
                 done += "; mkdir -p " + folder + Failed();
             }
         }
@@ -225,8 +237,8 @@ protected:
     // Said of a change the file system refused (a folder made unreadable
     // keeps some from being made); the tree is as it is, and the oracle reads it.
     std::string Failed() {
-        std::string failed = ignored ? " (failed: " + ignored.message() + ")" : "";
-        ignored.clear();
+        std::string failed = refused ? " (failed: " + refused.message() + ")" : "";
+        refused.clear();
         return failed;
     }
 
@@ -240,7 +252,6 @@ protected:
         if (error == std::errc::permission_denied) return lastSeen[folder];
         for (; !error && it != fs::directory_iterator(); it.increment(error))
             if (it->path().extension() == ".tf" && it->is_regular_file(ignored)) stems.insert(it->path().stem().string());
-        ignored.clear();
         return lastSeen[folder] = stems;
     }
     // Every lookup against the oracle; what disagrees, or "".
@@ -269,7 +280,8 @@ protected:
     std::vector<std::string> path;
     std::map<std::string, std::set<std::string>> lastSeen;
     const bool permissionsEnforced = permissionsAreEnforced();
-    std::error_code ignored;  // a change the file system refuses is part of the run
+    std::error_code ignored;  // of questions: a name that isn't there, say
+    std::error_code refused;  // of changes: one the file system refuses is part of the run
 };
 
 TEST_F(RefreshModelTest, EveryLookupAfterOneRefreshAgreesWithTheDisk) {
@@ -284,14 +296,13 @@ TEST_F(RefreshModelTest, EveryLookupAfterOneRefreshAgreesWithTheDisk) {
     path.resize(kPathFolders);
     ASSERT_TRUE(SetPath(path).empty());
 
-    // Changes of the tree's structure come less often than those of files.
-    std::discrete_distribution<int> kinds({6, 4, 3, 2, 1, 2, 2, 1, 1, 1, 1});
+    std::discrete_distribution<int> kinds(std::begin(kWeights), std::end(kWeights));
     std::vector<std::string> done;
     std::string wrong = Disagreements();
     const auto start = std::chrono::steady_clock::now();
     const auto deadline = start + std::chrono::duration<double>(Seconds());
     while (wrong.empty() && std::chrono::steady_clock::now() < deadline) {
-        const std::optional<std::string> change = Change(kinds(random));
+        const std::optional<std::string> change = Change(static_cast<Kind>(kinds(random)));
         if (!change) continue;
         done.push_back(*change);
         ASSERT_TRUE(Manager().Refresh(TrustObservers)) << *change;
