@@ -126,14 +126,15 @@ TEST_F(RefreshTest, AForcedRefreshListsEachFolderOnceCurrentFolderFirst) {
 // machine, so each run makes and removes a thousand files.
 class RefreshLoopTest : public RefreshTest {
 protected:
-    void MakeAndRemoveEach(int files) {
+    // In `folder`: "a", on the path, or "cwd", the working folder.
+    void MakeAndRemoveEach(int files, const std::string& folder = "a") {
         Cd("cwd");
         ASSERT_TRUE(SetPath({"a"}).empty());
         for (int i = 0; i < files; ++i) {
             const std::string name = "f" + std::to_string(i);
-            const std::string file = tree.file("a/" + name + ".tf");
+            const std::string file = tree.file(folder + "/" + name + ".tf");
             ASSERT_TRUE(Manager().Refresh(TrustObservers));
-            ASSERT_EQ(FoundFirst(name), "a/" + name + ".tf") << "made " << i << " of " << files;
+            ASSERT_EQ(FoundFirst(name), folder + "/" + name + ".tf") << "made " << i << " of " << files;
             ASSERT_TRUE(std::filesystem::remove(file));
             ASSERT_TRUE(Manager().Refresh(TrustObservers));
             ASSERT_EQ(FoundFirst(name), "") << "removed " << i << " of " << files;
@@ -142,6 +143,12 @@ protected:
 };
 
 TEST_F(RefreshLoopTest, AFileMadeOrRemovedJustBeforeARefreshIsNeverMissed) { MakeAndRemoveEach(1000); }
+
+// The working folder has an observer of its own, which the refresh must
+// hear out as well.
+TEST_F(RefreshLoopTest, AFileMadeOrRemovedInTheWorkingFolderJustBeforeARefreshIsNeverMissed) {
+    MakeAndRemoveEach(1000, "cwd");
+}
 
 // The reader thread that hears of changes gets a core later on a busy
 // machine, which is where a refresh that doesn't wait for it misses most.
