@@ -10,6 +10,7 @@ export LC_ALL=C  # names are bytes here, not all of them UTF-8
 TFPATH="$1"
 FILES="${2:-300}"
 SCRATCH="$(cd "$(mktemp -d)" && pwd -P)"
+trap 'rm -rf "$SCRATCH"' EXIT
 W="$SCRATCH/w"
 mkdir "$W"
 failures=0
@@ -19,10 +20,15 @@ checks=0
 # full; stdbuf gives it a line at a time. stdbuf preloads a library, which
 # AddressSanitizer would refuse as coming before its own.
 export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0"
-coproc TOOL { cd "$SCRATCH" && exec stdbuf -oL "$TFPATH" run 2>&1; }
-IN="${TOOL[1]}"
-OUT="${TOOL[0]}"
-trap 'exec {IN}>&-; wait; rm -rf "$SCRATCH"' EXIT
+# The session's input and output are named pipes that this script holds open,
+# so that they stay valid whenever the session ends.
+PIPES="$(mktemp -d)"
+trap 'rm -rf "$SCRATCH" "$PIPES"' EXIT
+mkfifo "$PIPES/in" "$PIPES/out"
+(cd "$SCRATCH" && exec stdbuf -oL "$TFPATH" run <"$PIPES/in" >"$PIPES/out" 2>&1) &
+exec {IN}>"$PIPES/in" {OUT}<"$PIPES/out"
+trap 'exec {IN}>&-; wait; rm -rf "$SCRATCH" "$PIPES"' EXIT
+trap '' PIPE  # a session that ended fails the write, not the script
 
 steps=0
 REPLY_LINES=""
@@ -32,7 +38,7 @@ REPLY_LINES=""
 step() {
   steps=$((steps + 1))
   local marker="sync$steps" line
-  printf '%s\n' "$@" "which $marker" >&"$IN"
+  printf '%s\n' "$@" "which $marker" 2>/dev/null >&"$IN"
   REPLY_LINES=""
   while IFS= read -r -t 60 line <&"$OUT"; do
     [[ "$line" == "'$marker' not found" ]] && return 0
@@ -40,7 +46,7 @@ step() {
   done
   echo "FAIL: the session ended or stalled after: $*"
   [[ -n "$REPLY_LINES" ]] && echo "  it said: $REPLY_LINES"
-  echo "$((checks - failures)) passed, $((failures + 1)) failed"
+  echo "$((checks - failures - 1)) passed, $((failures + 1)) failed"
   exit 1
 }
 expect() {  # description, expected output, commands...
