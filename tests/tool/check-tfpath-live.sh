@@ -7,7 +7,7 @@
 #   check-tfpath-live.sh PATH_TO_TFPATH [FILES]
 set -uo pipefail
 export LC_ALL=C  # names are bytes here, not all of them UTF-8
-TFPATH="$1"
+TFPATH="$(cd "$(dirname "$1")" && pwd -P)/$(basename "$1")"  # the session runs elsewhere
 FILES="${2:-300}"
 SCRATCH="$(cd "$(mktemp -d)" && pwd -P)"
 trap 'rm -rf "$SCRATCH"' EXIT
