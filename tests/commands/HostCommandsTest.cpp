@@ -48,7 +48,8 @@ TEST_F(HostCommandsTest, DumpPrintsEachEntryAndItsItemsToTheByte) {
                           "PathEntry " + Url("lib/private") + " is up-to-date\n" + Url("lib/private/hidden.tf") + "\n");
 
     tree.file("lib/later.tf");
-    ASSERT_TRUE(Eventually([&] { return Manager().GetSearchPath()->GetMainEntries()->front()->IsOutOfDate(); }));
+    SynchronizeObservers();
+    ASSERT_TRUE(Manager().GetSearchPath()->GetMainEntries()->front()->IsOutOfDate());
     EXPECT_TRUE(Dump().starts_with("PathEntry " + Url("lib") + " is out-of-date\n" + Url("lib/"))) << Dump();
 }
 

@@ -30,7 +30,8 @@ TEST_F(EntryFactoryTest, AnEntryIsSharedUntilItsFolderChanges) {
     EXPECT_EQ(factory.GetPathEntry(CanonicalAbsoluteIRI(tree.iri("f"), ustring())), before);
     // A change in a child counts for its parent, whose observer covers only itself.
     tree.file("f/resources/s.txt");
-    ASSERT_TRUE(Eventually([&] { return before->IsOutOfDate(); }));
+    SynchronizeObservers();
+    ASSERT_TRUE(before->IsOutOfDate());
     tree.file("f/b.tf");
     const auto after = factory.GetPathEntry(tree.iri("f"));
     EXPECT_NE(after, before);
@@ -89,7 +90,8 @@ TEST_F(EntryFactoryTest, FrozenCopiesShareItemsAndFreezeTheirChildren) {
     const auto frozenChild = frozen->GetPackageEntries()->front();
     tree.file("f/c.tf");
     tree.file("f/+p/d.tf");
-    ASSERT_TRUE(Eventually([&] { return live->IsOutOfDate(); }));
+    SynchronizeObservers();
+    ASSERT_TRUE(live->IsOutOfDate());
     EXPECT_FALSE(frozen->IsOutOfDate());
     EXPECT_FALSE(frozenChild->IsOutOfDate());
     // A frozen copy isn't remembered: the folder still gives a live entry.

@@ -46,7 +46,8 @@ TEST_F(CompositionTest, OffPhaseCurrentFolderAtPositionFiveStandsFirstOnceAsTheM
     // path gets an entry of its own for the folder.
     const auto ownEntry = Manager().GetSearchPath()->GetMainEntries()->front();
     tree.file("f5/y.tf");
-    ASSERT_TRUE(Eventually([&] { return ownEntry->IsOutOfDate(); }));
+    SynchronizeObservers();
+    ASSERT_TRUE(ownEntry->IsOutOfDate());
     SetPath({"f1", "f2", "f3", "f4", "f5", "f6"});
     const auto search = Manager().GetSearchPath();
     EXPECT_THAT(Folders(*search), ElementsAre("f5", "f1", "f2", "f3", "f4", "f6"));

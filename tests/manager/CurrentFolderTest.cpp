@@ -102,7 +102,8 @@ TEST_F(CurrentFolderTest, OnTheMainPathTheCurrentFolderIsTheMainPathsOwnEntry) {
     // another object than the manager's.
     const auto ownEntry = current->GetCurrentFolderPath()->GetMainEntries()->front();
     tree.file("plain/new.tf");
-    ASSERT_TRUE(Eventually([&] { return ownEntry->IsOutOfDate(); }));
+    SynchronizeObservers();
+    ASSERT_TRUE(ownEntry->IsOutOfDate());
     const auto mainEntry = GetPathEntryFactory().CreateUpdatedPathEntry(Canonical("plain"), Monitor());
     ASSERT_NE(mainEntry, ownEntry);
     const auto mainPath = GetCurrentPathFactory().CreatePath({mainEntry});

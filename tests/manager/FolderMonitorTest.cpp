@@ -78,7 +78,8 @@ TEST_F(FolderMonitorTest, AFolderFrozenByTheMonitorGetsAFrozenEntry) {
     const auto frozen = GetPathEntryFactory().CreateUpdatedPathEntry(Canonical("other"), monitor);
     EXPECT_NE(frozen, live);
     tree.file("other/new.tf");
-    ASSERT_TRUE(Eventually([&] { return live->IsOutOfDate(); }));
+    SynchronizeObservers();
+    ASSERT_TRUE(live->IsOutOfDate());
     EXPECT_FALSE(frozen->IsOutOfDate());
 }
 

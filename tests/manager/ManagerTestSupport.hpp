@@ -53,6 +53,27 @@ protected:
             names.push_back(fl::i18n::ustring_to_utf8(entry->GetIRI().makePathRelativeTo(tree.iri())));
         return names;
     }
+    // The files that a lookup of `stem` with the extension .tf finds on the
+    // search path, in path order, named relative to the tree; FoundFirst
+    // gives what FindFirstInScope finds, or "" for nothing.
+    std::vector<std::string> FoundAll(const std::string& stem, SearchScope scope = allEntryTypesScope) {
+        std::vector<std::string> files;
+        for (const FoundItem& found : Manager().GetSearchPath()->FindAllInScope(scope, Target(stem), CaseRuleOne))
+            files.push_back(Relative(found));
+        return files;
+    }
+    std::string FoundFirst(const std::string& stem, SearchScope scope = allEntryTypesScope) {
+        const auto found = Manager().GetSearchPath()->FindFirstInScope(scope, Target(stem), CaseRuleOne);
+        return found ? Relative(*found) : std::string();
+    }
+    static detail::SearchTarget Target(const std::string& stem) {
+        return detail::SearchTarget(fl::i18n::utf8_to_ustring(stem), {u".tf"});
+    }
+    std::string Relative(const FoundItem& found) const {
+        const PathItem& item = *found.GetPathItem();
+        return fl::i18n::ustring_to_utf8(item.folderIRI.makePathRelativeTo(tree.iri())) + "/" +
+               fl::i18n::ustring_to_utf8(item.FileName());
+    }
     // Folders of the tree as the messages name them.
     ustring Text(const std::string& relative) const { return GetStringFromIRI(Canonical(relative)); }
     OrvianComponents::ComponentIdentifier InstallPackage(const std::string& root, bool managed = true,

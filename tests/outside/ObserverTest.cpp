@@ -5,6 +5,7 @@
 #include "ovutil/LocalEventMgr.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "storage/filefolderobserver/ObserverTestHooks.hpp"
+#include "support/EngineFixture.hpp"
 #include "support/TempTree.hpp"
 
 #include <gtest/gtest.h>
@@ -16,9 +17,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
-#include <functional>
+#include <ctime>
 #include <system_error>
 #include <thread>
 
@@ -29,16 +29,7 @@ using foundation::core::except::Notification;
 using foundation::storage::vfs::Folder;
 using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
 using Observer = std::unique_ptr<IFileFolderObserver>;
-
-// inotify delivers on its own thread: wait for it, within bounds.
-bool eventually(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
+using tfsp::test::Eventually;
 
 class ObserverTest : public ::testing::Test {
 protected:
@@ -76,20 +67,11 @@ protected:
         testhooks::FailWatchesForTesting(factory(), error);
         factory().SetChangeHandleWarning(WarnNever);
     }
-    // The reader handles the queue in order: once a change made now has been
-    // seen, every change made before it has been handled too.
-    void drainWatcher() {
-        const std::string name = "sentinel" + std::to_string(sentinels++);
-        auto sentinel = live(name);
-        tree.file(name + "/seen");
-        ASSERT_TRUE(eventually([&] { return sentinel->hasChanged(); }));
-    }
     void rename(const std::string& from, const std::string& to) {
         ASSERT_EQ(std::rename(tree.path(from).c_str(), tree.path(to).c_str()), 0);
     }
 
     tfsp::test::TempTree tree;
-    int sentinels = 0;
 };
 
 TEST_F(ObserverTest, LiveObserverSeesEntriesAddedRemovedAndRenamed) {
@@ -110,9 +92,10 @@ TEST_F(ObserverTest, LiveObserverSeesEntriesAddedRemovedAndRenamed) {
     // Contents and attributes of an entry are no change of the listing.
     tree.file("quiet/data.txt", "new contents");
     tree.chmod("quiet/data.txt", 0600);
-    for (const auto* observer : {&added, &removed, &renamed, &movedOut})
-        EXPECT_TRUE(eventually([&] { return (*observer)->hasChanged(); }));
-    drainWatcher();
+    // Every change made so far is handed over: those of the listings are
+    // seen, and the quiet folder's contents and attributes were none.
+    factory().Synchronize();
+    for (const auto* observer : {&added, &removed, &renamed, &movedOut}) EXPECT_TRUE((*observer)->hasChanged());
     EXPECT_FALSE(quiet->hasChanged());
     EXPECT_TRUE(added->hasChanged()) << "a change stays a change";
 }
@@ -129,7 +112,8 @@ TEST_F(ObserverTest, ChangesBetweenListingAndObserverAreSeen) {
     EXPECT_TRUE(factory().CreateObserver(vanished, notification)->hasChanged());
     auto deleted = live("deleted");
     tree.remove("deleted");
-    EXPECT_TRUE(eventually([&] { return deleted->hasChanged(); }));
+    factory().Synchronize();
+    EXPECT_TRUE(deleted->hasChanged());
     EXPECT_TRUE(notification.empty());
 }
 
@@ -142,7 +126,8 @@ TEST_F(ObserverTest, ObserversOfOneFolderShareOneWatch) {
     second.reset();
     EXPECT_EQ(testhooks::WatchCountForTesting(factory()), 2u) << "the alias still holds the folder's watch";
     tree.file("shared/new.txt");
-    EXPECT_TRUE(eventually([&] { return byAlias->hasChanged(); }));
+    factory().Synchronize();
+    EXPECT_TRUE(byAlias->hasChanged());
     EXPECT_FALSE(other->hasChanged());
     byAlias.reset();
     other.reset();
@@ -251,7 +236,7 @@ TEST_F(ObserverTest, FailedWatchFallsBackToTimeStamps) {
     struct stat status {};
     ASSERT_EQ(::stat(tree.path("old").c_str(), &status), 0);
     // The kernel stamps by its coarse clock.
-    ASSERT_TRUE(eventually([&] {
+    ASSERT_TRUE(Eventually([&] {
         timespec now{};
         ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
         return now.tv_sec > status.st_ctim.tv_sec;
@@ -289,7 +274,8 @@ TEST_F(ObserverTest, FrozenObserverWakesOnlyOnItsDeliveredIncludeFrozenEvent) {
     auto frozenA = frozen("a"), frozenB = frozen("b");
     auto liveA = live("a");
     tree.file("a/new.txt");
-    ASSERT_TRUE(eventually([&] { return liveA->hasChanged(); }));
+    factory().Synchronize();
+    ASSERT_TRUE(liveA->hasChanged());
     EXPECT_FALSE(frozenA->hasChanged()) << "the file system doesn't reach a frozen observer";
     failWatches(ENOSPC);
     auto timedA = live("a"), timedB = live("b");
@@ -335,14 +321,13 @@ TEST_F(ObserverTest, ConcurrentHasChangedStaysTrueOnceTrue) {
         Notification ignored;
         while (!done.load()) factory().CreateObserver(churned, ignored);
     });
-    EXPECT_TRUE(eventually([&] { return running.load() == 6; }));
+    EXPECT_TRUE(Eventually([&] { return running.load() == 6; }));
     tree.file("a/new.txt");
     tree.file("b/new.txt");
     publish("a", FrozenInclusion::IncludeFrozen);
     deliver();
-    EXPECT_TRUE(eventually([&] {
-        return std::all_of(observers.begin(), observers.end(), [](const auto& o) { return o->hasChanged(); });
-    }));
+    factory().Synchronize();
+    EXPECT_TRUE(std::all_of(observers.begin(), observers.end(), [](const auto& o) { return o->hasChanged(); }));
     done = true;
     churn.join();
     for (auto& reader : readers) reader.join();

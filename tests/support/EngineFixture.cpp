@@ -1,5 +1,8 @@
 #include "support/EngineFixture.hpp"
 
+#include "foundation/storage/vfs/StorageSystem.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
+
 #include <chrono>
 #include <thread>
 
@@ -27,6 +30,11 @@ bool Eventually(const std::function<bool()>& condition, double seconds) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
+}
+
+void SynchronizeObservers() {
+    storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference())
+        .Synchronize();
 }
 
 } // namespace tfsp::test

@@ -24,7 +24,14 @@ private:
     std::optional<foundation::usm::EngineInstance::MakeCurrent> current_;
 };
 
-// Waits up to `seconds` for `condition` to hold, polling; returns whether it did.
+// Waits up to `seconds` for `condition` to hold, polling; returns whether it
+// did. For threads reaching a state, or time passing; a change on disk is
+// handed to the observers by SynchronizeObservers() instead.
 bool Eventually(const std::function<bool()>& condition, double seconds = 5.0);
+
+// Hands the observers of the process's observer factory every change the
+// file system reported so far, as a refresh does first: afterwards an
+// observer answers for every change made before the call.
+void SynchronizeObservers();
 
 } // namespace tfsp::test
