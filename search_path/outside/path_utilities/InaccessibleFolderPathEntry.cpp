@@ -24,6 +24,11 @@ bool IsFolderThere(const foundation::storage::vfs::AbsoluteIRI& iri) {
     struct stat status {};
     return ::stat(fl::i18n::ustring_to_utf8(iri.getPath()).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
+
+bool IsSymbolicLink(const foundation::storage::vfs::AbsoluteIRI& iri) {
+    struct stat status {};
+    return ::lstat(fl::i18n::ustring_to_utf8(iri.getPath()).c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
 } // namespace
 
 InaccessibleFolderPathEntry::InaccessibleFolderPathEntry(PathEntryType type,
@@ -41,8 +46,11 @@ InaccessibleFolderPathEntry::InaccessibleFolderPathEntry(PathEntryType type,
         } catch (const foundation::storage::vfs::Exception&) {
         }
     }
-    // The folder may have come back before the watch began.
-    lookEveryTime_ = !parentObserver_ || IsFolderThere(iri_);
+    // The folder may have come back before the watch began. A link that
+    // leads nowhere (or in a loop) comes back when what it leads to does,
+    // which happens anywhere but in the parent: such a name is looked at
+    // each time.
+    lookEveryTime_ = !parentObserver_ || IsFolderThere(iri_) || IsSymbolicLink(iri_);
 }
 
 InaccessibleFolderPathEntry::~InaccessibleFolderPathEntry() = default;

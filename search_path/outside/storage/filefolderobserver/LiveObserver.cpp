@@ -5,7 +5,7 @@
 namespace storage::filefolderobserver::detail {
 
 LiveObserver::LiveObserver(std::shared_ptr<FolderRecordTable> records, std::shared_ptr<FolderRecord> record,
-                           InotifyWatcher& watcher, const std::string& path)
+                           InotifyWatcher& watcher, const std::string& path, bool throughLink)
     : events_(std::move(records), std::move(record)) {
     auto added = watcher.addWatch(path, events_.record());
     watchError_ = added.error;
@@ -14,9 +14,11 @@ LiveObserver::LiveObserver(std::shared_ptr<FolderRecordTable> records, std::shar
     watcher_ = &lease_->watcher();
     changesSeen_ = events_.record()->fileSystemChanges.load(std::memory_order_acquire);
     overflowsSeen_ = watcher_->overflowCount();
-    if (!added.ancestorsWatched) {
+    if (!added.ancestorsWatched || throughLink) {
         // The time stamps' way for what the watches can't tell: a stat at
-        // each question, for these folders only.
+        // each question, for these folders only. Watches follow names
+        // without links: a link on the way, or one that a link leads to,
+        // can be changed where no watch of the folder's own chain looks.
         path_ = path;
         struct stat status {};
         if (::stat(path.c_str(), &status) == 0) identity_.emplace(status.st_dev, status.st_ino);

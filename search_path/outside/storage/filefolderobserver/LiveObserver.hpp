@@ -25,11 +25,12 @@ namespace storage::filefolderobserver::detail {
 class LiveObserver final : public IFileFolderObserver {
 public:
     // Watches the folder at `path` (a native path) for `record`, acquired
-    // from `records`. The counters are taken once the watch stands, so a
+    // from `records`; `throughLink` when the path leads there through a
+    // symbolic link. The counters are taken once the watch stands, so a
     // change the reader reports from then on is seen. Check watchError()
     // before use.
     LiveObserver(std::shared_ptr<FolderRecordTable> records, std::shared_ptr<FolderRecord> record,
-                 InotifyWatcher& watcher, const std::string& path);
+                 InotifyWatcher& watcher, const std::string& path, bool throughLink);
 
     // The errno of a watch that couldn't be set; such an observer is of no
     // use. 0 when the watch stands.
@@ -59,8 +60,9 @@ private:
     std::uint64_t changesSeen_ = 0;
     std::uint64_t overflowsSeen_ = 0;
     int watchError_ = 0;
-    // Where an ancestor couldn't be watched, the folder's identity as the
-    // watch began, compared with what its name leads to at each question.
+    // Where an ancestor couldn't be watched, or a link is on the way, the
+    // folder's identity as the watch began, compared with what its name
+    // leads to at each question.
     std::string path_;
     std::optional<std::pair<dev_t, ino_t>> identity_;
 };

@@ -91,7 +91,9 @@ std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     // matched by name against what is watched when it is handled. One read
     // of the queue, which is nearly always empty.
     watcher_->drainPending();
-    auto observer = std::make_unique<LiveObserver>(records_, records_->acquire(folder.getIRI()), *watcher_, path);
+    const auto stamp = folder.getListingStamp();
+    auto observer = std::make_unique<LiveObserver>(records_, records_->acquire(folder.getIRI()), *watcher_, path,
+                                                   stamp && stamp->throughLink);
     if (const int error = observer->watchError()) {
         observer.reset();
         if (error == ENOENT || error == ENOTDIR) return std::make_unique<AlwaysChangedObserver>();

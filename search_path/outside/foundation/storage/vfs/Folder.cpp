@@ -53,6 +53,9 @@ struct Folder::State {
     // reading, which then needn't look the name up again; -1 when there is
     // none. Whoever takes it closes it.
     std::atomic<int> openFolder{-1};
+    // Whether that descriptor was reached through a symbolic link; written
+    // before the descriptor is kept.
+    std::atomic<bool> openFolderThroughLink{false};
 
     // The resolution, the observer and a reading each want the native name:
     // it is made once. (Not with std::call_once: glibc's pthread_once ends
@@ -149,6 +152,19 @@ int openWithoutLinks(const std::string& path) {
     return static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how));
 }
 
+// The folder at `path` opened for reading; `throughLink` tells whether a
+// symbolic link (or a "..", or a kernel without openat2) was on the way,
+// which costs nothing more where none is.
+int openForReading(const std::string& path, bool& throughLink) {
+    if (const int fd = openWithoutLinks(path); fd >= 0) {
+        throughLink = false;
+        return fd;
+    }
+    const int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    throughLink = fd >= 0;
+    return fd;
+}
+
 // The name under which the kernel opened the folder at `path`: links and
 // ".." resolved in one walk of the path, where realpath walks it once for
 // each component. Empty where that doesn't tell (no /proc, or a folder no
@@ -233,8 +249,12 @@ CanonicalAbsoluteIRI Folder::getCanonicalLocation() const {
     if (readable >= 0) {
         // Only a listing not yet read wants it; a descriptor already kept
         // (another copy resolved at the same time) goes.
-        if (state_->published.load(std::memory_order_acquire)) ::close(readable);
-        else if (const int previous = state_->openFolder.exchange(readable); previous >= 0) ::close(previous);
+        if (state_->published.load(std::memory_order_acquire)) {
+            ::close(readable);
+        } else {
+            state_->openFolderThroughLink.store(!openedAsGiven);
+            if (const int previous = state_->openFolder.exchange(readable); previous >= 0) ::close(previous);
+        }
     }
     if (!openedAsGiven && resolved.empty()) {
         const std::unique_ptr<char, FreeDeleter> walked(::realpath(path.c_str(), nullptr));
@@ -294,6 +314,7 @@ const Folder::Listing& Folder::listing() const {
     // below opens the folder anew on the next call.
     state_->readingBegun.store(true);
     int opened = state_->openFolder.exchange(-1);
+    bool throughLink = state_->openFolderThroughLink.load();
     // The stamp taken with that descriptor, if any, is the reading's.
     std::optional<ListingStamp> openStamp;
     {
@@ -302,7 +323,7 @@ const Folder::Listing& Folder::listing() const {
     }
     if (opened < 0) {
         openStamp.reset();
-        opened = ::open(getNativePath().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        opened = openForReading(getNativePath(), throughLink);
     }
     const FdCloser dir{opened};
     if (dir.fd < 0) throw Exception::fromErrno(errno, iri_.getPath(), "opendir");
@@ -316,6 +337,7 @@ const Folder::Listing& Folder::listing() const {
     // moves them, which lets an observer made later tell cheaply whether the
     // listing may be stale.
     listing->stamp = openStamp ? openStamp : takeStamp(dirFd);
+    if (listing->stamp && !openStamp) listing->stamp->throughLink = throughLink;
     alignas(dirent64) char buffer[32 * 1024];
     // A reading's file names, widened one after another, before they join
     // the text in one piece: a name takes no more units than its bytes, and
@@ -374,15 +396,18 @@ bool Folder::openForListing() const {
         if (state_->openStamp) return true;
     }
     int fd = state_->openFolder.exchange(-1);
-    if (fd < 0) fd = ::open(getNativePath().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    bool throughLink = state_->openFolderThroughLink.load();
+    if (fd < 0) fd = openForReading(getNativePath(), throughLink);
     if (fd < 0) return false;
     std::optional<ListingStamp> stamp = takeStamp(fd);
+    if (stamp) stamp->throughLink = throughLink;
     {
         std::lock_guard lock(state_->canonicalMutex);
         state_->openStamp = std::move(stamp);
     }
     // Kept for the reading; where another copy opened the folder meanwhile,
     // the reading takes that one and reads its own stamp.
+    state_->openFolderThroughLink.store(throughLink);
     if (const int other = state_->openFolder.exchange(fd); other >= 0) ::close(other);
     return true;
 }

@@ -89,6 +89,9 @@ public:
         // The mount the folder lies on, by an identifier the kernel never
         // gives to another mount while it runs; 0 where it doesn't tell.
         std::uint64_t mountId = 0;
+        // Whether the name led there through a symbolic link: then the
+        // folders above the one it leads to are not those above the name.
+        bool throughLink = false;
     };
     std::optional<ListingStamp> getListingStamp() const;
     // Opens the folder for the reading of its listing (or keeps the
