@@ -1,55 +1,26 @@
 // What an observer's own watch can't see: a folder above it renamed, deleted
 // or replaced, and changes the reader thread hasn't got to yet. After
 // Synchronize(), every observer answers for every change made before it.
-#include "foundation/storage/vfs/Folder.hpp"
-#include "foundation/usm/StateStore.hpp"
-#include "storage/filefolderobserver/FileFolderObserver.hpp"
-#include "storage/filefolderobserver/ObserverTestHooks.hpp"
-#include "support/TempTree.hpp"
-
-#include <gtest/gtest.h>
+#include "ObserverTestSupport.hpp"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
 using namespace storage::filefolderobserver;
-using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
-using Observer = std::unique_ptr<IFileFolderObserver>;
+using tfsp::test::Observer;
 
-class ObserverAncestorTest : public ::testing::Test {
+class ObserverAncestorTest : public tfsp::test::ObserverFixture {
 protected:
-    void SetUp() override { ProcessStore::resetForTesting(); }
-    void TearDown() override { ProcessStore::resetForTesting(); }
-    static IFileFolderObserverFactory& factory() {
-        return GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference());
-    }
-    // A live observer of a folder listed as the entry factory lists it.
-    Observer live(const std::string& relative) {
-        tree.folder(relative);
-        foundation::storage::vfs::Folder folder(tree.iri(relative), OrvianStorageSystem::GetStorageSystemReference());
-        folder.listFiles(ustring());
-        foundation::core::except::Notification notification;
-        auto observer = factory().CreateObserver(folder, notification);
-        EXPECT_TRUE(notification.empty());
-        return observer;
-    }
     // What a refresh asks, once the queue has been handed over.
     static bool changed(const Observer& observer) {
         factory().Synchronize();
         return observer->hasChanged();
     }
-    void rename(const std::string& from, const std::string& to) {
-        ASSERT_EQ(std::rename(tree.path(from).c_str(), tree.path(to).c_str()), 0);
-    }
-
-    tfsp::test::TempTree tree;
 };
 
 // Each change is seen by the first question after it: no waiting, no second

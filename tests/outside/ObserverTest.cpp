@@ -1,14 +1,9 @@
 // The folder observers: inotify watches and their sharing, the fallback to
 // time stamps, the policies, and FileFolderChangedEvent on the local bus.
-#include "foundation/storage/vfs/Folder.hpp"
-#include "foundation/usm/StateStore.hpp"
-#include "ovutil/LocalEventMgr.hpp"
-#include "storage/filefolderobserver/FileFolderObserver.hpp"
-#include "storage/filefolderobserver/ObserverTestHooks.hpp"
-#include "support/EngineFixture.hpp"
-#include "support/TempTree.hpp"
+#include "ObserverTestSupport.hpp"
 
-#include <gtest/gtest.h>
+#include "ovutil/LocalEventMgr.hpp"
+#include "support/EngineFixture.hpp"
 
 #include <boost/make_shared.hpp>
 
@@ -27,36 +22,11 @@ namespace {
 using namespace storage::filefolderobserver;
 using foundation::core::except::Notification;
 using foundation::storage::vfs::Folder;
-using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
-using Observer = std::unique_ptr<IFileFolderObserver>;
 using tfsp::test::Eventually;
+using tfsp::test::Observer;
 
-class ObserverTest : public ::testing::Test {
+class ObserverTest : public tfsp::test::ObserverFixture {
 protected:
-    void SetUp() override { ProcessStore::resetForTesting(); }
-    void TearDown() override { ProcessStore::resetForTesting(); }
-    static IFileFolderObserverFactory& factory() {
-        return GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference());
-    }
-    Folder folder(const std::string& relative) {
-        return Folder(tree.iri(relative), OrvianStorageSystem::GetStorageSystemReference());
-    }
-    // A folder read as the entry factory reads it before it asks for an observer.
-    Folder listed(const std::string& relative) {
-        tree.folder(relative);
-        Folder made = folder(relative);
-        made.listFiles(ustring());
-        return made;
-    }
-    Observer live(const std::string& relative, Notification& notification) {
-        return factory().CreateObserver(listed(relative), notification);
-    }
-    Observer live(const std::string& relative) {
-        Notification notification;
-        auto observer = live(relative, notification);
-        EXPECT_TRUE(notification.empty());
-        return observer;
-    }
     Observer frozen(const std::string& relative) { return factory().CreateFrozenObserver(listed(relative)); }
     void publish(const std::string& relative, FrozenInclusion inclusion) {
         ovutil::eventmgr::createLocalEventMgr(boost::none)
@@ -67,11 +37,6 @@ protected:
         testhooks::FailWatchesForTesting(factory(), error);
         factory().SetChangeHandleWarning(WarnNever);
     }
-    void rename(const std::string& from, const std::string& to) {
-        ASSERT_EQ(std::rename(tree.path(from).c_str(), tree.path(to).c_str()), 0);
-    }
-
-    tfsp::test::TempTree tree;
 };
 
 TEST_F(ObserverTest, LiveObserverSeesEntriesAddedRemovedAndRenamed) {
