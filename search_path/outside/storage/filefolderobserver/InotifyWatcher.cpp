@@ -187,17 +187,18 @@ std::size_t InotifyWatcher::markLocked(const Node& node, bool below) {
 
 std::size_t InotifyWatcher::watchCount() const {
     std::lock_guard lock(mutex_);
-    return static_cast<std::size_t>(std::count_if(byWatch_.begin(), byWatch_.end(), [](const auto& watch) {
-        return std::any_of(watch.second.begin(), watch.second.end(), [](const Node* n) { return !n->records.empty(); });
-    }));
+    return observedWatchesLocked();
 }
 
 std::size_t InotifyWatcher::ancestorWatchCount() const {
-    const std::size_t all = [this] {
-        std::lock_guard lock(mutex_);
-        return byWatch_.size();
-    }();
-    return all - watchCount();
+    std::lock_guard lock(mutex_);
+    return byWatch_.size() - observedWatchesLocked();
+}
+
+std::size_t InotifyWatcher::observedWatchesLocked() const {
+    return static_cast<std::size_t>(std::count_if(byWatch_.begin(), byWatch_.end(), [](const auto& watch) {
+        return std::any_of(watch.second.begin(), watch.second.end(), [](const Node* n) { return !n->records.empty(); });
+    }));
 }
 
 void InotifyWatcher::stop() {

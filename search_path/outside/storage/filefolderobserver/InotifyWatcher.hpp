@@ -120,6 +120,7 @@ private:
     bool watchAncestorsLocked(Node& node);
     void dropUseLocked(Node* node);
     std::size_t markLocked(const Node& node, bool below);
+    std::size_t observedWatchesLocked() const;
     void readLoop();
     // Reads and handles what the queue holds; false when reading failed for
     // good. Under readMutex_, so that the events of one read are handled
