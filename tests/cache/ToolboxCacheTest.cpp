@@ -154,7 +154,8 @@ TEST_F(ToolboxCacheTest, RandomTreesWrittenLoadBackToTheSameEntries) {
                 const bool chain = round == 0 && m == 0;
                 const std::string parent = chain ? folders.back() : folders[pick(folders.size())];
                 std::string special = chain ? "+" : specials[pick(std::size(specials))];
-                if (special.size() == 1) special += randomName();
+                // Package and class names must be valid names, or the listing skips them.
+                if (special.size() == 1) special += "p" + std::to_string(pick(3)) + (pick(2) ? "_q" : "");
                 folders.push_back(install.folder(parent + "/" + special).substr(install.root().size() + 1));
             }
             for (int i = 0, files = static_cast<int>(pick(40)); i < files; ++i)
