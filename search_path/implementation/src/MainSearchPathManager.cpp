@@ -16,7 +16,6 @@
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathManagerEvents.hpp"
 #include "tfsearch_path/PathManagerExceptions.hpp"
-#include "thornfell/CurrentWorkingFolder.hpp"
 
 #include <boost/make_shared.hpp>
 #include <boost/scope_exit.hpp>
@@ -182,9 +181,6 @@ MainSearchPathManager::MainSearchPathManager(boost::shared_ptr<foundation::msg_s
             currentFolderManager->HandleModularPackageRegistryChanged();
             ReleaseRetiredCurrentFolderManagers();
         });
-    workingFolderConnection = eventManager->subscribe(
-        Thornfell::current_working_folder::CurrentWorkingFolderChangedEvent::TypeName(),
-        [this](const foundation::msg_svc::eventmgr::BaseEvent&) { ReleaseRetiredCurrentFolderManagers(); });
 }
 
 MainSearchPathManager::~MainSearchPathManager() {
@@ -195,7 +191,6 @@ MainSearchPathManager::~MainSearchPathManager() {
     }
     pathFolders.reset();
     registryConnection.disconnect();
-    workingFolderConnection.disconnect();
     pendingCurrentFolderChange.reset();
     componentsOnPath.reset();
     paths.reset();
@@ -217,14 +212,18 @@ void MainSearchPathManager::SetCurrentFolderPathManager() {
     std::unique_ptr<ICurrentFolderPathManager> replaced = std::exchange(
         currentFolderManager, currentFolderManagerFactory->CreateCurrentFolderPathManager(currentFolderPolicy));
     // A subscriber of an installation may replace the manager whose report
-    // started that installation, and whose handler is still running.
-    if (replaced && pathChangeInProgress) retiredCurrentFolderManagers.push_back(std::move(replaced));
+    // started that installation, and whose handler is still running: it is
+    // kept alive, silent, until the manager is idle again.
+    if (replaced && pathChangeInProgress) {
+        replaced->StopFollowingWorkingFolder();
+        retiredCurrentFolderManagers.push_back(std::move(replaced));
+    }
     replaced.reset();
     const ICurrentFolderPathManager* sender = currentFolderManager.get();
     currentFolderManager->ConnectCurrentFolderChangedHandler(
         [this, sender](const std::shared_ptr<const IPath>& oldPath, const std::optional<ComponentIdentifier>& oldComponent) {
-            // A retired manager still follows the working folder until it
-            // ends; what it reports is no longer the current folder.
+            // What a replaced manager reports, if it ever does, is no longer
+            // the current folder.
             if (sender != currentFolderManager.get()) return;
             HandleCurrentFolderPathChanged(oldPath, oldComponent);
         });
