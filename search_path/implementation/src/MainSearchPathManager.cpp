@@ -104,9 +104,8 @@ private:
                     fresh = old->GetUpdatedPathEntry(entryFactory, folderMonitor);
                 } catch (const foundation::storage::vfs::Exception& e) {
                     if (e.getCode() != foundation::storage::vfs::ErrorCode::NotFound) return;  // unreadable for now: the old entry stays
-                    // Still gone: the entry that keeps its place already stands.
-                    if (dynamic_cast<const InaccessibleFolderPathEntry*>(old.get())) return;
-                    // A vanished folder keeps its place.
+                    // A vanished folder keeps its place; so does one that came
+                    // back and went again since its last inaccessible entry.
                     goneFolder = true;
                     fresh = std::make_shared<InaccessibleFolderPathEntry>(old->GetPathEntryType(), old->GetIRI(),
                                                                           old->GetDescriptor());
@@ -696,7 +695,7 @@ bool MainSearchPathManager::Refresh(RefreshType type) {
     if (before.empty() && after.empty()) return true;
 
     const std::shared_ptr<const IPath> mainPath =
-        refresher.AnyOutOfDate() ? CreatePathReplacing(pathFactory, old.mainPath, refresher.TakeUpdatedEntries())
+        refresher.AnyOutOfDate() ? pathFactory.CreatePathReplacing(old.mainPath, refresher.TakeUpdatedEntries())
                                  : old.mainPath;
     std::shared_ptr<const IPath> userPath = mainPath;
     if (packagesFeaturePhase != Off) {
@@ -704,7 +703,7 @@ bool MainSearchPathManager::Refresh(RefreshType type) {
         for (const auto& entry : *old.userPath->GetMainEntries())
             if (PathEntryPointer found = mainPath->GetPathEntryFromAbsoluteIRI(entry->GetIRI()))
                 userEntries.push_back(std::move(found));
-        userPath = CreatePathReplacing(pathFactory, old.userPath, std::move(userEntries));
+        userPath = pathFactory.CreatePathReplacing(old.userPath, std::move(userEntries));
     }
     const auto [userSearchPath, searchPath] = ComposeSearchPaths(userPath, mainPath);
     const auto differences = Difference(before, after);
