@@ -55,6 +55,16 @@ std::vector<std::string> Names(const PathEntryVector& entries) {
     return names;
 }
 
+// An entry made in memory, of no folder on the disk.
+PathEntryPointer MemoryEntry(const CanonicalAbsoluteIRI& iri, PathEntryType type, PathEntryVector packages,
+                             PathItemVector items) {
+    const auto storage = OrvianStorageSystem::GetStorageSystemReference();
+    auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
+    return PathEntry::Create(iri, iri.toString(), type, std::move(packages), PathEntryVector(), PathEntryVector(),
+                             nullptr, nullptr, std::move(items), foundation::storage::vfs::PathComparator(),
+                             observers.CreateFrozenObserver(foundation::storage::vfs::Folder(iri, storage)), nullptr);
+}
+
 class ToolboxCacheTest : public EngineFixture {
 protected:
     // A new process-wide factory, as in a process that starts afresh; folders
@@ -189,8 +199,6 @@ TEST_F(ToolboxCacheTest, RandomTreesWrittenLoadBackToTheSameEntries) {
 // is written and reads back.
 TEST_F(ToolboxCacheTest, TheWriterLeavesOutWhatTheReaderWouldRefuse) {
     const CanonicalAbsoluteIRI root(tree.iri(), {});
-    const auto storage = OrvianStorageSystem::GetStorageSystemReference();
-    auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
     const auto chain = [&](std::size_t depth) {
         std::vector<ustring> names{u"m"};
         while (names.size() < depth) names.push_back(names.back() + u"/+p");
@@ -199,11 +207,7 @@ TEST_F(ToolboxCacheTest, TheWriterLeavesOutWhatTheReaderWouldRefuse) {
             const CanonicalAbsoluteIRI iri(root, names[i]);
             PathEntryVector packages;
             if (entry) packages.push_back(std::move(entry));
-            entry = PathEntry::Create(iri, iri.toString(), i == 0 ? Main : Package,
-                                      std::move(packages), PathEntryVector(), PathEntryVector(), nullptr, nullptr,
-                                      PathItemVector(), foundation::storage::vfs::PathComparator(),
-                                      observers.CreateFrozenObserver(foundation::storage::vfs::Folder(iri, storage)),
-                                      nullptr);
+            entry = MemoryEntry(iri, i == 0 ? Main : Package, std::move(packages), {});
         }
         return entry;
     };
@@ -227,6 +231,42 @@ TEST_F(ToolboxCacheTest, TheWriterLeavesOutWhatTheReaderWouldRefuse) {
     std::size_t folders = 0;
     EXPECT_NO_THROW(PathCacheReader(in, fromUtf8).ReadFolders([&](auto) { ++folders; }));
     EXPECT_EQ(folders, 1u);
+}
+
+// Only live main folders below the root are written: with none there, the
+// file is its start and end lines. A kind the format has no letter for is
+// written as U.
+TEST_F(ToolboxCacheTest, TheWriterWritesOnlyTheLiveMainFoldersBelowItsRoot) {
+    tree.file("install/toolbox/a/one.tf");
+    tree.file("install/other/b/two.tf");
+    auto& factory = FreshFactory();
+    const auto outside = factory.GetPathEntry(tree.iri("install/other/b"));  // frozen, as under the installation
+    ASSERT_EQ(factory.GetFrozenPathEntry(tree.iri("install/other/b")), outside);
+    std::ostringstream empty;
+    factory.WriteToolboxCache(empty, tree.iri("install/toolbox"));
+    const std::string twoLines = empty.str();
+    EXPECT_EQ(std::count(twoLines.begin(), twoLines.end(), '\n'), 2);
+    EXPECT_THAT(twoLines, ::testing::StartsWith("<Thornfell type=\"Path Cache File\" version=\"2.0\" date=\""));
+    EXPECT_THAT(twoLines, ::testing::EndsWith("\">\n</Thornfell>\n"));
+
+    const auto entry = factory.GetPathEntry(tree.iri("install/toolbox/a"));
+    std::ostringstream out;
+    factory.WriteToolboxCache(out, tree.iri("install/toolbox"));
+    EXPECT_EQ(out.str().substr(out.str().find('\n') + 1), " <D name=\"a\">\n  <C name=\"one.tf\"/>\n </D>\n</Thornfell>\n");
+
+    const CanonicalAbsoluteIRI root(tree.iri(), {});
+    const CanonicalAbsoluteIRI folder(root, u"m");
+    PathItemVector items;
+    for (const std::int32_t kind : {std::int32_t{KindC}, std::int32_t{KindN}, std::int32_t{KindU}, 3, 7}) {
+        auto item = std::make_shared<PathItem>(u"k" + Utf16(std::to_string(kind)), u".tf", folder);
+        item->contentKind.store(kind);
+        items.push_back(std::move(item));
+    }
+    std::ostringstream kinds;
+    WriteToolboxCacheFolder(kinds, *MemoryEntry(folder, Main, {}, std::move(items)), root,
+                            fl::i18n::codecvt_ustring_to_string("UTF-8", true), nullptr);
+    EXPECT_EQ(kinds.str(), " <D name=\"m\">\n  <C name=\"k0.tf\"/>\n  <N name=\"k1.tf\"/>\n  <U name=\"k2.tf\"/>\n"
+                           "  <U name=\"k3.tf\"/>\n  <U name=\"k7.tf\"/>\n </D>\n");
 }
 
 TEST_F(ToolboxCacheTest, TheFileIsBelievedAndItsContentKindsComeBack) {
