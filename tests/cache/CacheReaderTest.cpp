@@ -183,11 +183,12 @@ TEST(CacheReaderTest, DeepNestingNeedsNoDeepStack) {
         }
         return nullptr;
     };
-    // A reader that recursed would take more than this for a few hundred levels.
+    // A reader that recursed, at some hundreds of bytes a level, would need
+    // several times this at the limit.
     std::array<Reading*, 2> readings{&deepest, &million};
     pthread_attr_t small;
     ASSERT_EQ(pthread_attr_init(&small), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&small, 128 * 1024), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&small, 256 * 1024), 0);
     pthread_t thread;
     ASSERT_EQ(pthread_create(&thread, &small, read, &readings), 0);
     pthread_join(thread, nullptr);
