@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+
 #include <algorithm>
+#include <array>
 #include <sstream>
 #include <streambuf>
 #include <string>
@@ -121,6 +124,9 @@ TEST(CacheReaderTest, AcceptsTheWritersFormatAndFreeWhiteSpace) {
          kStart + "<D name=\"m\"><C name=\"1\"/><D name=\"m/+p\"></D><N name=\"2\"/><D name=\"m/@c\"></D><U name=\"3\"/></D>" +
              kEnd,
          "m[m/+p[] m/@c[] C:1 N:2 U:3]"},
+        {"a nested folder's last name as its IRI takes it",
+         kStart + "<D name=\"m\"><D name=\"m/private/.\"></D><D name=\"m//+p/\"></D></D>" + kEnd,
+         "m[m/private/.[] m//+p/[]]"},
         {"any date, and nothing read after the end line",
          "<Thornfell type=\"Path Cache File\" version=\"2.0\" date='whenever'>" + kEnd + "<D name=\"late\">garbage",
          ""},
@@ -146,6 +152,56 @@ TEST(CacheReaderTest, AcceptsTheWritersFormatAndFreeWhiteSpace) {
     }
     // The reader stops right after the end line.
     EXPECT_EQ(Read(cases[7].file).stoppedAt, static_cast<std::streamoff>(cases[7].file.find(kEnd) + kEnd.size() - 1));
+}
+
+// Nesting is followed without the call stack: on a thread with a small stack,
+// a file nested to the limit is read, and one nested a million levels is
+// refused at the limit.
+TEST(CacheReaderTest, DeepNestingNeedsNoDeepStack) {
+    struct Reading {
+        std::string text;
+        std::shared_ptr<PathCacheReader::FolderContents> folder;  // freed on this thread, not the small one
+        bool rejected = false;
+        std::streamoff stoppedAt = -1;
+    };
+    Reading deepest, million;
+    deepest.text = kStart + Nested(PathCacheReader::kMaxFolderDepth) + kEnd;
+    million.text = kStart;
+    for (int i = 0; i < 1000000; ++i) million.text += "<D name=\"+p\">";
+    const auto read = [](void* argument) -> void* {
+        for (Reading* reading : *static_cast<std::array<Reading*, 2>*>(argument)) {
+            std::istringstream in(reading->text);
+            fl::i18n::codecvt_string_to_ustring converter("UTF-8", true);
+            PathCacheReader reader(in, converter);
+            try {
+                reader.ReadFolders([&](std::shared_ptr<PathCacheReader::FolderContents> folder) { reading->folder = folder; });
+            } catch (const ToolboxCacheWrongFormatException&) {
+                reading->rejected = true;
+            }
+            in.clear();
+            reading->stoppedAt = in.tellg();
+        }
+        return nullptr;
+    };
+    // A reader that recursed, at some hundreds of bytes a level, would need
+    // several times this at the limit.
+    std::array<Reading*, 2> readings{&deepest, &million};
+    pthread_attr_t small;
+    ASSERT_EQ(pthread_attr_init(&small), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&small, 256 * 1024), 0);
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, &small, read, &readings), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&small);
+
+    EXPECT_FALSE(deepest.rejected);
+    std::size_t depth = 0;
+    for (const PathCacheReader::FolderContents* folder = deepest.folder.get(); folder;
+         folder = folder->subfolders.empty() ? nullptr : &folder->subfolders.front())
+        ++depth;
+    EXPECT_EQ(depth, PathCacheReader::kMaxFolderDepth);
+    EXPECT_TRUE(million.rejected);
+    EXPECT_EQ(million.stoppedAt, static_cast<std::streamoff>(kStart.size() + 13 * PathCacheReader::kMaxFolderDepth + 2));
 }
 
 // A folder's file names share one buffer: they must read back as written,
@@ -209,6 +265,14 @@ TEST(CacheReaderTest, RejectsEverythingElseAtTheFirstFault) {
         {"another closing tag in a folder", start + "<D name=\"a\"></^E>" + kEnd, ""},
         {"a fault in the last line", start + "<D name=\"a\"></D><D name=\"b\"></D></Thornfel^d>", "a[] | b[]"},
         {"a > in the date", "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=\"a>^b\">" + kEnd, ""},
+        // A nested folder is a special folder: one of a plain name (or of
+        // none, the root itself) is refused just past its name, wherever
+        // the file goes on.
+        {"a nested folder of a plain name",
+         start + "<D name=\"extra\"><D name=\"extra/sub\"^></D></D><D name=\"good\"></D>" + kEnd, ""},
+        {"a nested folder named by the root", start + "<D name=\"a\"></D><D name=\"m\"><D name=\"./\"^></D></D>" + kEnd,
+         "a[]"},
+        {"a nested folder whose last name is ..", start + "<D name=\"m\"><D name=\"m/+p/..\"^></D></D>" + kEnd, ""},
         {"nesting beyond the depth limit",
          [&] {
              std::string text = start;

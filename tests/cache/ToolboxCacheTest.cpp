@@ -1,6 +1,8 @@
 // The toolbox cache as the factory uses it: entries written from listings
 // load back the same, without a listing; a faulty file keeps what came
 // before its fault; a cache file is replaced whole or not at all.
+#include "PathEntry.hpp"
+#include "PathEntryFactory.hpp"
 #include "support/EngineFixture.hpp"
 #include "support/TempTree.hpp"
 #include "support/Text.hpp"
@@ -20,6 +22,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 namespace tfsp::test {
@@ -50,6 +53,16 @@ std::vector<std::string> Names(const PathEntryVector& entries) {
     std::vector<std::string> names;
     for (const auto& entry : entries) names.push_back(Utf8(entry->GetIRI().getName()));
     return names;
+}
+
+// An entry made in memory, of no folder on the disk.
+PathEntryPointer MemoryEntry(const CanonicalAbsoluteIRI& iri, PathEntryType type, PathEntryVector packages,
+                             PathItemVector items) {
+    const auto storage = OrvianStorageSystem::GetStorageSystemReference();
+    auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
+    return PathEntry::Create(iri, iri.toString(), type, std::move(packages), PathEntryVector(), PathEntryVector(),
+                             nullptr, nullptr, std::move(items), foundation::storage::vfs::PathComparator(),
+                             observers.CreateFrozenObserver(foundation::storage::vfs::Folder(iri, storage)), nullptr);
 }
 
 class ToolboxCacheTest : public EngineFixture {
@@ -96,11 +109,15 @@ TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListi
     const auto monitored = factory.GetPathEntry(tree.iri("elsewhere"));
     const auto quoted = factory.GetPathEntry(tree.iri("install/toolbox/quoted"));
     std::ostringstream out;
-    factory.WriteToolboxCache(out, tree.iri("install/toolbox"));
+    foundation::core::except::Notification leftOut;
+    factory.WriteToolboxCache(out, tree.iri("install/toolbox"), &leftOut);
     // Not alive or not frozen, or a name the format can't hold: not written,
     // so such a folder is listed from the disk as usual.
     EXPECT_EQ(out.str().find("elsewhere"), std::string::npos);
     EXPECT_EQ(out.str().find("quoted"), std::string::npos);
+    ASSERT_EQ(leftOut.size(), 1u);
+    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), "ORVIAN:CachePath:QuotationMarkInName");
+    EXPECT_THAT(leftOut.messages()[0].getArguments(), ElementsAre(u"quoted/say\"hi\".tf"));
     // A private folder is nested in its parent, named from the root.
     EXPECT_NE(out.str().find("\n  <D name=\"a/private\">\n   <C name=\"secret.tf\"/>\n  </D>\n"), std::string::npos);
 
@@ -116,6 +133,140 @@ TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListi
         EXPECT_EQ(Describe(*entry), listed[i]);
         EXPECT_FALSE(entry->IsOutOfDate());
     }
+}
+
+// Whatever the writer writes, the reader reads back to the same entries:
+// random trees of special folders, nested deeper than special folders
+// usually are, with names of any character a file name may hold.
+TEST_F(ToolboxCacheTest, RandomTreesWrittenLoadBackToTheSameEntries) {
+    std::mt19937 random(20261126);
+    const auto pick = [&random](std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random); };
+    const auto randomName = [&] {
+        static const std::string letters[] = {"a", "B", ".", "_", "&", "<", ">", " ", "'", "\xC3\xA9", "\xE2\x82\xAC", "1"};
+        std::string name;
+        for (std::size_t i = 0, length = 1 + pick(6); i < length; ++i) name += letters[pick(std::size(letters))];
+        return name == "." || name == ".." ? name + "x" : name;
+    };
+    for (int round = 0; round < 8; ++round) {
+        SCOPED_TRACE(round);
+        TempTree install("tfsp-cache-round");
+        ProcessStore::resetForTesting();
+        fl::filesystem::set_install_path(install.upath(""));
+        // A chain of special folders 90 levels deep (more than the reader
+        // once took) in the first round, random folders in all.
+        std::vector<std::string> mains;
+        for (int m = 0, count = 1 + static_cast<int>(pick(3)); m < count; ++m) {
+            const std::string main = "toolbox/m" + std::to_string(m);
+            mains.push_back(main);
+            std::vector<std::string> folders{main};
+            for (int f = 0, total = round == 0 && m == 0 ? 90 : static_cast<int>(pick(25)); f < total; ++f) {
+                static const char* const specials[] = {"+", "@", "private", "resources"};
+                const bool chain = round == 0 && m == 0;
+                const std::string parent = chain ? folders.back() : folders[pick(folders.size())];
+                std::string special = chain ? "+" : specials[pick(std::size(specials))];
+                // Package and class names must be valid names, or the listing skips them.
+                if (special.size() == 1) special += "p" + std::to_string(pick(3)) + (pick(2) ? "_q" : "");
+                folders.push_back(install.folder(parent + "/" + special).substr(install.root().size() + 1));
+            }
+            for (int i = 0, files = static_cast<int>(pick(40)); i < files; ++i)
+                install.file(folders[pick(folders.size())] + "/" + randomName());
+        }
+        auto& factory = GetPathEntryFactory();
+        std::vector<std::string> listed;
+        std::vector<PathEntryPointer> alive;
+        for (const auto& main : mains) {
+            alive.push_back(factory.GetPathEntry(install.iri(main)));
+            listed.push_back(Describe(*alive.back()));
+        }
+        std::ostringstream out;
+        foundation::core::except::Notification leftOut;
+        factory.WriteToolboxCache(out, install.iri("toolbox"), &leftOut);
+        EXPECT_TRUE(leftOut.empty());
+        alive.clear();
+
+        ProcessStore::resetForTesting();
+        fl::filesystem::set_install_path(install.upath(""));
+        std::istringstream in(out.str());
+        ASSERT_NO_THROW(GetPathEntryFactory().LoadToolboxCache(in, install.iri("toolbox")));
+        for (std::size_t i = 0; i < mains.size(); ++i)
+            EXPECT_EQ(Describe(*GetPathEntryFactory().GetPathEntry(install.iri(mains[i]))), listed[i]);
+        host::takeStopwatchReadings();
+    }
+}
+
+// No folder of a real path nests as deep as the reader's limit; one made in
+// memory that does is left out whole with a message, and one at the limit
+// is written and reads back.
+TEST_F(ToolboxCacheTest, TheWriterLeavesOutWhatTheReaderWouldRefuse) {
+    const CanonicalAbsoluteIRI root(tree.iri(), {});
+    const auto chain = [&](std::size_t depth) {
+        std::vector<ustring> names{u"m"};
+        while (names.size() < depth) names.push_back(names.back() + u"/+p");
+        PathEntryPointer entry;
+        for (std::size_t i = depth; i-- > 0;) {
+            const CanonicalAbsoluteIRI iri(root, names[i]);
+            PathEntryVector packages;
+            if (entry) packages.push_back(std::move(entry));
+            entry = MemoryEntry(iri, i == 0 ? Main : Package, std::move(packages), {});
+        }
+        return entry;
+    };
+    const fl::i18n::codecvt_ustring_to_string toUtf8("UTF-8", true);
+    foundation::core::except::Notification leftOut;
+    std::ostringstream tooDeep;
+    WriteToolboxCacheFolder(tooDeep, *chain(PathCacheReader::kMaxFolderDepth + 1), root, toUtf8, &leftOut);
+    EXPECT_EQ(tooDeep.str(), "");
+    ASSERT_EQ(leftOut.size(), 1u);
+    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), "ORVIAN:CachePath:FolderTooDeep");
+    ustring deepest = u"m";
+    for (std::size_t i = 1; i < PathCacheReader::kMaxFolderDepth + 1; ++i) deepest += u"/+p";
+    EXPECT_THAT(leftOut.messages()[0].getArguments(),
+                ElementsAre(deepest, Utf16(std::to_string(PathCacheReader::kMaxFolderDepth))));
+
+    std::ostringstream atTheLimit;
+    WriteToolboxCacheFolder(atTheLimit, *chain(PathCacheReader::kMaxFolderDepth), root, toUtf8, &leftOut);
+    EXPECT_EQ(leftOut.size(), 1u);
+    std::istringstream in(start + atTheLimit.str() + "</Thornfell>\n");
+    fl::i18n::codecvt_string_to_ustring fromUtf8("UTF-8", true);
+    std::size_t folders = 0;
+    EXPECT_NO_THROW(PathCacheReader(in, fromUtf8).ReadFolders([&](auto) { ++folders; }));
+    EXPECT_EQ(folders, 1u);
+}
+
+// Only live main folders below the root are written: with none there, the
+// file is its start and end lines. A kind the format has no letter for is
+// written as U.
+TEST_F(ToolboxCacheTest, TheWriterWritesOnlyTheLiveMainFoldersBelowItsRoot) {
+    tree.file("install/toolbox/a/one.tf");
+    tree.file("install/other/b/two.tf");
+    auto& factory = FreshFactory();
+    const auto outside = factory.GetPathEntry(tree.iri("install/other/b"));  // frozen, as under the installation
+    ASSERT_EQ(factory.GetFrozenPathEntry(tree.iri("install/other/b")), outside);
+    std::ostringstream empty;
+    factory.WriteToolboxCache(empty, tree.iri("install/toolbox"));
+    const std::string twoLines = empty.str();
+    EXPECT_EQ(std::count(twoLines.begin(), twoLines.end(), '\n'), 2);
+    EXPECT_THAT(twoLines, ::testing::StartsWith("<Thornfell type=\"Path Cache File\" version=\"2.0\" date=\""));
+    EXPECT_THAT(twoLines, ::testing::EndsWith("\">\n</Thornfell>\n"));
+
+    const auto entry = factory.GetPathEntry(tree.iri("install/toolbox/a"));
+    std::ostringstream out;
+    factory.WriteToolboxCache(out, tree.iri("install/toolbox"));
+    EXPECT_EQ(out.str().substr(out.str().find('\n') + 1), " <D name=\"a\">\n  <C name=\"one.tf\"/>\n </D>\n</Thornfell>\n");
+
+    const CanonicalAbsoluteIRI root(tree.iri(), {});
+    const CanonicalAbsoluteIRI folder(root, u"m");
+    PathItemVector items;
+    for (const std::int32_t kind : {std::int32_t{KindC}, std::int32_t{KindN}, std::int32_t{KindU}, 3, 7}) {
+        auto item = std::make_shared<PathItem>(u"k" + Utf16(std::to_string(kind)), u".tf", folder);
+        item->contentKind.store(kind);
+        items.push_back(std::move(item));
+    }
+    std::ostringstream kinds;
+    WriteToolboxCacheFolder(kinds, *MemoryEntry(folder, Main, {}, std::move(items)), root,
+                            fl::i18n::codecvt_ustring_to_string("UTF-8", true), nullptr);
+    EXPECT_EQ(kinds.str(), " <D name=\"m\">\n  <C name=\"k0.tf\"/>\n  <N name=\"k1.tf\"/>\n  <U name=\"k2.tf\"/>\n"
+                           "  <U name=\"k3.tf\"/>\n  <U name=\"k7.tf\"/>\n </D>\n");
 }
 
 TEST_F(ToolboxCacheTest, TheFileIsBelievedAndItsContentKindsComeBack) {
@@ -191,10 +342,17 @@ TEST_F(ToolboxCacheTest, AFaultKeepsWhatWasLoadedBeforeItAndTheFactoryUsable) {
     for (const char* name : {"a", "b", "c"}) folders += std::string(" <D name=\"") + name + "\">\n </D>\n";
     EXPECT_THROW(Load(start + folders + "</Thornfel>\n"), ToolboxCacheWrongFormatException);
     EXPECT_THAT(Names(*factory.GetToolboxEntries()), UnorderedElementsAre("a", "b", "c"));
-    // A nested folder needs a special name; the folders beside it load.
-    EXPECT_THROW(Load(start + " <D name=\"d\">\n  <D name=\"d/plain\">\n  </D>\n </D>\n <D name=\"e\">\n </D>\n</Thornfell>\n"),
-                 ToolboxCacheWrongFormatException);
-    EXPECT_THAT(Names(*factory.GetToolboxEntries()), UnorderedElementsAre("a", "b", "c", "e"));
+    // A nested folder needs a special name. The fault is named where it is,
+    // just past the name, as `cache check` names it; whether the folders
+    // after it load is not promised.
+    const std::string nested = start + " <D name=\"d\">\n  <D name=\"d/plain\">\n  </D>\n </D>\n <D name=\"e\">\n </D>\n";
+    std::string following;
+    for (int i = 0; i < 2000; ++i) following += " <D name=\"f" + std::to_string(i) + "\">\n </D>\n";
+    std::istringstream in(nested + following + "</Thornfell>\n");
+    EXPECT_THROW(factory.LoadToolboxCache(in, tree.iri("install/toolbox")), ToolboxCacheWrongFormatException);
+    in.clear();
+    EXPECT_EQ(in.tellg(), static_cast<std::streamoff>(nested.find("d/plain\"") + 8));
+    EXPECT_THAT(Names(*factory.GetToolboxEntries()), ::testing::IsSupersetOf({"a", "b", "c"}));
     // A root that isn't there fails as storage does.
     std::istringstream empty(start + "</Thornfell>\n");
     EXPECT_THROW(factory.LoadToolboxCache(empty, tree.iri("missing")), foundation::storage::vfs::Exception);
@@ -230,7 +388,7 @@ public:
     PathEntryPointer GetMonitoredPathEntry(const AbsoluteIRI&, const IFolderMonitor&) const override { return nullptr; }
     PathEntryPointer GetFrozenEntryFor(const PathEntryPointer& entry) const override { return entry; }
     void LoadToolboxCache(std::istream&, const AbsoluteIRI&) override {}
-    void WriteToolboxCache(std::ostream& out, const AbsoluteIRI&) const override {
+    void WriteToolboxCache(std::ostream& out, const AbsoluteIRI&, foundation::core::except::Notification*) const override {
         out << "<Thornfell type=\"Path Cache File\"";
         throw std::runtime_error("no space left on device");
     }

@@ -137,6 +137,18 @@ TEST_F(CachePathTest, TheRootIsTheInstallationsOrInStandaloneModeItsRuntimeToolb
     EXPECT_EQ(standalone.find("core"), std::string::npos) << standalone;
 }
 
+TEST_F(CachePathTest, AFolderTheFileCantHoldIsLeftOutWithAWarning) {
+    tree.file("install/toolbox/say\"hi\"/three.tf");
+    entries.push_back(GetPathEntryFactory().GetPathEntry(tree.iri("install/toolbox/say\"hi\"")));
+    host::takeWarnings();
+    EXPECT_EQ(Write().identifier, "");
+    EXPECT_EQ(Written("install/cache/toolbox.cache").find("say"), std::string::npos);
+    const auto warnings = host::takeWarnings();
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings[0].getIdentifier(), "ORVIAN:CachePath:QuotationMarkInName");
+    EXPECT_EQ(warnings[0].getArguments(), std::vector<ustring>{u"toolbox/say\"hi\""});
+}
+
 TEST_F(CachePathTest, ArgumentsAndAFileThatCantBeWritten) {
     EXPECT_EQ(Write(1, 0).identifier, "ORVIAN:maxlhs");
     EXPECT_EQ(Write(0, 1).identifier, "ORVIAN:maxrhs");

@@ -2,12 +2,17 @@
 // the main folder above it.
 #include "ManagerTestSupport.hpp"
 
+#include "SearchPathPublicFunctions.hpp"
 #include "tfsearch_path/PathManagerCanonicalFilePath.hpp"
+
+#include <functional>
 
 #include <thread>
 
 namespace tfsp::test {
 namespace {
+
+using ::testing::ElementsAre;
 
 class CanonicalFilePathTest : public ManagerFixture {
 protected:
@@ -50,6 +55,40 @@ TEST_F(CanonicalFilePathTest, TheRootHasNoParentAndIsAMainFolder) {
     using foundation::storage::vfs::toAbsoluteIRI;
     EXPECT_THROW(PathManagerCanonicalFilePath(toAbsoluteIRI("file", u"/")), NoParentIRIException);
     EXPECT_EQ(fl::i18n::ustring_to_utf8(PathManagerCanonicalFilePath(toAbsoluteIRI("file", u"/f.tf")).getPath()), "/f.tf");
+}
+
+// The storage failures a folder of an alteration may meet each become their
+// message; any other failure goes on. Thrown here, since most can't be made
+// on a disk a test may use (as root, no folder is unreadable).
+TEST_F(CanonicalFilePathTest, StorageFailuresBecomeMessagesAndOthersGoOn) {
+    using foundation::storage::vfs::ErrorCode;
+    using foundation::storage::vfs::Exception;
+    const CanonicalAbsoluteIRI folder = Canonical("real/main");
+    const auto reported = [&folder](const std::function<void()>& fail) {
+        foundation::core::except::Notification notification;
+        try {
+            fail();
+        } catch (...) {
+            AddStorageFailure(folder, notification);
+        }
+        return notification;
+    };
+    const std::pair<ErrorCode, const char*> known[] = {
+        {ErrorCode::InvalidLocation, "invalidLocation"},
+        {ErrorCode::PermissionDenied, "directoryPermissionDenied"},
+        {ErrorCode::NotFound, "nameNonexistentOrNotADirectory"},
+        {ErrorCode::AccessFailure, "directoryAccessFailure"},
+    };
+    for (const auto& [code, key] : known) {
+        const auto notification = reported([&] { throw Exception(code, folder.getPath(), "failed"); });
+        EXPECT_THAT(notification.messages(),
+                    ElementsAre(resource_core::BaseMsgID("ORVIAN:mpath", key, {GetStringFromIRI(folder)})));
+    }
+    EXPECT_THAT(reported([] { throw foundation::storage::vfs::UnsupportedIRISchemeException(u"http"); }).messages(),
+                ElementsAre(resource_core::BaseMsgID("ORVIAN:mpath", "invalidLocation", {GetStringFromIRI(folder)})));
+    for (const ErrorCode code : {ErrorCode::TooManyLinks, ErrorCode::NameTooLong, static_cast<ErrorCode>(42)})
+        EXPECT_THROW(reported([&] { throw Exception(code, folder.getPath(), "failed"); }), Exception);
+    EXPECT_THROW(reported([] { throw std::runtime_error("not storage"); }), std::runtime_error);
 }
 
 } // namespace

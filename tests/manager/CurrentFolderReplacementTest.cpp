@@ -49,6 +49,7 @@ public:
     }
     std::shared_ptr<CurrentFolderMemento> CreateMemento() const override { return inner->CreateMemento(); }
     void RestoreMemento(const CurrentFolderMemento& memento) override { inner->RestoreMemento(memento); }
+    void StopFollowingWorkingFolder() override { inner->StopFollowingWorkingFolder(); }
 
 private:
     std::unique_ptr<ICurrentFolderPathManager> inner;
@@ -120,6 +121,32 @@ TEST_F(CurrentFolderReplacementTest, OnAWorkingFolderChange) {
     EXPECT_EQ(log.events.size(), 0u);
     EXPECT_EQ(componentChanges, 1);
     EXPECT_THAT(Folders(*Manager().GetSearchPath()), ElementsAre("a"));
+}
+
+// Replaced during an installation that it didn't start, a manager is kept
+// alive a while, but no longer follows the working folder: a later change
+// of the folder's component is announced by nobody, since no current folder
+// is kept.
+TEST_F(CurrentFolderReplacementTest, DuringAnotherInstallation) {
+    InstallPackage("comp");
+    Cd("comp");
+    int componentChanges = 0;
+    auto connection = foundation::msg_svc::eventmgr::getEngineEventMgr()->subscribe(
+        CurrentFolderComponentHasBeenChangedEvent::TypeName(),
+        [&](const foundation::msg_svc::eventmgr::BaseEvent&) { ++componentChanges; });
+    {
+        ChangeLog dropAtStageOne([this, done = false](const PathChangeEvent& event) mutable {
+            if (done || event.GetStage() != PathChangeEvent::AfterChange) return;
+            done = true;
+            Manager().SetCurrentFolderPolicy(NoCurrentFolder);
+        });
+        SetPath({"a", "other"});
+    }
+    ChangeLog log;
+    Cd("other");
+    EXPECT_EQ(componentChanges, 0);
+    EXPECT_THAT(log.events, IsEmpty());
+    EXPECT_THAT(Folders(*Manager().GetSearchPath()), ElementsAre("a", "other"));
 }
 
 TEST_F(CurrentFolderReplacementTest, OnARegistryChange) {

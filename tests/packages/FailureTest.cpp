@@ -3,6 +3,9 @@
 
 #include <boost/make_shared.hpp>
 
+#include <functional>
+#include <new>
+#include <stdexcept>
 #include <variant>
 
 namespace tfsp::test {
@@ -39,6 +42,34 @@ TEST_F(PackagesFixture, ChangeDuringAnInstallationIsReportedNotApplied) {
     EXPECT_THAT(MainFolders(), ElementsAre("a"));
     ASSERT_EQ(received.size(), 1u);
     EXPECT_THAT(Identifiers(received[0]), ElementsAre("ORVIAN:mpath:UnableToModifyOrvianpath"));
+}
+
+// A failure of the installation itself leaves the path as it was: lack of
+// memory is reported, anything else passes unreported; the callback hears
+// the rest either way.
+TEST_F(PackagesFixture, FailureOfTheInstallationIsReportedAsLackOfMemoryOrSwallowed) {
+    tree.folders({"a", "p"});
+    struct Case {
+        std::function<void()> fail;
+        std::vector<std::string> identifiers;
+    };
+    const Case cases[] = {
+        {[] { throw std::bad_alloc(); },
+         {"ORVIAN:mpath:packageMemberFolderRemovedFromPath", "ORVIAN:legacy_two_part:nomem"}},
+        {[] { throw std::runtime_error("subscriber failed"); }, {"ORVIAN:mpath:packageMemberFolderRemovedFromPath"}},
+    };
+    for (const auto& c : cases) {
+        SetPath({"a", "p"});
+        received.clear();
+        auto connection = foundation::msg_svc::eventmgr::getEngineEventMgr()->subscribe(
+            PathChangeEvent::TypeName(), [&c](const foundation::msg_svc::eventmgr::BaseEvent&) { c.fail(); });
+        Install("p", {.name = "p", .members = {"m"}});
+        connection.disconnect();
+        EXPECT_THAT(MainFolders(), ElementsAre("a", "p"));
+        ASSERT_EQ(received.size(), 1u);
+        EXPECT_THAT(Identifiers(received[0]), ::testing::ElementsAreArray(c.identifiers));
+        Remove("p");
+    }
 }
 
 TEST_F(PackagesFixture, EmptyChangeStillCallsTheCallback) {

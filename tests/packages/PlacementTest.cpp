@@ -174,11 +174,15 @@ TEST_F(PackagesFixture, SeveralVersionsOnThePathAreReportedInPathOrder) {
     SetPath({"a"});
     Install("p1", {.name = "p"});
     Install("p2", {.name = "p", .version = "2"});
-    EXPECT_THAT(MainFolders(), ElementsAre("a", "p1", "p2"));
-    ASSERT_EQ(received.size(), 2u);
+    Install("p3", {.name = "p", .version = "3"});
+    EXPECT_THAT(MainFolders(), ElementsAre("a", "p1", "p2", "p3"));
+    ASSERT_EQ(received.size(), 3u);
     EXPECT_THAT(Identifiers(received[0]), IsEmpty());
     ASSERT_THAT(Identifiers(received[1]), ElementsAre("ORVIAN:mpath:MultiplePackageVersionsOnPath"));
     EXPECT_THAT(Arguments(received[1].messages()[0]), ElementsAre("'p@1'", "'p@2'"));
+    // The first version on the path, then all the others.
+    ASSERT_THAT(Identifiers(received[2]), ElementsAre("ORVIAN:mpath:MultiplePackageVersionsOnPath"));
+    EXPECT_THAT(Arguments(received[2].messages()[0]), ElementsAre("'p@1'", "'p@2', 'p@3'"));
 }
 
 } // namespace

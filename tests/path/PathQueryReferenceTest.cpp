@@ -100,8 +100,8 @@ protected:
         second[plain.at(1)] = other(3, {u"absent", u"FOO"});
         second[plain.at(2)] = other(4, {u"s3", u"common"});
         std::shared_ptr<const IPath> earlier = factory.CreatePath(std::move(first));
-        earlier = CreatePathReplacing(factory, earlier, std::move(second));
-        std::shared_ptr<const IPath> derived = CreatePathReplacing(factory, earlier, mains);
+        earlier = factory.CreatePathReplacing(earlier, std::move(second));
+        std::shared_ptr<const IPath> derived = factory.CreatePathReplacing(earlier, mains);
         EXPECT_TRUE(dynamic_cast<const Path&>(*earlier).SharesStemMap());
         EXPECT_TRUE(dynamic_cast<const Path&>(*derived).SharesStemMap());
         earlier.reset();

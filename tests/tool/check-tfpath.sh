@@ -93,6 +93,23 @@ expect "fault offset" "tfpath: $SCRATCH/bad.cache: not a toolbox cache file: fau
   bash -c "'$TFPATH' cache check '$SCRATCH/bad.cache' 2>&1"
 expect_status "faulty cache check" 1 "$TFPATH" cache check "$SCRATCH/bad.cache"
 expect_status "faulty cache load" 1 "$TFPATH" cache load "$SCRATCH/bad.cache" --root "$TB"
+# A nested folder of a plain name, 2,000 good folders after it: check and
+# load refuse it alike, at the same byte, just past the offending name.
+{ printf '<Thornfell type="Path Cache File" version="2.0" date="x">\n <D name="extra">\n  <D name="extra/sub">\n  </D>\n </D>\n'
+  for i in $(seq 2000); do printf ' <D name="f%d">\n  <C name="a.tf"/>\n </D>\n' "$i"; done
+  printf '</Thornfell>\n'; } >"$SCRATCH/nested.cache"
+expect "a nested plain folder is a fault for check" "tfpath: $SCRATCH/nested.cache: not a toolbox cache file: fault at byte 97" \
+  bash -c "'$TFPATH' cache check '$SCRATCH/nested.cache' 2>&1"
+expect "and for load, at the same byte" "tfpath: $SCRATCH/nested.cache: not a toolbox cache file: fault at byte 97" \
+  bash -c "'$TFPATH' cache load '$SCRATCH/nested.cache' --root '$TB' 2>&1"
+# A package 100 levels deep is written, checked and loaded whole.
+DEEP="$SCRATCH/deep"
+mkdir -p "$DEEP/top/$(printf '+p/%.0s' $(seq 100))"
+touch "$DEEP/top/$(printf '+p/%.0s' $(seq 100))bottom.tf"
+expect_status "a deep package written" 0 "$TFPATH" cache write "$SCRATCH/deep.cache" --root "$DEEP"
+expect "a deep package checked" "101 folders, 1 files" "$TFPATH" cache check "$SCRATCH/deep.cache"
+expect "a deep package loaded" "$DEEP/top/$(printf '+p/%.0s' $(seq 100))bottom.tf" \
+  "$TFPATH" cache load "$SCRATCH/deep.cache" --root "$DEEP" which "$(printf '+p/%.0s' $(seq 100))bottom" "$DEEP/top"
 mkdir "$SCRATCH/dir.cache"
 expect_status "unwritable cache file" 1 "$TFPATH" cache write "$SCRATCH/dir.cache" --root "$TB"
 

@@ -6,6 +6,7 @@
 
 #include "PathCacheReader.hpp"
 #include "fl/filesystem/Filesystem.hpp"
+#include "fl/i18n/MessageCatalog.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
@@ -67,7 +68,11 @@ void AddWriteCommand(CLI::App& cache, const GlobalOptions& global) {
         EngineSession session(std::nullopt, false);
         session.SetPathFolders(options->folders.empty() ? MainFoldersOf(options->root) : options->folders);
         try {
-            WriteCacheFile(options->file, options->root);
+            foundation::core::except::Notification leftOut;
+            WriteCacheFile(options->file, options->root, leftOut);
+            for (const auto& message : leftOut)
+                std::cout << "message " << message.getIdentifier() << ": "
+                          << fl::i18n::MessageCatalog::formatUtf8(message) << "\n";
         } catch (const UnableToSaveToolboxCacheException& e) {
             std::cerr << "tfpath: " << e.what() << "\n";
             throw CLI::RuntimeError(1);
@@ -120,8 +125,9 @@ void AddCheckCommand(CLI::App& cache) {
 
 } // namespace
 
-void WriteCacheFile(const std::string& file, const std::string& root) {
-    WriteToolboxPathCache(GetIRIFromString(AbsoluteFolderArgument(file)), ArgumentIRI(root), GetPathEntryFactory());
+void WriteCacheFile(const std::string& file, const std::string& root, foundation::core::except::Notification& leftOut) {
+    WriteToolboxPathCache(GetIRIFromString(AbsoluteFolderArgument(file)), ArgumentIRI(root), GetPathEntryFactory(),
+                          &leftOut);
 }
 
 void LoadCacheFile(const std::string& file, const std::string& root) {

@@ -3,6 +3,8 @@
 // path, load one before a lookup, check one without loading it. The
 // functions below do the work of each, so that an interactive session can
 // call them too.
+#include "foundation/core/except/Notification.hpp"
+
 #include <cstddef>
 #include <iosfwd>
 #include <optional>
@@ -11,9 +13,10 @@
 namespace tfpath {
 
 // Writes the cache of the entries alive below `root` in the process's entry
-// factory into `file`, replacing it whole. Throws
-// UnableToSaveToolboxCacheException when the file can't be written.
-void WriteCacheFile(const std::string& file, const std::string& root);
+// factory into `file`, replacing it whole; the folders left out go into
+// `leftOut`. Throws UnableToSaveToolboxCacheException when the file can't be
+// written.
+void WriteCacheFile(const std::string& file, const std::string& root, foundation::core::except::Notification& leftOut);
 
 // Loads `file` into the process's entry factory, names in it being relative
 // to `root`. Throws std::runtime_error naming the file and the byte offset

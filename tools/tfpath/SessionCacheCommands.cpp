@@ -22,7 +22,9 @@ void RunCache(ScriptSession& session, const std::vector<std::string>& words) {
     const std::string root = fl::i18n::ustring_to_utf8(session.FolderIRI(words[2]).getPath());
     try {
         if (action == "write") {
-            WriteCacheFile(words[1], root);
+            foundation::core::except::Notification leftOut;
+            WriteCacheFile(words[1], root, leftOut);
+            session.Report(leftOut);
             session.out() << "cache written: " << words[1] << "\n";
         } else {
             LoadCacheFile(words[1], root);

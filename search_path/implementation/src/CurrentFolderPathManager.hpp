@@ -27,6 +27,7 @@ public:
     std::pair<PathEntryVector, PathEntryVector> RequestRefresh(RefreshType type) override;
     std::shared_ptr<CurrentFolderMemento> CreateMemento() const override;
     void RestoreMemento(const CurrentFolderMemento& memento) override;
+    void StopFollowingWorkingFolder() override { folderChangeConnection.disconnect(); }
 
 private:
     void HandleCurrentFolderChanged(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);

@@ -68,7 +68,11 @@ void FeatureCachePath(int outputCount, qvArray_tag**, int inputCount, qvArray_ta
         root = fl::filesystem::concatenate_pathname(fl::filesystem::concatenate_pathname(root, u"rtk"), u"toolbox");
     const AbsoluteIRI rootIri = foundation::storage::vfs::toAbsoluteIRI("file", root);
     try {
-        WriteToolboxPathCache(cacheIri, rootIri, GetPathEntryFactory());
+        // A folder the file can't hold is listed from the disk instead; the
+        // user hears which, as warnings.
+        foundation::core::except::Notification leftOut;
+        WriteToolboxPathCache(cacheIri, rootIri, GetPathEntryFactory(), &leftOut);
+        for (const auto& message : leftOut) qvWarningMsgId(message);
     } catch (const UnableToSaveToolboxCacheException&) {
         RaiseMessage(resource_core::BaseMsgID("ORVIAN:CachePath", "FailedToSave",
                                               {fl::filesystem::codecvt_narrow_string_to_ustring(cacheFile)}));

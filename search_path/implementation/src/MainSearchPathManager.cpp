@@ -16,7 +16,6 @@
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathManagerEvents.hpp"
 #include "tfsearch_path/PathManagerExceptions.hpp"
-#include "thornfell/CurrentWorkingFolder.hpp"
 
 #include <boost/make_shared.hpp>
 #include <boost/scope_exit.hpp>
@@ -105,9 +104,8 @@ private:
                     fresh = old->GetUpdatedPathEntry(entryFactory, folderMonitor);
                 } catch (const foundation::storage::vfs::Exception& e) {
                     if (e.getCode() != foundation::storage::vfs::ErrorCode::NotFound) return;  // unreadable for now: the old entry stays
-                    // Still gone: the entry that keeps its place already stands.
-                    if (dynamic_cast<const InaccessibleFolderPathEntry*>(old.get())) return;
-                    // A vanished folder keeps its place.
+                    // A vanished folder keeps its place; so does one that came
+                    // back and went again since its last inaccessible entry.
                     goneFolder = true;
                     fresh = std::make_shared<InaccessibleFolderPathEntry>(old->GetPathEntryType(), old->GetIRI(),
                                                                           old->GetDescriptor());
@@ -182,9 +180,6 @@ MainSearchPathManager::MainSearchPathManager(boost::shared_ptr<foundation::msg_s
             currentFolderManager->HandleModularPackageRegistryChanged();
             ReleaseRetiredCurrentFolderManagers();
         });
-    workingFolderConnection = eventManager->subscribe(
-        Thornfell::current_working_folder::CurrentWorkingFolderChangedEvent::TypeName(),
-        [this](const foundation::msg_svc::eventmgr::BaseEvent&) { ReleaseRetiredCurrentFolderManagers(); });
 }
 
 MainSearchPathManager::~MainSearchPathManager() {
@@ -195,7 +190,6 @@ MainSearchPathManager::~MainSearchPathManager() {
     }
     pathFolders.reset();
     registryConnection.disconnect();
-    workingFolderConnection.disconnect();
     pendingCurrentFolderChange.reset();
     componentsOnPath.reset();
     paths.reset();
@@ -217,14 +211,18 @@ void MainSearchPathManager::SetCurrentFolderPathManager() {
     std::unique_ptr<ICurrentFolderPathManager> replaced = std::exchange(
         currentFolderManager, currentFolderManagerFactory->CreateCurrentFolderPathManager(currentFolderPolicy));
     // A subscriber of an installation may replace the manager whose report
-    // started that installation, and whose handler is still running.
-    if (replaced && pathChangeInProgress) retiredCurrentFolderManagers.push_back(std::move(replaced));
+    // started that installation, and whose handler is still running: it is
+    // kept alive, silent, until the manager is idle again.
+    if (replaced && pathChangeInProgress) {
+        replaced->StopFollowingWorkingFolder();
+        retiredCurrentFolderManagers.push_back(std::move(replaced));
+    }
     replaced.reset();
     const ICurrentFolderPathManager* sender = currentFolderManager.get();
     currentFolderManager->ConnectCurrentFolderChangedHandler(
         [this, sender](const std::shared_ptr<const IPath>& oldPath, const std::optional<ComponentIdentifier>& oldComponent) {
-            // A retired manager still follows the working folder until it
-            // ends; what it reports is no longer the current folder.
+            // What a replaced manager reports, if it ever does, is no longer
+            // the current folder.
             if (sender != currentFolderManager.get()) return;
             HandleCurrentFolderPathChanged(oldPath, oldComponent);
         });
@@ -702,7 +700,7 @@ bool MainSearchPathManager::Refresh(RefreshType type) {
     if (before.empty() && after.empty()) return true;
 
     const std::shared_ptr<const IPath> mainPath =
-        refresher.AnyOutOfDate() ? CreatePathReplacing(pathFactory, old.mainPath, refresher.TakeUpdatedEntries())
+        refresher.AnyOutOfDate() ? pathFactory.CreatePathReplacing(old.mainPath, refresher.TakeUpdatedEntries())
                                  : old.mainPath;
     std::shared_ptr<const IPath> userPath = mainPath;
     if (packagesFeaturePhase != Off) {
@@ -710,7 +708,7 @@ bool MainSearchPathManager::Refresh(RefreshType type) {
         for (const auto& entry : *old.userPath->GetMainEntries())
             if (PathEntryPointer found = mainPath->GetPathEntryFromAbsoluteIRI(entry->GetIRI()))
                 userEntries.push_back(std::move(found));
-        userPath = CreatePathReplacing(pathFactory, old.userPath, std::move(userEntries));
+        userPath = pathFactory.CreatePathReplacing(old.userPath, std::move(userEntries));
     }
     const auto [userSearchPath, searchPath] = ComposeSearchPaths(userPath, mainPath);
     const auto differences = Difference(before, after);

@@ -118,10 +118,8 @@ private:
     std::unique_ptr<ICurrentFolderPathManager> currentFolderManager;
     // Managers replaced while an installation ran: one of them may have
     // started it and still be on the stack, so they live until the manager
-    // is idle again. They are no longer heard.
+    // is idle again. They follow the working folder no more.
     std::vector<std::unique_ptr<ICurrentFolderPathManager>> retiredCurrentFolderManagers;
-    // Ends the retired managers once a working folder change has been dealt with.
-    foundation::msg_svc::eventmgr::ScopedConnection workingFolderConnection;
     CurrentFolderPolicy currentFolderPolicy;
     std::unique_ptr<InstalledPaths> paths;
     IFolderMonitor& folderMonitor;

@@ -19,6 +19,7 @@ public:
     std::pair<PathEntryVector, PathEntryVector> RequestRefresh(RefreshType) override { return {}; }
     std::shared_ptr<CurrentFolderMemento> CreateMemento() const override { return nullptr; }
     void RestoreMemento(const CurrentFolderMemento&) override {}
+    void StopFollowingWorkingFolder() override {}
 
 private:
     const IPathFactory& pathFactory;

@@ -1,8 +1,7 @@
 #include "PathCacheReader.hpp"
 
 #include "fl/ustring.hpp"
-
-#include <boost/container/small_vector.hpp>
+#include "tfsearch_path/PathFunctions.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -159,31 +158,77 @@ std::optional<FileElement> ScanFileElement(std::string_view ahead) {
     return FileElement{kind, ahead.substr(at, closing - at), closing + 3};
 }
 
+// The last component of a folder's name as its IRI takes it, empty ones
+// and "." skipped; empty for a name of none (the root itself).
+ustring_view LastComponent(ustring_view name) {
+    for (;;) {
+        while (!name.empty() && name.back() == u'/') name.remove_suffix(1);
+        const std::size_t slash = name.rfind(u'/');
+        const ustring_view last = slash == ustring_view::npos ? name : name.substr(slash + 1);
+        if (last != u".") return last;
+        name.remove_suffix(last.size());
+    }
+}
+
 } // namespace
 
 PathCacheReader::PathCacheReader(std::istream& in, fl::i18n::codecvt_string_to_ustring& textConverter)
-    : stream(&in), buffer(in.rdbuf()), converter(&textConverter), fileNameBytes(kMaxFolderDepth + 1) {}
+    : stream(&in), buffer(in.rdbuf()), converter(&textConverter) {}
 
-PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
-    if (depth > kMaxFolderDepth) Reject();
-    FolderContents folder;
+void PathCacheReader::OpenFolderAt(std::size_t depth) {
+    if (depth == kMaxFolderDepth) Reject();
+    if (depth == frames.size()) frames.emplace_back();
+    OpenFolder& frame = frames[depth];
+    frame.contents = FolderContents();
     // Folders of one installation hold files in similar numbers: room for
     // as many as the folder before had spares most of the growth steps.
-    folder.files.reserve(filesInLastFolder);
-    std::string& bytes = fileNameBytes[depth];
-    bytes.clear();
-    // Where each file's name ends in `bytes`, and then in the text. On the
-    // stack for a folder of usual size.
-    boost::container::small_vector<std::size_t, 64> ends;
-    ends.reserve(filesInLastFolder);
-    const auto addFile = [&](char kind, std::string_view name) {
-        bytes += name;
-        ends.push_back(bytes.size());
-        folder.files.push_back({ustring_view(), kind});
-    };
-    folder.name = (*converter)(ReadNameBytes(*stream, nameBytes));
+    frame.contents.files.reserve(filesInLastFolder);
+    frame.fileNameBytes.clear();
+    frame.ends.clear();
+    frame.ends.reserve(filesInLastFolder);
+    frame.contents.name = (*converter)(ReadNameBytes(*stream, nameBytes));
+    if (depth != 0 && GetPathEntryTypeFromBaseName(ustring(LastComponent(frame.contents.name))) == Main) Reject();
     Expect(*stream, ">");
+}
+
+PathCacheReader::FolderContents PathCacheReader::CloseFolder(OpenFolder& frame) {
+    FolderContents& folder = frame.contents;
+    const std::string& bytes = frame.fileNameBytes;
+    filesInLastFolder = folder.files.size();
+    // No byte gives more than one unit: the text is cut to its size.
+    auto text = std::make_unique<ustring>(bytes.size(), u'\0');
+    // All names at once. Where each byte gave one unit, no sequence was
+    // decoded, none ran from one name into the next, and names end where
+    // their bytes do: so it is for names in ASCII. Else each name again on
+    // its own.
+    std::size_t written = converter->widen(bytes, text->data());
+    if (written != bytes.size()) {
+        std::size_t start = 0;
+        written = 0;
+        for (std::size_t& end : frame.ends) {
+            written += converter->widen(std::string_view(bytes).substr(start, end - start), text->data() + written);
+            start = std::exchange(end, written);
+        }
+    }
+    text->resize(written);
+    fl::i18n::for_each_name_view(*text, std::span<const std::size_t>(frame.ends.data(), frame.ends.size()),
+                                 [&](std::size_t i, ustring_view name) { folder.files[i].name = name; });
+    folder.fileNameText = std::move(text);
+    return std::move(folder);
+}
+
+PathCacheReader::FolderContents PathCacheReader::ReadFolder() {
+    // Nesting is followed on `frames`, not on the call stack, so that a deep
+    // file costs heap rather than overflowing the stack of a small thread.
+    std::size_t depth = 0;
+    OpenFolderAt(depth);
     for (;;) {
+        OpenFolder& frame = frames[depth];
+        const auto addFile = [&frame](char kind, std::string_view name) {
+            frame.fileNameBytes += name;
+            frame.ends.push_back(frame.fileNameBytes.size());
+            frame.contents.files.push_back({ustring_view(), kind});
+        };
         if (const std::optional<FileElement> file = ScanFileElement(BufferedBytes::Ahead(*buffer))) {
             addFile(file->kind, file->name);
             BufferedBytes::Take(*buffer, file->length);
@@ -193,31 +238,14 @@ PathCacheReader::FolderContents PathCacheReader::ReadFolder(std::size_t depth) {
         case '/': {
             buffer->sbumpc();
             Expect(*stream, "D>");
-            filesInLastFolder = folder.files.size();
-            // No byte gives more than one unit: the text is cut to its size.
-            auto text = std::make_unique<ustring>(bytes.size(), u'\0');
-            // All names at once. Where each byte gave one unit, no sequence
-            // was decoded, none ran from one name into the next, and names
-            // end where their bytes do: so it is for names in ASCII. Else
-            // each name again on its own.
-            std::size_t written = converter->widen(bytes, text->data());
-            if (written != bytes.size()) {
-                std::size_t start = 0;
-                written = 0;
-                for (std::size_t& end : ends) {
-                    written += converter->widen(std::string_view(bytes).substr(start, end - start), text->data() + written);
-                    start = std::exchange(end, written);
-                }
-            }
-            text->resize(written);
-            fl::i18n::for_each_name_view(*text, std::span<const std::size_t>(ends.data(), ends.size()),
-                                         [&](std::size_t i, ustring_view name) { folder.files[i].name = name; });
-            folder.fileNameText = std::move(text);
-            return folder;
+            FolderContents folder = CloseFolder(frame);
+            if (depth == 0) return folder;
+            frames[--depth].contents.subfolders.push_back(std::move(folder));
+            break;
         }
         case 'D':
             buffer->sbumpc();
-            folder.subfolders.push_back(ReadFolder(depth + 1));
+            OpenFolderAt(++depth);
             break;
         case 'C':
         case 'N':
@@ -251,7 +279,7 @@ void PathCacheReader::ReadFolders(const std::function<void(std::shared_ptr<Folde
             return;  // what follows the end line isn't read
         case 'D':
             buffer->sbumpc();
-            onFolder(std::make_shared<FolderContents>(ReadFolder(1)));
+            onFolder(std::make_shared<FolderContents>(ReadFolder()));
             break;
         default: Reject();
         }

@@ -22,6 +22,7 @@
 #include <iomanip>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <sstream>
 #include <stdexcept>
@@ -378,6 +379,8 @@ struct PathEntryFactory::CacheFrame {
     PathEntryChildren children;
     PathItemVector items;
     PathEntryType entryType;
+    PathCacheReader::FolderContents* contents;
+    std::size_t nextSubfolder;  // the first of contents->subfolders not built yet
 };
 
 namespace {
@@ -404,19 +407,27 @@ ustring CacheDateStamp() {
     return fl::i18n::utf8_to_ustring(text.str());
 }
 
-// The format has no escape, and a name ends at the first quotation mark. A
-// main folder with such a name anywhere in it is left out of the file, so it
-// is listed from the disk like any folder the cache doesn't hold.
-bool IsWritableToCache(const IPathEntry& entry, const CanonicalAbsoluteIRI& root) {
-    if (entry.GetIRI().makePathRelativeTo(root).find(u'"') != ustring::npos) return false;
+// Why the file can't hold `entry` at `depth` (1 for a main folder) and the
+// folders below it, or nothing. The format has no escape, and a name ends at
+// the first quotation mark; and a reader refuses nesting past its limit.
+std::optional<resource_core::BaseMsgID> FindUnwritable(const IPathEntry& entry, std::size_t depth,
+                                                       const CanonicalAbsoluteIRI& root) {
+    const ustring name = entry.GetIRI().makePathRelativeTo(root);
+    if (depth > PathCacheReader::kMaxFolderDepth)
+        return resource_core::BaseMsgID("ORVIAN:CachePath", "FolderTooDeep",
+                                        {name, fl::i18n::utf8_to_ustring(std::to_string(PathCacheReader::kMaxFolderDepth))});
+    if (name.find(u'"') != ustring::npos)
+        return resource_core::BaseMsgID("ORVIAN:CachePath", "QuotationMarkInName", {name});
     for (const auto& item : *entry.GetPathItems())
-        if (item->stem.find(u'"') != ustring::npos || item->extension.find(u'"') != ustring::npos) return false;
+        if (item->stem.find(u'"') != ustring::npos || item->extension.find(u'"') != ustring::npos)
+            return resource_core::BaseMsgID("ORVIAN:CachePath", "QuotationMarkInName", {name + u'/' + item->FileName()});
     for (const PathEntryList& children : {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
         for (const auto& child : *children)
-            if (!IsWritableToCache(*child, root)) return false;
+            if (auto why = FindUnwritable(*child, depth + 1, root)) return why;
     for (const PathEntryPointer& child : {entry.GetPrivateEntry(), entry.GetResourcesEntry()})
-        if (child && !IsWritableToCache(*child, root)) return false;
-    return true;
+        if (child)
+            if (auto why = FindUnwritable(*child, depth + 1, root)) return why;
+    return std::nullopt;
 }
 
 void WriteCachedEntry(std::ostream& out, const IPathEntry& entry, int depth, const CanonicalAbsoluteIRI& root,
@@ -447,31 +458,41 @@ bool IsFormatFault(const std::exception_ptr& failure) {
 PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderContents& contents,
                                                     std::vector<CacheFrame>& frames, const CanonicalAbsoluteIRI& root,
                                                     const foundation::storage::vfs::PathComparator& comparator) const {
-    CanonicalAbsoluteIRI iri(root, contents.name);
-    // The file is believed: the type comes from the names alone, an "@"
-    // folder in an "@" folder being a class of its class.
-    PathEntryType type = GetPathEntryTypeFromBaseName(iri.getName());
-    if (type == Method && !frames.empty() && frames.back().entryType == Method) type = UDDClass;
-    frames.push_back(CacheFrame{iri, {}, {}, type});
-    for (auto& subfolder : contents.subfolders) {
-        PathEntryPointer child = BuildCachedEntry(subfolder, frames, root, comparator);
+    const auto open = [&](PathCacheReader::FolderContents& folder) {
+        CanonicalAbsoluteIRI iri(root, folder.name);
+        // The file is believed: the type comes from the names alone, an "@"
+        // folder in an "@" folder being a class of its class. The reader
+        // refused a nested folder of a plain name.
+        PathEntryType type = GetPathEntryTypeFromBaseName(iri.getName());
+        if (type == Method && !frames.empty() && frames.back().entryType == Method) type = UDDClass;
+        frames.push_back(CacheFrame{std::move(iri), {}, {}, type, &folder, 0});
+    };
+    // Depth-first on `frames`, not on the call stack: a file may nest as deep
+    // as the reader takes, and a pool thread's stack is small.
+    open(contents);
+    for (;;) {
+        CacheFrame& frame = frames.back();
+        if (frame.nextSubfolder != frame.contents->subfolders.size()) {
+            open(frame.contents->subfolders[frame.nextSubfolder++]);
+            continue;
+        }
+        frame.items.reserve(frame.contents->files.size());
+        // One allocation for the folder's items, as a listing makes them.
+        const auto block = std::make_shared<PathItemBlock>(frame.contents->files.size());
+        for (const auto& file : frame.contents->files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
+        // Nothing is listed: the folder and its frozen observer don't read the disk.
+        auto observer = observerFactory.CreateFrozenObserver(Folder(frame.iri, storageSystem));
+        auto entry = PathEntry::Create(
+            frame.iri, frame.iri.toString(), frame.entryType, std::move(frame.children.packages),
+            std::move(frame.children.methods), std::move(frame.children.uddClasses),
+            std::move(frame.children.privateEntry), std::move(frame.children.resourcesEntry), std::move(frame.items),
+            comparator, std::move(observer), eventManager);
+        StoreWeak(frozenEntries, frame.iri, entry);
+        // The top folder's frame is the caller's to pop.
+        if (frames.size() == 1) return entry;
         frames.pop_back();
-        if (child->GetPathEntryType() == Main) throw ToolboxCacheWrongFormatException();
-        PushChildEntryToCurrentPathEntry(frames.back().children, child);
+        PushChildEntryToCurrentPathEntry(frames.back().children, entry);
     }
-    CacheFrame& frame = frames.back();
-    frame.items.reserve(contents.files.size());
-    // One allocation for the folder's items, as a listing makes them.
-    const auto block = std::make_shared<PathItemBlock>(contents.files.size());
-    for (const auto& file : contents.files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
-    // Nothing is listed: the folder and its frozen observer don't read the disk.
-    auto observer = observerFactory.CreateFrozenObserver(Folder(iri, storageSystem));
-    auto entry = PathEntry::Create(
-        iri, iri.toString(), type, std::move(frame.children.packages), std::move(frame.children.methods),
-        std::move(frame.children.uddClasses), std::move(frame.children.privateEntry),
-        std::move(frame.children.resourcesEntry), std::move(frame.items), comparator, std::move(observer), eventManager);
-    StoreWeak(frozenEntries, iri, entry);
-    return entry;
 }
 
 void PathEntryFactory::LoadCachedFolder(PathCacheReader::FolderContents& contents,
@@ -535,7 +556,8 @@ void PathEntryFactory::LoadToolboxCache(std::istream& in, const AbsoluteIRI& roo
     tasks.wait();
 }
 
-void PathEntryFactory::WriteToolboxCache(std::ostream& out, const AbsoluteIRI& root) const {
+void PathEntryFactory::WriteToolboxCache(std::ostream& out, const AbsoluteIRI& root,
+                                         foundation::core::except::Notification* leftOut) const {
     const fl::i18n::codecvt_ustring_to_string toUtf8("UTF-8", true);
     out << "<Thornfell type=\"Path Cache File\" version=\"2.0\" date=\"" << toUtf8(CacheDateStamp()) << "\">\n";
     const CanonicalAbsoluteIRI canonicalRoot = Folder(root, storageSystem).getCanonicalLocation();
@@ -547,9 +569,20 @@ void PathEntryFactory::WriteToolboxCache(std::ostream& out, const AbsoluteIRI& r
         if (entry && entry->GetPathEntryType() == Main && canonicalRoot.isAncestorOf(entry->GetIRI()))
             mainEntries.push_back(std::move(entry));
     }
-    for (const auto& entry : mainEntries)
-        if (IsWritableToCache(*entry, canonicalRoot)) WriteCachedEntry(out, *entry, 0, canonicalRoot, toUtf8);
+    for (const auto& entry : mainEntries) WriteToolboxCacheFolder(out, *entry, canonicalRoot, toUtf8, leftOut);
     out << "</Thornfell>\n";
+}
+
+void WriteToolboxCacheFolder(std::ostream& out, const IPathEntry& entry, const CanonicalAbsoluteIRI& root,
+                             const fl::i18n::codecvt_ustring_to_string& toUtf8,
+                             foundation::core::except::Notification* leftOut) {
+    // Left out whole, so that the folder is listed from the disk like any
+    // folder the cache doesn't hold, rather than served without a part.
+    if (auto why = FindUnwritable(entry, 1, root)) {
+        if (leftOut) leftOut->add(std::move(*why));
+        return;
+    }
+    WriteCachedEntry(out, entry, 0, root, toUtf8);
 }
 
 std::shared_ptr<const PathEntryVector> PathEntryFactory::GetToolboxEntries() const {

@@ -36,7 +36,8 @@ public:
                                            const IFolderMonitor& monitor) const override;
     PathEntryPointer GetFrozenEntryFor(const PathEntryPointer& entry) const override;
     void LoadToolboxCache(std::istream& in, const foundation::storage::vfs::AbsoluteIRI& root) override;
-    void WriteToolboxCache(std::ostream& out, const foundation::storage::vfs::AbsoluteIRI& root) const override;
+    void WriteToolboxCache(std::ostream& out, const foundation::storage::vfs::AbsoluteIRI& root,
+                           foundation::core::except::Notification* leftOut = nullptr) const override;
     std::shared_ptr<const PathEntryVector> GetToolboxEntries() const override;
     foundation::storage::vfs::CanonicalAbsoluteIRI GetCanonicalFolderIRI(
         const foundation::storage::vfs::AbsoluteIRI& folder) const override;
@@ -98,6 +99,14 @@ private:
 
 // Files a child by its own type; any other type is fatal.
 void PushChildEntryToCurrentPathEntry(PathEntryFactory::PathEntryChildren& children, const PathEntryPointer& child);
+
+// Writes `entry`, a main folder, and the folders below it as a top-level
+// element of the toolbox cache, names relative to `root`. Writes nothing
+// when the file can't hold them, and says why in `leftOut`, if given.
+void WriteToolboxCacheFolder(std::ostream& out, const IPathEntry& entry,
+                             const foundation::storage::vfs::CanonicalAbsoluteIRI& root,
+                             const fl::i18n::codecvt_ustring_to_string& toUtf8,
+                             foundation::core::except::Notification* leftOut);
 
 // The kinds of child folder that a folder of `type` may hold, in order.
 const std::vector<PathEntryType>& GetValidChildEntryTypesForEntryType(PathEntryType type);

@@ -17,11 +17,11 @@ std::shared_ptr<const IPath> PathFactory::CreatePath(PathEntryVector mainEntries
     return std::make_shared<const Path>(std::move(mainEntries), workerQueue, storageSystem);
 }
 
-std::shared_ptr<const IPath> CreatePathReplacing(const IPathFactory& factory, const std::shared_ptr<const IPath>& previous,
-                                                 PathEntryVector mainEntries) {
+std::shared_ptr<const IPath> PathFactory::CreatePathReplacing(const std::shared_ptr<const IPath>& previous,
+                                                              PathEntryVector mainEntries) const {
     if (previous && typeid(*previous) == typeid(Path))
         return std::make_shared<const Path>(static_cast<const Path&>(*previous), std::move(mainEntries));
-    return factory.CreatePath(std::move(mainEntries));
+    return CreatePath(std::move(mainEntries));
 }
 
 const IPathFactory& GetCurrentPathFactory() {

@@ -20,19 +20,16 @@ public:
     ~PathFactory() override;
 
     std::shared_ptr<const IPath> CreatePath(PathEntryVector mainEntries) const override;
+    // Made from `previous` where that is a path of this library, whatever
+    // factory made it: the new path then saves the indexing of what the two
+    // have in common, and frees its maps the way `previous` does.
+    std::shared_ptr<const IPath> CreatePathReplacing(const std::shared_ptr<const IPath>& previous,
+                                                     PathEntryVector mainEntries) const override;
 
 private:
     // The only owner of the queue: paths hold it weakly.
     std::shared_ptr<AsynchronousWorkerQueue> workerQueue;
     foundation::storage::vfs::StorageSystemReference storageSystem;
 };
-
-// The path of `mainEntries` that is to take the place of `previous`. Made
-// from `previous` where that is a path of this library, whatever made it:
-// the new path then saves the indexing of what the two have in common, and
-// frees its maps the way `previous` does. Made by `factory` otherwise;
-// `previous` may be null.
-std::shared_ptr<const IPath> CreatePathReplacing(const IPathFactory& factory, const std::shared_ptr<const IPath>& previous,
-                                                 PathEntryVector mainEntries);
 
 } // namespace Thornfell::PathManagement

@@ -47,6 +47,11 @@ public:
     virtual std::pair<PathEntryVector, PathEntryVector> RequestRefresh(RefreshType type) = 0;
     virtual std::shared_ptr<CurrentFolderMemento> CreateMemento() const = 0;
     virtual void RestoreMemento(const CurrentFolderMemento& memento) = 0;
+    // Ends the following of the working folder, for good: the object then
+    // reports and publishes nothing more. For an owner that must keep a
+    // replaced object alive a while (its report may still be on the stack),
+    // so that it is silent as if destroyed.
+    virtual void StopFollowingWorkingFolder() = 0;
 };
 
 class ICurrentFolderPathManagerFactory {

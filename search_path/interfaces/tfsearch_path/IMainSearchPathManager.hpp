@@ -50,7 +50,9 @@ public:
     virtual std::shared_ptr<const IPath> GetSearchPath() const = 0;
     // The current folder ahead of the plain folders.
     virtual std::shared_ptr<const IPath> GetUserSearchPath() const = 0;
-    // Replaces out-of-date entries; returns whether the path changed.
+    // Replaces out-of-date entries. False if the refresh didn't take place
+    // (an installation was running, or the mutability policy refused); true
+    // otherwise, also when nothing had changed.
     virtual bool Refresh(RefreshType type) = 0;
     // Replaces the path whole. Folders that can't stand on it are reported in
     // `notification` and left out.

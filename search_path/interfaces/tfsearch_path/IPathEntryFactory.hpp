@@ -1,6 +1,7 @@
 #pragma once
 // Turns folders into entries. One for the process; any thread may call it.
 #include "tfsearch_path/IPathEntry.hpp"
+#include "foundation/core/except/Notification.hpp"
 
 #include <iosfwd>
 
@@ -26,7 +27,11 @@ public:
     // A copy of the entry with frozen observers throughout.
     virtual PathEntryPointer GetFrozenEntryFor(const PathEntryPointer& entry) const = 0;
     virtual void LoadToolboxCache(std::istream& in, const foundation::storage::vfs::AbsoluteIRI& root) = 0;
-    virtual void WriteToolboxCache(std::ostream& out, const foundation::storage::vfs::AbsoluteIRI& root) const = 0;
+    // Leaves out a main folder that the file can't hold (a name with a
+    // quotation mark, or nesting past what a reader takes), so that it is
+    // listed from the disk instead; says which and why in `leftOut`, if given.
+    virtual void WriteToolboxCache(std::ostream& out, const foundation::storage::vfs::AbsoluteIRI& root,
+                                   foundation::core::except::Notification* leftOut = nullptr) const = 0;
     // The main entries kept alive below the installation root, in no order.
     virtual std::shared_ptr<const PathEntryVector> GetToolboxEntries() const = 0;
     virtual foundation::storage::vfs::CanonicalAbsoluteIRI GetCanonicalFolderIRI(

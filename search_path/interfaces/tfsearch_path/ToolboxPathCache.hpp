@@ -1,6 +1,7 @@
 #pragma once
 // Saving the toolbox cache file of an entry factory.
 #include "foundation/core/except/Exception.hpp"
+#include "foundation/core/except/Notification.hpp"
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 
 #include <string>
@@ -25,8 +26,10 @@ private:
 // then renamed into place, so a reader never meets a half-written cache and
 // an earlier file stays as it was when anything fails. Throws
 // UnableToSaveToolboxCacheException when the file can't be written;
-// std::bad_alloc passes as it is.
+// std::bad_alloc passes as it is. The folders left out go into `leftOut`, if
+// given (IPathEntryFactory::WriteToolboxCache).
 void WriteToolboxPathCache(const foundation::storage::vfs::AbsoluteIRI& cacheFile,
-                           const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory);
+                           const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory,
+                           foundation::core::except::Notification* leftOut = nullptr);
 
 } // namespace Thornfell::PathManagement

@@ -11,16 +11,6 @@
 
 namespace Thornfell::PathManagement {
 
-PathEntryType GetPathEntryTypeFromBaseName(const ustring& baseName) {
-    if (!baseName.empty()) {
-        if (baseName.front() == u'+') return Package;
-        if (baseName.front() == u'@') return Method;
-    }
-    if (baseName == u"private") return Private;
-    if (baseName == u"resources") return Resources;
-    return Main;
-}
-
 foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text) {
     static const ustring filePrefix = u"file://";
     if (text.compare(0, filePrefix.size(), filePrefix) == 0)

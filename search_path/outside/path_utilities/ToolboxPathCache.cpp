@@ -52,14 +52,15 @@ std::string FolderOf(const std::string& path) {
 } // namespace
 
 void WriteToolboxPathCache(const foundation::storage::vfs::AbsoluteIRI& cacheFile,
-                           const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory) {
+                           const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory,
+                           foundation::core::except::Notification* leftOut) {
     const std::string target = fl::i18n::ustring_to_utf8(cacheFile.getPath());
     const std::string temporary = CreateTemporaryBeside(target);
     try {
         {
             std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
             if (!out) throw UnableToSaveToolboxCacheException("can't open " + temporary + " for writing");
-            factory.WriteToolboxCache(out, root);
+            factory.WriteToolboxCache(out, root, leftOut);
             out.flush();
             if (!out) throw UnableToSaveToolboxCacheException("can't write " + temporary + " (is the disk full?)");
         }
