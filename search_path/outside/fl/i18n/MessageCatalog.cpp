@@ -77,6 +77,10 @@ constexpr CatalogEntry kCatalog[] = {
     // Host commands.
     // Argument: the cache file.
     {"ORVIAN:CachePath:FailedToSave", "Unable to save the toolbox cache file '{1}'."},
+    {"ORVIAN:CachePath:FolderTooDeep",
+     "Folder '{1}' nests deeper than the toolbox cache allows ({2} levels); it was left out."},
+    {"ORVIAN:CachePath:QuotationMarkInName",
+     "'{1}' holds a quotation mark, which the toolbox cache can't store; its folder was left out."},
     {"ORVIAN:ChangeHandleWarning:InvalidOption", "The option must be 'always', 'once', 'never' or 'status'."},
     {"ORVIAN:ChangeHandleWarning:notEnoughInputs",
      "Not enough input arguments: give one of 'always', 'once', 'never' or 'status'."},
