@@ -32,7 +32,7 @@ SearchPath& BenchmarkPath() {
         if (!made->Find(kHeldByOneFolder)) throw std::logic_error("the benchmark tree lacks its name");
         return made;
     }();
-    return searchPath;
+    return *searchPath;
 }
 
 void BM_FindFirstInScope(benchmark::State& state) {

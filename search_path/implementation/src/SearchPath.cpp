@@ -325,8 +325,7 @@ std::vector<std::string> SearchPath::SetFolders(std::span<const std::filesystem:
             try {
                 iris.push_back(IRIOfFolder(folder));
             } catch (const std::exception& e) {
-                messages.push_back(fl::i18n::ustring_to_utf8(fl::i18n::utf8_to_ustring(folder.native())) + ": " +
-                                   e.what());
+                messages.push_back(folder.native() + ": " + e.what());
             }
         }
         impl.FollowWorkingFolder();
