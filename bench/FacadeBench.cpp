@@ -8,6 +8,7 @@
 #include "support/Text.hpp"
 
 #include "tfsearch_path/IPath.hpp"
+#include "tfsearch_path/NameLookup.hpp"
 #include "tfsearch_path/SearchPath.hpp"
 
 #include <benchmark/benchmark.h>
@@ -42,6 +43,16 @@ void BM_FindFirstInScope(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(path->FindFirstInScope(mainFolders, target, StorageSystemRule));
 }
 BENCHMARK(BM_FindFirstInScope);
+
+// The facade's rule on the same snapshot, without the name's conversion and
+// the result's std::filesystem::path.
+void BM_LookUpName(benchmark::State& state) {
+    const auto path = BenchmarkPath().Snapshot();
+    const ustring name = tfsp::test::Utf16(kHeldByOneFolder);
+    const std::vector<ustring> extensions{u".tf", u".tfc", u".tfx"};
+    for (auto _ : state) benchmark::DoNotOptimize(LookUpName(*path, name, extensions, StorageSystemRule, false));
+}
+BENCHMARK(BM_LookUpName);
 
 void BM_SearchPathFind(benchmark::State& state) {
     const SearchPath& searchPath = BenchmarkPath();

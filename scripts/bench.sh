@@ -46,6 +46,7 @@ FIGURES=(
   "figure|cache write, 2,000 folders|CacheBench:BM_WriteCache:real_time|ms|-"
   "ratio|package coordinator's own work vs the path build|PackagesBench:BM_InstallOnePackage:percent_of_build|%|10"
   "figure|FindFirstInScope, main folders, name held by one folder|FacadeBench:BM_FindFirstInScope:cpu_time|ns|120"
+  "figure|LookUpName, the facade's rule on the same path|FacadeBench:BM_LookUpName:cpu_time|ns|170"
   "figure|SearchPath::Find, the same name on the same path|FacadeBench:BM_SearchPathFind:cpu_time|ns|170"
   "figure|SearchPath::Find, absent name|FacadeBench:BM_SearchPathFindAbsent:cpu_time|ns|100"
   "figure|SearchPath::Find, 1 thread|FacadeBench:BM_SearchPathFindThreads/threads:1:real_time|ns|-"

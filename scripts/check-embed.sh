@@ -45,7 +45,7 @@ if find "$PREFIX" -name '*TestHooks*' | grep -q .; then
   find "$PREFIX" -name '*TestHooks*' >&2
   exit 1
 fi
-cmake -S "$ROOT/examples/embed" -B "$WORK/installed" -G Ninja -DCMAKE_PREFIX_PATH="$PREFIX" \
+cmake -S "$ROOT/examples/embed" -B "$WORK/installed" -G Ninja --no-warn-unused-cli -DCMAKE_PREFIX_PATH="$PREFIX" \
   -DCMAKE_DISABLE_FIND_PACKAGE_range-v3=TRUE -DCMAKE_DISABLE_FIND_PACKAGE_ICU=TRUE >/dev/null
 cmake --build "$WORK/installed" >/dev/null
 compare "examples/embed (installed package)" "$(run_embed "$WORK/installed/embed")"

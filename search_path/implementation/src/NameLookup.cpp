@@ -69,6 +69,7 @@ std::vector<FoundItem> LookUpName(const IPath& path, const ustring& name, const 
             if (!all) return found;
         }
     }
+    if (found.empty()) return Query(path, kMainTypes, target, policy, all);
     std::vector<FoundItem> plain = Query(path, kMainTypes, target, policy, all);
     found.insert(found.end(), std::make_move_iterator(plain.begin()), std::make_move_iterator(plain.end()));
     return found;
