@@ -14,7 +14,8 @@
 // callbacks run on the thread that made the change, after it, with no lock of
 // this object held: they may call Find, FindAll, Folders and Snapshot, and a
 // SetFolders or Refresh they call throws (a change can't start while its own
-// callbacks run).
+// callbacks run). An exception a callback throws reaches the caller of the
+// change, which stands; the callbacks after it miss that change.
 #include "tfsearch_path/FilenameMatchingPolicy.hpp"
 
 #include <filesystem>
@@ -94,7 +95,8 @@ public:
     // The host-level session underneath, for what this class doesn't offer.
     // Its own calls are serialised with this object's and run with the engine
     // context they need; the manager and registry it hands out keep the
-    // host-level rules (one thread at a time, with that context).
+    // host-level rules (one thread at a time, with that context). The manager
+    // ends with the SearchPath: EndManager throws std::logic_error.
     ISearchPathSession& Session();
 
 private:
