@@ -55,24 +55,23 @@ std::vector<std::filesystem::path> PathsOfEntries(const SharedEntryVector& entri
     return paths;
 }
 
-// A connected callback. `active` turns false when its Subscription ends, so
-// that a delivery already under way on another thread skips it.
-struct SubscriptionSlot {
-    explicit SubscriptionSlot(std::function<void(const PathChange&)> f) : callback(std::move(f)) {}
-    const std::function<void(const PathChange&)> callback;
-    std::atomic<bool> active{true};
-};
-
-struct SubscriptionRegistry {
-    std::mutex mutex;
-    std::vector<std::shared_ptr<SubscriptionSlot>> slots;
-};
-
 } // namespace
 
 struct Subscription::State {
-    std::weak_ptr<SubscriptionRegistry> registry;
-    std::shared_ptr<SubscriptionSlot> slot;
+    // A connected callback. `active` turns false when its Subscription ends,
+    // so that a delivery already under way on another thread skips it.
+    struct Slot {
+        explicit Slot(std::function<void(const PathChange&)> f) : callback(std::move(f)) {}
+        const std::function<void(const PathChange&)> callback;
+        std::atomic<bool> active{true};
+    };
+    struct Registry {
+        std::mutex mutex;
+        std::vector<std::shared_ptr<Slot>> slots;
+    };
+
+    std::weak_ptr<Registry> registry;
+    std::shared_ptr<Slot> slot;
 };
 
 Subscription::Subscription(std::unique_ptr<State> state) : state_(std::move(state)) {}
@@ -98,6 +97,9 @@ Subscription::~Subscription() {
 // instance current; what Find reads sits apart under `stateMutex`, which is
 // held only for a copy, so that a lookup never waits for a change.
 struct SearchPath::Impl : std::enable_shared_from_this<SearchPath::Impl> {
+    using SubscriptionSlot = Subscription::State::Slot;
+    using SubscriptionRegistry = Subscription::State::Registry;
+
     explicit Impl(SearchPathOptions options);
     ~Impl();
 
@@ -385,7 +387,7 @@ bool SearchPath::Refresh() {
 
 Subscription SearchPath::OnChange(std::function<void(const PathChange&)> callback) {
     Impl& impl = Impl::Of(impl_);
-    auto slot = std::make_shared<SubscriptionSlot>(std::move(callback));
+    auto slot = std::make_shared<Subscription::State::Slot>(std::move(callback));
     {
         std::lock_guard lock(impl.subscribers->mutex);
         impl.subscribers->slots.push_back(slot);
