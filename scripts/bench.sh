@@ -45,6 +45,13 @@ FIGURES=(
   "ratio|cache load vs listing the same folders|CacheBench:BM_LoadCacheAgainstListing:load_ms / CacheBench:BM_LoadCacheAgainstListing:listing_ms|x|0.2"
   "figure|cache write, 2,000 folders|CacheBench:BM_WriteCache:real_time|ms|-"
   "ratio|package coordinator's own work vs the path build|PackagesBench:BM_InstallOnePackage:percent_of_build|%|10"
+  "figure|FindFirstInScope, main folders, name held by one folder|FacadeBench:BM_FindFirstInScope:cpu_time|ns|120"
+  "figure|LookUpName, the facade's rule on the same path|FacadeBench:BM_LookUpName:cpu_time|ns|170"
+  "figure|SearchPath::Find, the same name on the same path|FacadeBench:BM_SearchPathFind:cpu_time|ns|170"
+  "figure|SearchPath::Find, absent name|FacadeBench:BM_SearchPathFindAbsent:cpu_time|ns|100"
+  "figure|SearchPath::Find, 1 thread|FacadeBench:BM_SearchPathFindThreads/threads:1:real_time|ns|-"
+  "figure|SearchPath::Find, 8 threads at once, each|FacadeBench:BM_SearchPathFindThreads/threads:8:real_time|ns|-"
+  "ratio|Find on 8 threads vs 1 thread, time per lookup per thread|FacadeBench:BM_SearchPathFindThreads/threads:8:real_time / FacadeBench:BM_SearchPathFindThreads/threads:1:real_time|x|-"
 )
 
 "$ROOT/scripts/install-deps.sh"

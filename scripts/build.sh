@@ -26,6 +26,6 @@ else
 fi
 # The thread build links a oneTBB built for ThreadSanitizer, made once.
 [[ "$SAN" == thread ]] && EXTRA+=(-DTFSP_TSAN_TBB_PREFIX="$("$ROOT/scripts/build-tbb-tsan.sh")")
-cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE="$TYPE" -DTFSP_SANITIZE="$SAN" -DTFSP_BUILD_BENCH="$BENCH" \
+cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE="$TYPE" -DTFSP_SANITIZE="$SAN" -DTFSP_BUILD_TESTS=ON -DTFSP_WERROR=ON -DTFSP_BUILD_BENCH="$BENCH" \
   "${EXTRA[@]}" >/dev/null
 cmake --build "$BUILD" -- "$@"

@@ -1,4 +1,4 @@
-#include "tfsearch_path/ISearchPathSession.hpp"
+#include "SearchPathSession.hpp"
 
 #include "foundation/usm/StateStore.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
@@ -10,23 +10,16 @@ namespace Thornfell::PathManagement {
 
 namespace {
 
-// The fields are declared in the order they are made and end in reverse:
-//  - the manager first (ended by hand, so that it is unregistered before it
-//    goes): it holds the registry by reference, and its destructor publishes
-//    on the instance's bus and releases the monitor and factories kept in the
-//    instance's store, so the instance must still be current then;
-//  - then the registry, which answers from the registrar of the current
-//    instance;
-//  - then `current_`, which puts back the instance current before: an
-//    instance may not end while it is current on some thread;
-//  - the instance last, taking the path factory (and its worker thread), the
-//    registrar and the working folder with it.
-class SearchPathSession final : public ISearchPathSession {
+// The registry and the manager of the instance current on this thread. The
+// manager is ended first, by hand, so that it is unregistered before it goes:
+// it holds the registry by reference, and its destructor publishes on the
+// instance's bus and releases the monitor and factories kept in the
+// instance's store, so the instance must still be current then. The registry
+// answers from the registrar of the current instance.
+class SessionOfCurrentInstance final : public ISearchPathSession {
 public:
-    SearchPathSession()
-        : current_(engine_), registry_([](PathEntryVector entries) {
-              return GetCurrentPathFactory().CreatePath(std::move(entries));
-          }) {
+    SessionOfCurrentInstance()
+        : registry_([](PathEntryVector entries) { return GetCurrentPathFactory().CreatePath(std::move(entries)); }) {
         // A package's folders become entries through the system's one entry
         // factory, so that a folder on the path and in a package is one entry.
         PackageRegistry::GetPackageRegistrarForUpdate().SetEntryProvider(
@@ -34,7 +27,7 @@ public:
                 return GetPathEntryFactory().GetPathEntry(folder);
             });
     }
-    ~SearchPathSession() override { EndManager(); }
+    ~SessionOfCurrentInstance() override { EndManager(); }
 
     IMainSearchPathManager& GetManager() override {
         if (!manager_) {
@@ -71,14 +64,44 @@ private:
         return notification;
     }
 
-    foundation::usm::EngineInstance engine_;
-    foundation::usm::EngineInstance::MakeCurrent current_;
     OrvianComponents::ModularPackageRegistry registry_;
     std::unique_ptr<IMainSearchPathManager> manager_;
+};
+
+// A session with an instance of its own, current on the creating thread. The
+// fields end in reverse: the session first, then `current_`, which puts back
+// the instance current before (an instance may not end while it is current on
+// some thread), the instance last, taking the path factory (and its worker
+// thread), the registrar and the working folder with it.
+class SearchPathSession final : public ISearchPathSession {
+public:
+    SearchPathSession() : current_(engine_) {}
+
+    IMainSearchPathManager& GetManager() override { return session_.GetManager(); }
+    void EndManager() override { session_.EndManager(); }
+    OrvianComponents::IModularPackageRegistry& GetPackageRegistry() override { return session_.GetPackageRegistry(); }
+    foundation::core::except::Notification SetPathFolders(const FolderRange& folders) override {
+        return session_.SetPathFolders(folders);
+    }
+    foundation::core::except::Notification SetPathFolders(const CanonicalFolderRange& folders) override {
+        return session_.SetPathFolders(folders);
+    }
+    void ChangeWorkingFolder(const foundation::storage::vfs::AbsoluteIRI& folder) override {
+        session_.ChangeWorkingFolder(folder);
+    }
+
+private:
+    foundation::usm::EngineInstance engine_;
+    foundation::usm::EngineInstance::MakeCurrent current_;
+    SessionOfCurrentInstance session_;
 };
 
 } // namespace
 
 std::unique_ptr<ISearchPathSession> CreateSearchPathSession() { return std::make_unique<SearchPathSession>(); }
+
+std::unique_ptr<ISearchPathSession> CreateSearchPathSessionOfCurrentInstance() {
+    return std::make_unique<SessionOfCurrentInstance>();
+}
 
 } // namespace Thornfell::PathManagement

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "fl/ustring.hpp"
+#include "tfsearch_path/FilenameMatchingPolicy.hpp"
 
 namespace Thornfell::PathManagement {
 
@@ -19,17 +20,6 @@ enum PathEntryType : std::int32_t {
     Private = 3,    // "private"
     UDDClass = 4,   // "@name" inside an "@" folder
     Resources = 5,  // "resources"
-};
-
-// Each policy selects a fixed comparison of the storage system:
-//   CaseRuleOne        exact: equal 16-bit code units
-//   CaseRuleTwo        folded: equal simple Unicode case foldings
-//   StorageSystemRule  the storage system's own rule (exact on POSIX); folder
-//                      IRIs are then resolved through the storage system
-enum FilenameMatchingPolicy : std::int32_t {
-    CaseRuleOne = 0,
-    CaseRuleTwo = 1,
-    StorageSystemRule = 2,
 };
 
 enum FolderMonitoringState : std::int32_t {
