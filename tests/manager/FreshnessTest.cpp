@@ -155,6 +155,27 @@ TEST_F(FreshnessTest, AFolderReplacedByALinkToAnotherFolderShowsThatFolder) {
     EXPECT_EQ(FoundFirst("h"), "x/a/b/h.tf");
 }
 
+// A name above the folder that was a link, then a folder: the names on the
+// way down are watched where they lead now, not where the link led, so a
+// later rename above is seen.
+TEST_F(FreshnessTest, AFolderBelowALinkReplacedByAFolderIsWatchedByItsOwnNames) {
+    tree.file("elsewhere/a/c/f.tf");
+    tree.symlink("x", tree.path("elsewhere"));
+    ASSERT_TRUE(SetPath({"x/a/c"}).empty());
+    ASSERT_EQ(FoundFirst("f"), "x/a/c/f.tf");
+
+    tree.remove("x");
+    tree.file("x/a/c/g.tf");
+    ASSERT_TRUE(Manager().Refresh(TrustObservers));
+    ASSERT_EQ(FoundFirst("f"), "");
+    ASSERT_EQ(FoundFirst("g"), "x/a/c/g.tf");
+
+    fs::rename(tree.path("x/a"), tree.path("x/d"));
+    ASSERT_TRUE(Manager().Refresh(TrustObservers));
+    EXPECT_EQ(FoundFirst("g"), "");
+    EXPECT_TRUE(IsInaccessible(0));
+}
+
 // Each byte that isn't part of valid UTF-8 stands for itself, as the code
 // unit U+DC00 + byte, which no valid text gives; valid text around it is
 // read as text.

@@ -6,7 +6,9 @@
 //
 // TFSP_MODEL_SECONDS sets the time budget (10 s by default) and
 // TFSP_MODEL_SEED the seed (drawn at random by default); a failure prints
-// the seed, which replays the same changes.
+// the seed, which replays the same changes. TFSP_MODEL_ALL=1 prints every
+// change of a failed run, and TFSP_MODEL_TRACE=N the path's entries after
+// each change from the Nth on.
 #include "ManagerTestSupport.hpp"
 
 #include <algorithm>
@@ -274,6 +276,22 @@ protected:
         return out.str();
     }
 
+    // From which change on each refresh's entries are printed, with the
+    // address of each entry: the same address again is an entry served anew.
+    static std::size_t TraceFrom() {
+        const char* text = std::getenv("TFSP_MODEL_TRACE");
+        return text ? std::strtoull(text, nullptr, 10) : 0;
+    }
+    void Trace(std::size_t number, const std::string& change) {
+        std::cout << number << ". " << change << "\n";
+        for (const auto& entry : *Manager().GetSearchPath()->GetMainEntries()) {
+            std::cout << "   " << fl::i18n::ustring_to_utf8(entry->GetDescriptor()) << " @" << entry.get() << ":";
+            for (const auto& item : *entry->GetPathItems()) std::cout << " " << fl::i18n::ustring_to_utf8(item->FileName());
+            std::cout << "\n";
+        }
+    }
+
+    const std::size_t traceFrom = TraceFrom();
     const std::uint64_t seed;
     std::mt19937_64 random;
     std::vector<std::string> universe;
@@ -307,6 +325,7 @@ TEST_F(RefreshModelTest, EveryLookupAfterOneRefreshAgreesWithTheDisk) {
         done.push_back(*change);
         ASSERT_TRUE(Manager().Refresh(TrustObservers)) << *change;
         wrong = Disagreements();
+        if (traceFrom && done.size() >= traceFrom) Trace(done.size(), *change);
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     std::cout << "seed " << seed << ": " << done.size() << " changes in " << seconds << " s\n";

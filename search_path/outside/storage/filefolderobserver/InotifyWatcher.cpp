@@ -142,7 +142,12 @@ bool InotifyWatcher::watchAncestorsLocked(Node& node) {
     for (Node* above = node.parent; above; above = above->parent) {
         if (above->wd < 0 && above->watchError == 0) {
             const int forced = failAncestorWatchesWith_.load(std::memory_order_acquire);
-            const int wd = forced ? -1 : ::inotify_add_watch(inotifyFd_, above->path.c_str(), kWatchMask);
+            // Not through a link: a link's target lies elsewhere, where the
+            // names on the way down aren't watched, and the link itself
+            // can't be watched as a folder; the observers below then check
+            // their folder's identity themselves.
+            const int wd =
+                forced ? -1 : ::inotify_add_watch(inotifyFd_, above->path.c_str(), kWatchMask | IN_DONT_FOLLOW);
             if (wd >= 0) attachLocked(*above, wd);
             else above->watchError = forced ? forced : errno;
         }
@@ -175,6 +180,12 @@ void InotifyWatcher::dropUseLocked(Node* node) {
         nodes_.erase(nodes_.find(node->path));
         node = parent;
     }
+}
+
+void InotifyWatcher::forgetWatchesLocked(Node& node) {
+    detachLocked(node, true);
+    node.watchError = 0;
+    for (Node* child : node.children) forgetWatchesLocked(*child);
 }
 
 std::size_t InotifyWatcher::markLocked(const Node& node, bool below) {
@@ -298,7 +309,12 @@ void InotifyWatcher::handleEvent(int wd, std::uint32_t mask, std::string_view na
         childPath.assign(node->path);
         if (childPath != "/") childPath += '/';
         childPath += name;
-        if (const auto child = nodes_.find(childPath); child != nodes_.end()) marked += markLocked(*child->second, true);
+        const auto child = nodes_.find(childPath);
+        if (child == nodes_.end()) continue;
+        marked += markLocked(*child->second, true);
+        // The watches below were set on what the name led to before; the
+        // next folder observed below sets them again on what it leads to now.
+        forgetWatchesLocked(*child->second);
     }
     // Events that concern no observer (an ancestor's other entries) leave
     // the count alone, so that observers that found nothing needn't look

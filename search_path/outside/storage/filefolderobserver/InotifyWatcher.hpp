@@ -14,9 +14,11 @@
 // the watched folders are watched too, and the folders are kept as a tree of
 // names: an event in a folder that names a child on the way down to watched
 // folders, or the folder's own move or deletion, marks every watched folder
-// below it as changed. Ancestors are shared: the folders of one tree add a
-// handful of watches. Where an ancestor can't be watched, the observers below
-// are told (AddResult::ancestorsWatched) and check their folder's identity
+// below it as changed, and ends the watches below it, which were set on
+// what the name led to before. Ancestors are shared: the folders of one tree
+// add a handful of watches. Where an ancestor can't be watched (a symbolic
+// link among them, which is not followed), the observers below are told
+// (AddResult::ancestorsWatched) and check their folder's identity
 // themselves.
 //
 // The instance and the thread are started with the first watch, so that a
@@ -120,6 +122,9 @@ private:
     bool watchAncestorsLocked(Node& node);
     void dropUseLocked(Node* node);
     std::size_t markLocked(const Node& node, bool below);
+    // Ends the watches of `node` and of every folder below it, and forgets
+    // why any of them couldn't be watched: its name leads elsewhere now.
+    void forgetWatchesLocked(Node& node);
     std::size_t observedWatchesLocked() const;
     void readLoop();
     // Reads and handles what the queue holds; false when reading failed for
