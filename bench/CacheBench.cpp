@@ -34,7 +34,7 @@ foundation::storage::vfs::AbsoluteIRI RootIRI() {
 }
 
 IPathEntryFactory& FreshFactory() {
-    ProcessStore::resetForTesting();
+    ProcessStore::endAll();
     fl::filesystem::set_install_path(fl::i18n::utf8_to_ustring(Tree().root()));
     return GetPathEntryFactory();
 }
@@ -53,7 +53,7 @@ const std::string& CacheText() {
         ListAllMainFolders();
         std::ostringstream out;
         GetPathEntryFactory().WriteToolboxCache(out, RootIRI());
-        ProcessStore::resetForTesting();
+        ProcessStore::endAll();
         return out.str();
     }();
     return text;
@@ -87,7 +87,7 @@ void BM_LoadCacheAgainstListing(benchmark::State& state) {
     state.counters["listing_ms"] = 1e3 * listing / runs;
     state.counters["speedup"] = listing / load;
     if (FreshFactory().GetToolboxEntries()->size() != 0) state.SkipWithError("a fresh factory held entries");
-    ProcessStore::resetForTesting();
+    ProcessStore::endAll();
 }
 BENCHMARK(BM_LoadCacheAgainstListing)->Unit(benchmark::kMillisecond)->UseManualTime()->MinTime(3.0);
 
@@ -103,7 +103,7 @@ void BM_WriteCache(benchmark::State& state) {
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(bytes * state.iterations()));
     state.counters["folders"] = static_cast<double>(Tree().allFolders().size());
-    ProcessStore::resetForTesting();
+    ProcessStore::endAll();
 }
 BENCHMARK(BM_WriteCache)->Unit(benchmark::kMillisecond);
 

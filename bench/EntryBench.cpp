@@ -58,7 +58,7 @@ BENCHMARK(BM_BareWalk)->Unit(benchmark::kMillisecond);
 // them), with live observers, through the process's entry factory. The
 // counter "ratio" is this build over a bare walk timed in the same run.
 void BM_BuildEntries(benchmark::State& state) {
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     const auto iris = MainFolderIRIs();
     BareWalk(Tree().allFolders());
     double bare = 0;
@@ -95,7 +95,7 @@ void BM_BuildFrozenEntries(benchmark::State& state) {
     for (auto _ : state) {
         state.PauseTiming();
         // A fresh factory each round: main entries below the root stay alive in it.
-        foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+        foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
         fl::filesystem::set_install_path(fl::i18n::utf8_to_ustring(Tree().root()));
         auto& factory = GetPathEntryFactory();
         state.ResumeTiming();
@@ -104,13 +104,13 @@ void BM_BuildFrozenEntries(benchmark::State& state) {
         build += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     }
     state.counters["build_ms"] = 1e3 * build / static_cast<double>(state.iterations());
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
 }
 BENCHMARK(BM_BuildFrozenEntries)->Unit(benchmark::kMillisecond)->MinTime(3.0);
 
 // Asks again for a folder whose entry is alive and up to date.
 void BM_SecondRequestUpToDate(benchmark::State& state) {
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     const auto iri = MainFolderIRIs().front();
     const auto canonical = foundation::storage::vfs::CanonicalAbsoluteIRI(iri, ustring());
     const auto held = GetPathEntryFactory().GetPathEntry(iri);

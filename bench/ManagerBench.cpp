@@ -44,7 +44,7 @@ std::unique_ptr<ISearchPathSession> MakeHost() {
 // "build_ms" is the build of the main path itself, timed in the same run, and
 // "percent_of_build" the change over that build.
 void BM_CurrentFolderChange(benchmark::State& state) {
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     const std::string offPath = Tree().root() + "/elsewhere";
     std::filesystem::create_directories(offPath);
     const std::string onPath = Tree().mainFolders()[Tree().mainFolders().size() / 2];
@@ -90,7 +90,7 @@ double BuildSeconds(const PathEntryVector& entries, int builds = 5) {
 // "road_percent": what the alteration costs beyond building its main path,
 // over that build.
 void BM_SetPathFoldersWarm(benchmark::State& state) {
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     const auto host = MakeHost();
     const auto folders = tfsp::test::MainFolderIRIs(Tree());
     double total = 0;
@@ -115,7 +115,7 @@ storage::filefolderobserver::IFileFolderObserverFactory& Observers() {
 // watches of the folders on the path, "ancestor_watches" those set only for
 // the folders above them, so that moves and deletions there are seen.
 void BM_RefreshNothingChanged(benchmark::State& state) {
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     const auto host = MakeHost();
     for (auto _ : state) benchmark::DoNotOptimize(host->GetManager().Refresh(TrustObservers));
     state.counters["folder_watches"] = static_cast<double>(storage::filefolderobserver::testhooks::WatchCountForTesting(Observers()));
@@ -130,7 +130,7 @@ BENCHMARK(BM_RefreshNothingChanged)->Unit(benchmark::kMicrosecond);
 // The argument is the number of folders on the path (at most the tree's main
 // folders), the file going to the one in the middle.
 void BM_CreationToVisible(benchmark::State& state) {
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     const auto& all = Tree().mainFolders();
     const std::size_t count = std::min(static_cast<std::size_t>(state.range(0)), all.size());
     std::vector<foundation::storage::vfs::AbsoluteIRI> folders;
@@ -161,7 +161,7 @@ BENCHMARK(BM_CreationToVisible)->Arg(1)->Arg(2000)->Unit(benchmark::kMicrosecond
 // heard of it. "budget_ms" is one listing of that folder plus one build of
 // the main path; "percent_of_budget" the refresh over it.
 void BM_RefreshOneFileAdded(benchmark::State& state) {
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     const auto host = MakeHost();
     const std::string folder = Tree().mainFolders()[Tree().mainFolders().size() / 3];
     const auto iri = GetIRIFromString(fl::i18n::utf8_to_ustring(folder));

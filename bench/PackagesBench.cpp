@@ -87,7 +87,7 @@ registry::PackageDescription Package(const std::string& root) {
 // the rest; "build_ms", a build of the path of all main folders; and
 // "percent_of_build", the coordinator's work over that build.
 void BM_InstallOnePackage(benchmark::State& state) {
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     OrvianComponents::ComponentFeature::Set(true);
     OrvianComponents::GUPFeature::Set(true);
     const auto session = CreateSearchPathSession();

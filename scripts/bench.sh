@@ -48,6 +48,7 @@ FIGURES=(
   "figure|FindFirstInScope, main folders, name held by one folder|FacadeBench:BM_FindFirstInScope:cpu_time|ns|120"
   "figure|LookUpName, the facade's rule on the same path|FacadeBench:BM_LookUpName:cpu_time|ns|170"
   "figure|SearchPath::Find, the same name on the same path|FacadeBench:BM_SearchPathFind:cpu_time|ns|170"
+  "figure|the std::filesystem::path of that hit, made alone|FacadeBench:BM_ResultPathAlone:cpu_time|ns|-"
   "figure|SearchPath::Find, absent name|FacadeBench:BM_SearchPathFindAbsent:cpu_time|ns|100"
   "figure|SearchPath::Find, 1 thread|FacadeBench:BM_SearchPathFindThreads/threads:1:real_time|ns|-"
   "figure|SearchPath::Find, 8 threads at once, each|FacadeBench:BM_SearchPathFindThreads/threads:8:real_time|ns|-"

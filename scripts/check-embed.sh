@@ -40,9 +40,12 @@ run_embed() {  # BINARY
 }
 
 cmake --install "$BUILD" --prefix "$PREFIX" >/dev/null
-if find "$PREFIX" -name '*TestHooks*' | grep -q .; then
+# Test hooks stay in the source tree: no header of theirs, and no
+# declaration of one in an installed header.
+if find "$PREFIX" -name '*TestHooks*' | grep -q . || grep -rlE 'ForTesting\b' "$PREFIX/include" | grep -q .; then
   echo "test hooks are installed:" >&2
   find "$PREFIX" -name '*TestHooks*' >&2
+  grep -rlE 'ForTesting\b' "$PREFIX/include" >&2
   exit 1
 fi
 cmake -S "$ROOT/examples/embed" -B "$WORK/installed" -G Ninja --no-warn-unused-cli -DCMAKE_PREFIX_PATH="$PREFIX" \

@@ -70,7 +70,7 @@ protected:
     // A new process-wide factory, as in a process that starts afresh; folders
     // below the tree's "install" folder are frozen.
     IPathEntryFactory& FreshFactory() {
-        ProcessStore::resetForTesting();
+        ProcessStore::endAll();
         fl::filesystem::set_install_path(tree.upath("install"));
         return GetPathEntryFactory();
     }
@@ -150,7 +150,7 @@ TEST_F(ToolboxCacheTest, RandomTreesWrittenLoadBackToTheSameEntries) {
     for (int round = 0; round < 8; ++round) {
         SCOPED_TRACE(round);
         TempTree install("tfsp-cache-round");
-        ProcessStore::resetForTesting();
+        ProcessStore::endAll();
         fl::filesystem::set_install_path(install.upath(""));
         // A chain of special folders 90 levels deep (more than the reader
         // once took) in the first round, random folders in all.
@@ -184,7 +184,7 @@ TEST_F(ToolboxCacheTest, RandomTreesWrittenLoadBackToTheSameEntries) {
         EXPECT_TRUE(leftOut.empty());
         alive.clear();
 
-        ProcessStore::resetForTesting();
+        ProcessStore::endAll();
         fl::filesystem::set_install_path(install.upath(""));
         std::istringstream in(out.str());
         ASSERT_NO_THROW(GetPathEntryFactory().LoadToolboxCache(in, install.iri("toolbox")));

@@ -20,7 +20,7 @@ TEST(DiagnosticsThread, FatalSwitchResetsWithProcessScopeAndThreadNameIsCutForTh
     EXPECT_TRUE(fl_diag_terminate());
     foundation::core::diag::setFatalDiagnosticsEnabled(false);
     EXPECT_FALSE(fl_diag_terminate());
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     EXPECT_TRUE(fl_diag_terminate());
 
     std::thread([] {

@@ -42,7 +42,7 @@ TEST(FilesystemHelpers, NativeFormAndInstallPath) {
 
     set_install_path(u"/opt/env");
     EXPECT_EQ(get_install_path(), u"/opt/env");
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     EXPECT_EQ(get_install_path(), u"");
 }
 

@@ -124,7 +124,7 @@ TEST_F(ObserverTest, OverflowOrLostFactoryMakesLiveObserversReportChange) {
 
     // Observers outlive their factory; nobody reads their watch any more.
     auto watched = live("a");
-    ProcessStore::resetForTesting();
+    ProcessStore::endAll();
     EXPECT_TRUE(watched->hasChanged());
     EXPECT_FALSE(stillFrozen->hasChanged());
     watched.reset();
@@ -153,7 +153,7 @@ TEST_F(ObserverTest, UnchangedAnswerLastsOnlyUntilTheNextHappening) {
     unchanged(frozenBystander);
     auto stopped = live("s");
     unchanged(stopped);
-    ProcessStore::resetForTesting();
+    ProcessStore::endAll();
     EXPECT_TRUE(stopped->hasChanged()) << "nobody reads its watch any more";
 }
 

@@ -22,8 +22,8 @@ class ObserverFixture : public ::testing::Test {
 protected:
     using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
 
-    void SetUp() override { ProcessStore::resetForTesting(); }
-    void TearDown() override { ProcessStore::resetForTesting(); }
+    void SetUp() override { ProcessStore::endAll(); }
+    void TearDown() override { ProcessStore::endAll(); }
     static storage::filefolderobserver::IFileFolderObserverFactory& factory() {
         return storage::filefolderobserver::GetFileFolderObserverFactory(
             OrvianStorageSystem::GetStorageSystemReference());

@@ -93,7 +93,7 @@ TEST(StateStoreThread, ProcessScopeIsEverywhereEngineInstanceIsPerThread) {
         EXPECT_THROW(QvmStore::findOrInsert<Named>(QvmStore::getNextID(typeid(Named)), [] { return named("x"); }),
                      std::logic_error);
     }).join();
-    ProcessStore::resetForTesting();
+    ProcessStore::endAll();
     EXPECT_EQ(ProcessStore::find<Named>(id), nullptr);
 }
 

@@ -11,7 +11,7 @@ namespace tfsp::test {
 using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
 
 EngineFixture::EngineFixture() {
-    ProcessStore::resetForTesting();
+    ProcessStore::endAll();
     engine_ = std::make_unique<foundation::usm::EngineInstance>();
     current_.emplace(*engine_);
 }
@@ -20,7 +20,7 @@ EngineFixture::~EngineFixture() {
     // The instance ends first: its objects may still reach process-wide ones.
     current_.reset();
     engine_.reset();
-    ProcessStore::resetForTesting();
+    ProcessStore::endAll();
 }
 
 bool Eventually(const std::function<bool()>& condition, double seconds) {

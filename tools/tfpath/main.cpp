@@ -34,6 +34,6 @@ int main(int argc, char** argv) {
     // End the process-wide objects (the entry factory with the entries it
     // keeps, the observers' reader thread) in order, before static
     // destruction begins.
-    foundation::usm::Detail<foundation::usm::scope::Process>::resetForTesting();
+    foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     return status;
 }

@@ -28,14 +28,19 @@ std::filesystem::path PathOfIRI(const AbsoluteIRI& iri) {
 }
 
 // Made as one string and then one path: a path splits itself into its
-// components when made, which is most of what a hit costs here.
+// components when made, which is most of what a hit costs here, and the
+// pieces are converted straight into that string.
 std::filesystem::path PathOfItem(const FoundItem& found) {
     const PathItem& item = *found.GetPathItem();
-    ustring text = GetStringFromIRI(item.folderIRI);
-    if (text.empty() || text.back() != u'/') text += u'/';
-    text += item.stem;
-    text += item.extension;
-    return std::filesystem::path(fl::i18n::ustring_to_utf8(text));
+    const ustring& folder = item.folderIRI.getPath();
+    std::string text;
+    // Room for the names as they mostly are, ASCII.
+    text.reserve(folder.size() + 1 + item.stem.size() + item.extension.size());
+    fl::i18n::append_utf8(folder, text);
+    if (text.empty() || text.back() != '/') text += '/';
+    fl::i18n::append_utf8(item.stem, text);
+    fl::i18n::append_utf8(item.extension, text);
+    return std::filesystem::path(std::move(text));
 }
 
 // Relative folders are taken against the process's working folder; "." and

@@ -71,14 +71,15 @@ ustring utf8_to_ustring(std::string_view utf8) {
     return out;
 }
 
-std::string ustring_to_utf8(ustring_view text) {
+void append_utf8(ustring_view text, std::string& out) {
     // Paths are mostly ASCII: narrow the ASCII run at the start into room
     // made for all of it, and encode only from the first unit that isn't.
-    std::string out(text.size(), '\0');
+    const std::size_t start = out.size();
+    out.resize(start + text.size());
     std::size_t ascii = 0;
-    for (; ascii < text.size() && text[ascii] < 0x80; ++ascii) out[ascii] = static_cast<char>(text[ascii]);
-    if (ascii == text.size()) return out;
-    out.resize(ascii);
+    for (; ascii < text.size() && text[ascii] < 0x80; ++ascii) out[start + ascii] = static_cast<char>(text[ascii]);
+    if (ascii == text.size()) return;
+    out.resize(start + ascii);
     const char16_t* it = text.data() + ascii;
     const char16_t* const end = text.data() + text.size();
     while (it != end) {
@@ -86,18 +87,23 @@ std::string ustring_to_utf8(ustring_view text) {
             out += static_cast<char>(*it++);
             continue;
         }
-        const char16_t* const start = it;
+        const char16_t* const first = it;
         utf::code_point cp = utf::utf_traits<char16_t>::decode(it, end);
         if (cp == utf::illegal || cp == utf::incomplete) {
-            it = start + 1;  // a lone surrogate: the escape of a byte, or nothing a name can hold
-            if (is_escaped_byte(*start)) {
-                out += static_cast<char>(*start - kEscapedByteBase);
+            it = first + 1;  // a lone surrogate: the escape of a byte, or nothing a name can hold
+            if (is_escaped_byte(*first)) {
+                out += static_cast<char>(*first - kEscapedByteBase);
                 continue;
             }
             cp = 0xFFFD;
         }
         utf::utf_traits<char>::encode(cp, std::back_inserter(out));
     }
+}
+
+std::string ustring_to_utf8(ustring_view text) {
+    std::string out;
+    append_utf8(text, out);
     return out;
 }
 

@@ -41,6 +41,9 @@ ustring utf8_to_ustring(std::string_view utf8);
 // text never takes more units than bytes); gives the units written.
 std::size_t widen_utf8(std::string_view utf8, char16_t* out);
 std::string ustring_to_utf8(ustring_view text);
+// The same conversion, appended to `out`: a text made of several pieces is
+// converted into one string.
+void append_utf8(ustring_view text, std::string& out);
 
 // How many code units `a` and `b` have in common at their start. Texts that
 // agree on a long start, as names of one folder often do, are read four

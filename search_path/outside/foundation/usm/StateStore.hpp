@@ -2,9 +2,10 @@
 // The state store: every global of the system lives here, in one of two
 // scopes.
 //
-//  - scope::Process: one store for the whole process. Tests call
-//    Detail<scope::Process>::resetForTesting() so that nothing leaks from one
-//    test to the next.
+//  - scope::Process: one store for the whole process. Its objects end with
+//    Detail<scope::Process>::endAll(): a program calls it before it returns
+//    from main, and each test at its start and end, so that nothing leaks
+//    from one test to the next.
 //  - scope::Qvm: one store for each engine instance. An EngineInstance owns
 //    its store; a thread reaches it only while the instance is current on that
 //    thread (EngineInstance::MakeCurrent). Pool threads have no instance.
@@ -110,7 +111,12 @@ public:
         return insert(id, made);
     }
 
-    static void resetForTesting() { detail::requireStore(detail::storeFor<Scope>()).clear(); }
+    // Ends every object of the store, newest first; the next use makes them
+    // anew. For the process's store: what a program calls before it returns
+    // from main, once no other thread uses the library, so that objects with
+    // threads of their own (the observers' reader, say) end before static
+    // destruction begins.
+    static void endAll() { detail::requireStore(detail::storeFor<Scope>()).clear(); }
 };
 
 // One engine instance: owns the store of scope::Qvm.
