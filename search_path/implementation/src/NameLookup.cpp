@@ -23,6 +23,7 @@ bool IsIdentifier(ustring_view part) {
 
 // "pkg.sub.name" as "+pkg/+sub/name"; empty when `name` is not of that form.
 ustring PackagePathnameOfDottedName(const ustring& name) {
+    if (name.find(u'.') == ustring::npos) return {};  // most names: nothing to make
     ustring pathname;
     std::size_t start = 0;
     for (;;) {
@@ -51,10 +52,11 @@ std::vector<FoundItem> Query(const IPath& path, SearchScope scope, const detail:
 std::vector<FoundItem> LookUpName(const IPath& path, const ustring& name, const std::vector<ustring>& extensions,
                                   FilenameMatchingPolicy policy, bool all) {
     if (name.empty()) throw std::invalid_argument("an empty name finds nothing");
-    if (LastPathnameSeparator(name) == name.size() - 1)
+    const std::size_t lastSeparator = LastPathnameSeparator(name);
+    if (lastSeparator == name.size() - 1)
         throw std::invalid_argument("a name can't end in a separator: " + fl::i18n::ustring_to_utf8(name));
 
-    if (LastPathnameSeparator(name) != ustring::npos)
+    if (lastSeparator != ustring::npos)
         return Query(path, allEntryTypesScope, detail::SearchTarget(name, extensions), policy, all);
     if (const ustring packaged = PackagePathnameOfDottedName(name); !packaged.empty())
         return Query(path, kPackageTypes, detail::SearchTarget(packaged, extensions), policy, all);
