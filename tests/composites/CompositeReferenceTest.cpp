@@ -65,6 +65,9 @@ void ExpectSameAnswers(const IPath& path, const IPath& reference, const PathEntr
                 for (const auto& extensions : kExtensionLists) {
                     const detail::SearchTarget target(name, extensions);
                     EXPECT_SAME(FindFirstInScope(scope, target, policy)) << Utf8(name) << " policy " << policy;
+                    EXPECT_EQ(path.FindFirstViewInScope(scope, target, policy),
+                              ViewOf(path.FindFirstInScope(scope, target, policy)))
+                        << Utf8(name) << " policy " << policy;
                     EXPECT_SAME(FindAllInScope(scope, target, policy)) << Utf8(name) << " policy " << policy;
                 }
             for (const ustring& partial : partials) EXPECT_SAME(GetPartiallyMatchingEntries(scope, partial, policy)) << Utf8(partial);

@@ -56,6 +56,12 @@ TEST(FacadeFind, FollowsTheRuleForBareNamesAndReachesTheRestByPartialOrDottedNam
     // The dotted form reaches package functions, not methods or folders.
     EXPECT_EQ(searchPath.Find("Shape.area"), std::nullopt);
     EXPECT_EQ(searchPath.Find("geo.flat"), std::nullopt);
+
+    // Find borrows its hit from the snapshot, FindAll takes shares: one rule.
+    for (const char* name : {"Shape", "both", "area", "secret", "@Shape/area", "+geo/dist", "geo.flat.dot", "geo.1dist"}) {
+        const auto all = searchPath.FindAll(name);
+        EXPECT_EQ(searchPath.Find(name), all.empty() ? std::nullopt : Found(all.front())) << name;
+    }
 }
 
 TEST(FacadeFind, PrefersExtensionsInTheGivenOrderAndMatchesNamesByThePolicy) {

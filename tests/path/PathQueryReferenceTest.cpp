@@ -136,6 +136,9 @@ protected:
                     EXPECT_EQ(Describe(path->FindFirstInScope(scope, target, policy)),
                               Describe(WalkFindAll(scope, parts, stem, extensions, policy, true)))
                         << query;
+                    EXPECT_EQ(path->FindFirstViewInScope(scope, target, policy),
+                              ViewOf(path->FindFirstInScope(scope, target, policy)))
+                        << query;
                     EXPECT_EQ(Describe(path->FindAllInScope(scope, target, policy)),
                               Describe(WalkFindAll(scope, parts, stem, extensions, policy, false)))
                         << query;

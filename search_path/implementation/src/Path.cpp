@@ -454,6 +454,14 @@ struct FindFirstStrategy {
     // has the name, and the candidates behind it would be asked for nothing.
     static constexpr bool mayRunInParallel = false;
     static constexpr bool nearlyEveryCandidateAdds = false;
+    static constexpr bool firstOnly = true;
+};
+// The same, borrowed from the path.
+struct FindFirstViewStrategy {
+    using Result = FoundItemView;
+    static constexpr bool mayRunInParallel = false;
+    static constexpr bool nearlyEveryCandidateAdds = false;
+    static constexpr bool firstOnly = true;
 };
 struct FindAllStrategy {
     using Result = std::vector<FoundItem>;
@@ -462,12 +470,14 @@ struct FindAllStrategy {
     // The candidates of a name are the entries that hold its stem: nearly all
     // of them add an item, so room for one each saves the growth steps.
     static constexpr bool nearlyEveryCandidateAdds = true;
+    static constexpr bool firstOnly = false;
 };
 struct GetEntriesParallelizationStrategy {
     using Result = PathEntryVector;
     using Partial = PathEntryVector;
     static constexpr bool mayRunInParallel = true;
     static constexpr bool nearlyEveryCandidateAdds = false;
+    static constexpr bool firstOnly = false;
 };
 
 // The candidates of a stem: the entries that hold it, each with the place in
@@ -539,7 +549,7 @@ typename Strategy::Result ParallelInvokeCallbackOnEntries(const Candidates& cand
             if (scope.contains(EntryOf(candidate)->GetPathEntryType())) callback(candidate, result);
             // A first match is final: the candidates behind it can't change
             // the answer, and a common name has a thousand of them.
-            if constexpr (std::is_same_v<Strategy, FindFirstStrategy>)
+            if constexpr (Strategy::firstOnly)
                 if (result) break;
         }
         return result;
@@ -600,6 +610,20 @@ public:
         PathItemPointer item = own ? own->FindFirstIn(RunOf(*own, candidate), target_, policy_)
                                    : entry->FindFirst(target_, policy_);
         if (item && predicate_(entry)) result.emplace(std::move(item), entry);
+    }
+
+    template <class Candidate>
+    void operator()(const Candidate& candidate, FoundItemView& result) const {
+        const PathEntryPointer& entry = EntryOf(candidate);
+        const PathItem* item = nullptr;
+        if (const PathEntry* own = AsPathEntry(*entry)) {
+            if (const PathItemPointer* found = own->FindFirstPlaceIn(RunOf(*own, candidate), target_, policy_))
+                item = found->get();
+        } else {
+            // Another kind of entry hands out a share of an item it keeps.
+            item = entry->FindFirst(target_, policy_).get();
+        }
+        if (item && predicate_(entry)) result = {item, entry.get()};
     }
 
     template <class Candidate, class Sink>
@@ -970,6 +994,11 @@ PathEntryPointer Path::GetPathEntryFromAbsoluteIRI(const AbsoluteIRI& iri, Filen
 boost::optional<FoundItem> Path::FindFirstInScope(SearchScope scope, const detail::SearchTarget& target,
                                                   FilenameMatchingPolicy policy) const {
     return FindSearchTarget<FindFirstStrategy>(scope, target, policy);
+}
+
+FoundItemView Path::FindFirstViewInScope(SearchScope scope, const detail::SearchTarget& target,
+                                         FilenameMatchingPolicy policy) const {
+    return FindSearchTarget<FindFirstViewStrategy>(scope, target, policy);
 }
 
 std::vector<FoundItem> Path::FindAllInScope(SearchScope scope, const detail::SearchTarget& target,

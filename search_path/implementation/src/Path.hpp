@@ -200,6 +200,8 @@ public:
                                                  FilenameMatchingPolicy policy) const override;
     boost::optional<FoundItem> FindFirstInScope(SearchScope scope, const detail::SearchTarget& target,
                                                 FilenameMatchingPolicy policy) const override;
+    FoundItemView FindFirstViewInScope(SearchScope scope, const detail::SearchTarget& target,
+                                       FilenameMatchingPolicy policy) const override;
     std::vector<FoundItem> FindAllInScope(SearchScope scope, const detail::SearchTarget& target,
                                           FilenameMatchingPolicy policy) const override;
     bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;

@@ -151,12 +151,18 @@ PathItemPointer PathEntry::FindFirst(const detail::SearchTarget& target, Filenam
 
 PathItemPointer PathEntry::FindFirstIn(ItemRun run, const detail::SearchTarget& target,
                                        FilenameMatchingPolicy policy) const {
+    const PathItemPointer* found = FindFirstPlaceIn(run, target, policy);
+    return found ? *found : nullptr;
+}
+
+const PathItemPointer* PathEntry::FindFirstPlaceIn(ItemRun run, const detail::SearchTarget& target,
+                                                   FilenameMatchingPolicy policy) const {
     // Select the comparison first, so that a bad policy is caught even when
     // the folder has nothing by that name.
     const PolicyFilenameMatchers::Comparison matches = matchers.ComparisonFor(policy);
     for (const ustring& extension : target.extensions())
         for (const PathItemPointer& item : run)
-            if (matches(item->extension, extension) && matches(item->stem, target.name())) return item;
+            if (matches(item->extension, extension) && matches(item->stem, target.name())) return &item;
     return nullptr;
 }
 

@@ -79,6 +79,9 @@ public:
     ItemRun ItemsWithStemAt(std::size_t first, bool soleItem) const;
     // What FindFirst gives, among the items of `run`.
     PathItemPointer FindFirstIn(ItemRun run, const detail::SearchTarget& target, FilenameMatchingPolicy policy) const;
+    // The same item, as its place in this entry's list: no share taken.
+    const PathItemPointer* FindFirstPlaceIn(ItemRun run, const detail::SearchTarget& target,
+                                            FilenameMatchingPolicy policy) const;
     // What FindAll gives, among the items of `run`, in the same order, as
     // pointers into this entry's own item list: valid while the entry lives,
     // and no share is taken. A path's parallel query collects these on the

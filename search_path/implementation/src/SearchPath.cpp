@@ -30,8 +30,7 @@ std::filesystem::path PathOfIRI(const AbsoluteIRI& iri) {
 // Made as one string and then one path: a path splits itself into its
 // components when made, which is most of what a hit costs here, and the
 // pieces are converted straight into that string.
-std::filesystem::path PathOfItem(const FoundItem& found) {
-    const PathItem& item = *found.GetPathItem();
+std::filesystem::path PathOfItem(const PathItem& item) {
     const ustring& folder = item.folderIRI.getPath();
     std::string text;
     // Room for the names as they mostly are, ASCII.
@@ -360,10 +359,12 @@ std::vector<std::filesystem::path> SearchPath::Folders() const {
 std::optional<std::filesystem::path> SearchPath::Find(std::string_view name) const {
     Impl::Of(impl_);
     const Impl& impl = *impl_;
-    const std::vector<FoundItem> found = LookUpName(*Impl::CurrentSnapshot(impl_), fl::i18n::utf8_to_ustring(name),
-                                                    impl.extensions, impl.options.policy, false);
-    if (found.empty()) return std::nullopt;
-    return PathOfItem(found.front());
+    // Borrowed from this thread's snapshot, which stays while it is read: a
+    // hit takes no share, so threads that find at once write nothing shared.
+    const FoundItemView found = LookUpFirstName(*Impl::CurrentSnapshot(impl_), fl::i18n::utf8_to_ustring(name),
+                                                impl.extensions, impl.options.policy);
+    if (!found) return std::nullopt;
+    return PathOfItem(*found.item);
 }
 
 std::vector<std::filesystem::path> SearchPath::FindAll(std::string_view name) const {
@@ -373,7 +374,7 @@ std::vector<std::filesystem::path> SearchPath::FindAll(std::string_view name) co
                                                     impl.extensions, impl.options.policy, true);
     std::vector<std::filesystem::path> paths;
     paths.reserve(found.size());
-    for (const FoundItem& item : found) paths.push_back(PathOfItem(item));
+    for (const FoundItem& item : found) paths.push_back(PathOfItem(*item.GetPathItem()));
     return paths;
 }
 

@@ -40,6 +40,8 @@ public:
                                                 FilenameMatchingPolicy policy) const override;
     std::vector<FoundItem> FindAllInScope(SearchScope scope, const detail::SearchTarget& target,
                                           FilenameMatchingPolicy policy) const override;
+    FoundItemView FindFirstViewInScope(SearchScope scope, const detail::SearchTarget& target,
+                                       FilenameMatchingPolicy policy) const override;
     bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     // The walk of ForEachEntry: the visitor runs on the calling thread, one
     // entry at a time, which the contract allows.

@@ -33,6 +33,11 @@ public:
                                                         FilenameMatchingPolicy policy) const = 0;
     virtual std::vector<FoundItem> FindAllInScope(SearchScope scope, const detail::SearchTarget& target,
                                                   FilenameMatchingPolicy policy) const = 0;
+    // FindFirstInScope's answer, borrowed from this path (see FoundItemView).
+    // This default asks FindFirstInScope; a path that can answer without
+    // taking shares of what it holds does so.
+    virtual FoundItemView FindFirstViewInScope(SearchScope scope, const detail::SearchTarget& target,
+                                               FilenameMatchingPolicy policy) const;
     // Every entry of the path, children included, whose type is in scope,
     // until the visitor returns true.
     virtual bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const = 0;

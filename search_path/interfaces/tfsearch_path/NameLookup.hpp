@@ -21,4 +21,9 @@ namespace Thornfell::PathManagement {
 std::vector<FoundItem> LookUpName(const IPath& path, const ustring& name, const std::vector<ustring>& extensions,
                                   FilenameMatchingPolicy policy, bool all);
 
+// The first file of LookUpName, borrowed from `path` (see FoundItemView):
+// what many threads ask at once without writing anything they share.
+FoundItemView LookUpFirstName(const IPath& path, const ustring& name, const std::vector<ustring>& extensions,
+                              FilenameMatchingPolicy policy);
+
 } // namespace Thornfell::PathManagement

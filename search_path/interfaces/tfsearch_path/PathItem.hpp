@@ -67,6 +67,16 @@ private:
     std::shared_ptr<const IPathEntry> entry_;
 };
 
+// A query result borrowed from the path that gave it, valid while that path
+// lives: a path keeps its entries, and an entry its items. Taking it moves no
+// shared count, so lookups on many threads at once write nothing they share.
+struct FoundItemView {
+    const PathItem* item = nullptr;
+    const IPathEntry* entry = nullptr;
+    explicit operator bool() const { return item != nullptr; }
+    friend bool operator==(const FoundItemView&, const FoundItemView&) = default;
+};
+
 namespace detail {
 
 // What a query looks for: a stem (for path queries, possibly a partial

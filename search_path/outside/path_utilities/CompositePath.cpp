@@ -151,6 +151,20 @@ boost::optional<FoundItem> CompositePath::FindFirstInScope(SearchScope scope, co
     return boost::none;
 }
 
+FoundItemView CompositePath::FindFirstViewInScope(SearchScope scope, const detail::SearchTarget& target,
+                                                  FilenameMatchingPolicy policy) const {
+    for (const CompositePart& part : layout_->parts) {
+        const FoundItemView found = part.path->FindFirstViewInScope(scope, target, policy);
+        if (!found) continue;
+        if (detail::IsVisible(part, *found.entry)) return found;
+        // A hidden folder holds the first hit of this part, and no part in
+        // front holds the name: the search for the next visible one is
+        // FindFirstInScope's, which is rare enough to pay for the shares.
+        return IPath::FindFirstViewInScope(scope, target, policy);
+    }
+    return {};
+}
+
 std::vector<FoundItem> CompositePath::FindAllInScope(SearchScope scope, const detail::SearchTarget& target,
                                                      FilenameMatchingPolicy policy) const {
     return CollectVisible(layout_->parts,
