@@ -3,10 +3,7 @@
 # file's bytes as they were, and says why in one line; the temporary file of
 # a write fits beside any valid target name, and those of writers that ended
 # half-way are removed by the next write.
-#   check-cache-file.sh PATH_TO_TFPATH EXAMPLES_TREE
-set -uo pipefail
-TFPATH="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
-TREE="$(cd "$2" && pwd -P)"
+#   check-cache-file.sh PATH_TO_TFPATH EXAMPLES_DIR
 HERE="$(cd "$(dirname "$0")" && pwd)"
 source "$HERE/checks.sh"
 S="$CHECKS_SCRATCH"

@@ -4,15 +4,9 @@
 # 2) and which stream got the text; then the --json of every command that
 # prints data, parsed, with the fields the README documents.
 #   check-conventions.sh PATH_TO_TFPATH EXAMPLES_DIR
-set -uo pipefail
-TFPATH="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
-EXAMPLES="$(cd "$2" && pwd -P)"
 HERE="$(cd "$(dirname "$0")" && pwd)"
 source "$HERE/checks.sh"
 T="$TFPATH"
-TREE="$EXAMPLES/tree"
-CORE="$TREE/toolbox/core"
-EXTRA="$TREE/toolbox/extra"
 S="$CHECKS_SCRATCH"
 mkdir "$S/empty"
 printf '<Thornfell type="Path Cache File" version="2.0" date="x">\n <X/>' >"$S/bad.cache"

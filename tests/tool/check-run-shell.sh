@@ -5,14 +5,10 @@
 # FILE:LINE; help, quit and exit; a UTF-8 byte order mark in front of a
 # script or a package manifest is skipped.
 #   check-run-shell.sh PATH_TO_TFPATH EXAMPLES_DIR
-set -uo pipefail
-TFPATH="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
-EXAMPLES="$(cd "$2" && pwd -P)"
 HERE="$(cd "$(dirname "$0")" && pwd)"
 source "$HERE/checks.sh"
 S="$CHECKS_SCRATCH"
-TREE="$EXAMPLES/tree"
-HELLO="$TREE/toolbox/core/hello.tf"
+HELLO="$CORE/hello.tf"
 cd "$TREE" || exit 1
 
 # session LINES...: the lines as a script file, and as a pipe.

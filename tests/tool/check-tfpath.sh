@@ -1,15 +1,10 @@
 #!/usr/bin/env bash
 # End-to-end checks of tfpath on the example tree and on a scratch tree: what
 # the lookups, the host commands and the toolbox cache answer.
-#   check-tfpath.sh PATH_TO_TFPATH EXAMPLES_TREE
-set -uo pipefail
-TFPATH="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"  # some checks run elsewhere
-TREE="$(cd "$2" && pwd -P)"
+#   check-tfpath.sh PATH_TO_TFPATH EXAMPLES_DIR
 HERE="$(cd "$(dirname "$0")" && pwd)"
 source "$HERE/checks.sh"
 
-CORE="$TREE/toolbox/core"
-EXTRA="$TREE/toolbox/extra"
 expect "first folder wins" "$CORE/hello.tf" "$TFPATH" which hello "$TREE/project" "$CORE" "$EXTRA"
 expect "all in order" "$EXTRA/hello.tf
 $CORE/hello.tf" "$TFPATH" which --all hello "$EXTRA" "$CORE"
@@ -81,7 +76,7 @@ cp -r "$TREE/toolbox" "$SCRATCH/toolbox"
 TB="$SCRATCH/toolbox"
 expect_status "cache written" 0 "$TFPATH" cache write "$SCRATCH/tb.cache" --root "$TB"
 expect "cache counted" "9 folders, 16 files" "$TFPATH" cache check "$SCRATCH/tb.cache"
-expect "the shipped cache is the toolbox's" "9 folders, 16 files" "$TFPATH" cache check "$TREE/../tree.cache"
+expect "the shipped cache is the toolbox's" "9 folders, 16 files" "$TFPATH" cache check "$EXAMPLES/tree.cache"
 expect "a session writes the same cache" "9 folders, 16 files" bash -c \
   "printf 'path set $TB/core $TB/extra\\ncache write $SCRATCH/session.cache $TB\\n' | '$TFPATH' --root '$TB' run >/dev/null &&
    '$TFPATH' cache check '$SCRATCH/session.cache'"

@@ -5,8 +5,6 @@
 # script reads the one line it gives before making the next, so nothing
 # waits on time but the interval of the watch itself.
 #   check-watch.sh PATH_TO_TFPATH
-set -uo pipefail
-TFPATH="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
 HERE="$(cd "$(dirname "$0")" && pwd)"
 source "$HERE/checks.sh"
 S="$(cd "$CHECKS_SCRATCH" && pwd -P)"

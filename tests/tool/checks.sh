@@ -1,6 +1,18 @@
 # The checks that the tool's end-to-end scripts share; sourced, not run.
 # Each check counts, and prints what it wanted and what it got when it
-# fails; a script ends with `finish`, whose status is the verdict.
+# fails; a script ends with `finish`, whose status is the verdict. The
+# script's first argument is the tool, kept in TFPATH as an absolute path,
+# since checks run it from other folders; the second, where there is one,
+# the examples folder (EXAMPLES), with the example tree in TREE and its
+# toolbox folders in CORE and EXTRA.
+set -uo pipefail
+TFPATH="$(cd "$(dirname "${1:?path to the tfpath binary}")" && pwd)/$(basename "$1")"
+if [[ $# -gt 1 ]]; then
+  EXAMPLES="$(cd "$2" && pwd -P)"
+  TREE="$EXAMPLES/tree"
+  CORE="$TREE/toolbox/core"
+  EXTRA="$TREE/toolbox/extra"
+fi
 failures=0
 checks=0
 CHECKS_SCRATCH="$(mktemp -d)"
