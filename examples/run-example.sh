@@ -6,6 +6,7 @@ HERE="$(cd "$(dirname "$0")" && pwd)"
 TREE="$HERE/tree"
 run() { echo; echo "\$ tfpath $*"; "$TFPATH" "$@"; }
 
+run --version
 run ls "$TREE/toolbox/core"
 run entry "$TREE/toolbox/core"
 run entry --json "$TREE/project"
@@ -17,10 +18,12 @@ run which --ext .csv data "$TREE/toolbox/core"
 run which --ext .txt, README "$TREE/toolbox/core"
 run which --ext . notes "$TREE/toolbox/core"
 run which +geometry/+shapes/circle "$TREE/toolbox/core"
+run which geometry.shapes.circle "$TREE/toolbox/core"
+run which --json area "$TREE/toolbox/core" "$TREE/toolbox/extra"
 run which --scope method,uddclass lift "$TREE/toolbox/core"
 run path --cd "$TREE/project" "$TREE/toolbox/core" "$TREE/toolbox/extra"
 run --root "$TREE/toolbox" path --tree --cd "$TREE/toolbox/extra" "$TREE/toolbox/core" "$TREE/toolbox/extra"
-run which --cd "$TREE/project" localHelper "$TREE/toolbox/core"
+run which --cd "$TREE/project" private/localHelper "$TREE/toolbox/core"
 # The toolbox cache, written from examples/tree/toolbox by
 #   tfpath cache write examples/tree.cache --root examples/tree/toolbox
 # A lookup after the load lists no folder: the entries come from the file.

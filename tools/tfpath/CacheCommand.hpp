@@ -12,16 +12,18 @@
 
 namespace tfpath {
 
+// Both take absolute paths (a session makes its words absolute against its
+// own working folder) and throw BadInput with a one-line text that names
+// what is wrong: a root that is no folder, a file that can't be written or
+// read, the byte offset of a cache file's first fault.
+
 // Writes the cache of the entries alive below `root` in the process's entry
 // factory into `file`, replacing it whole; the folders left out go into
-// `leftOut`. Throws UnableToSaveToolboxCacheException when the file can't be
-// written.
+// `leftOut`. A failure leaves the file as it was.
 void WriteCacheFile(const std::string& file, const std::string& root, foundation::core::except::Notification& leftOut);
 
 // Loads `file` into the process's entry factory, names in it being relative
-// to `root`. Throws std::runtime_error naming the file and the byte offset
-// of its first fault, or the storage Exception when `root` can't be read;
-// the folders read before a fault stay loaded.
+// to `root`. The folders read before a fault stay loaded.
 void LoadCacheFile(const std::string& file, const std::string& root);
 
 struct CacheCheck {

@@ -11,12 +11,13 @@ namespace tfpath {
 
 using namespace Thornfell::PathManagement;
 
-EngineSession::EngineSession(const std::optional<std::string>& currentFolder, bool followCurrentFolder)
-    : session_(CreateSearchPathSession()) {
+EngineSession::EngineSession(const std::string& workingFolder, bool followCurrentFolder) {
+    if (!workingFolder.empty()) RequireFolder(workingFolder, "--cd " + workingFolder);
+    session_ = CreateSearchPathSession();
     host::setWarningHandler([](const resource_core::BaseMsgID& message) {
         std::cerr << "Warning: " << fl::i18n::MessageCatalog::formatUtf8(message) << "\n";
     });
-    if (currentFolder) session_->ChangeWorkingFolder(GetIRIFromString(AbsoluteFolderArgument(*currentFolder)));
+    if (!workingFolder.empty()) session_->ChangeWorkingFolder(GetIRIFromString(AbsoluteFolderArgument(workingFolder)));
     // The manager is made now, as a host makes it at start, so that every
     // later change (a script's first "cd", say) is one it follows.
     IMainSearchPathManager& made = manager();

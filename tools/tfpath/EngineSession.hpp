@@ -12,9 +12,10 @@ namespace tfpath {
 
 class EngineSession {
 public:
-    // Makes the instance current on this thread; with `currentFolder`, the
-    // working folder moves there first.
-    explicit EngineSession(const std::optional<std::string>& currentFolder, bool followCurrentFolder = true);
+    // Makes the instance current on this thread; with a `workingFolder` (a
+    // --cd argument; empty for the process's own), the working folder moves
+    // there first. Throws BadInput when it names no folder.
+    explicit EngineSession(const std::string& workingFolder, bool followCurrentFolder = true);
 
     Thornfell::PathManagement::IMainSearchPathManager& manager() { return session_->GetManager(); }
     // Puts the folders on the path; messages go to standard error. Returns

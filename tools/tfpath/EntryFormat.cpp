@@ -2,6 +2,7 @@
 
 #include "Commands.hpp"
 #include "JsonText.hpp"
+#include "Plural.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
 namespace tfpath {
@@ -20,6 +21,8 @@ const char* EntryTypeName(PathEntryType type) {
     return "Unknown";
 }
 
+std::string FolderPath(const IPathEntry& entry) { return ToUtf8(GetStringFromIRI(entry.GetIRI())); }
+
 std::string ItemPath(const PathItem& item) {
     ustring path = GetStringFromIRI(item.folderIRI);
     if (path.empty() || path.back() != u'/') path += u'/';
@@ -27,31 +30,33 @@ std::string ItemPath(const PathItem& item) {
 }
 
 namespace {
-nlohmann::ordered_json ChildrenToJson(const PathEntryList& children) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const auto& child : *children) list.push_back(EntryToJson(*child));
-    return list;
+
+// The folders right below an entry, in the order the tool shows them. A
+// private folder is its own private entry, and is not visited twice.
+template <class Visit>
+void ForEachChild(const IPathEntry& entry, Visit visit) {
+    for (const auto& child : *entry.GetPackageEntries()) visit(*child);
+    for (const auto& child : *entry.GetMethodEntries()) visit(*child);
+    for (const auto& child : *entry.GetUDDClassEntries()) visit(*child);
+    if (auto child = entry.GetPrivateEntry(); child && child.get() != &entry) visit(*child);
+    if (auto child = entry.GetResourcesEntry()) visit(*child);
 }
+
+nlohmann::ordered_json FolderJson(const IPathEntry& entry) {
+    return {{"folder", FolderPath(entry)}, {"type", EntryTypeName(entry.GetPathEntryType())}};
+}
+
 void PrintTree(std::ostream& out, const IPathEntry& entry, int depth) {
-    auto children = [&out, depth](const PathEntryList& list) {
-        for (const auto& child : *list) PrintTree(out, *child, depth + 1);
-    };
     if (depth > 0)
         out << std::string(2 * depth + 2, ' ') << ToUtf8(entry.GetIRI().getName()) << "  ["
             << EntryTypeName(entry.GetPathEntryType()) << "]\n";
-    children(entry.GetPackageEntries());
-    children(entry.GetMethodEntries());
-    children(entry.GetUDDClassEntries());
-    if (auto child = entry.GetPrivateEntry(); child && child.get() != &entry) PrintTree(out, *child, depth + 1);
-    if (auto child = entry.GetResourcesEntry()) PrintTree(out, *child, depth + 1);
+    ForEachChild(entry, [&](const IPathEntry& child) { PrintTree(out, child, depth + 1); });
 }
 
 nlohmann::ordered_json TreeJson(const IPathEntry& entry) {
     nlohmann::ordered_json children = nlohmann::ordered_json::array();
     entry.ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& child) {
-        if (child.get() != &entry)
-            children.push_back({{"folder", ToUtf8(GetStringFromIRI(child->GetIRI()))},
-                                {"type", EntryTypeName(child->GetPathEntryType())}});
+        if (child.get() != &entry) children.push_back(FolderJson(*child));
         return false;
     });
     return children;
@@ -60,32 +65,32 @@ nlohmann::ordered_json TreeJson(const IPathEntry& entry) {
 } // namespace
 
 nlohmann::ordered_json EntryToJson(const IPathEntry& entry) {
-    nlohmann::ordered_json items = nlohmann::ordered_json::array();
+    nlohmann::ordered_json files = nlohmann::ordered_json::array();
     for (const auto& item : *entry.GetPathItems())
-        items.push_back({{"stem", ToUtf8(item->stem)}, {"extension", ToUtf8(item->extension)}});
-    const auto privateEntry = entry.GetPrivateEntry();
-    const auto resourcesEntry = entry.GetResourcesEntry();
-    return {{"iri", ToUtf8(entry.GetIRI().toString())},
-            {"type", EntryTypeName(entry.GetPathEntryType())},
-            {"descriptor", ToUtf8(entry.GetDescriptor())},
-            {"items", std::move(items)},
-            {"packages", ChildrenToJson(entry.GetPackageEntries())},
-            {"methods", ChildrenToJson(entry.GetMethodEntries())},
-            {"uddClasses", ChildrenToJson(entry.GetUDDClassEntries())},
-            {"private", privateEntry ? EntryToJson(*privateEntry) : nlohmann::ordered_json(nullptr)},
-            {"resources", resourcesEntry ? EntryToJson(*resourcesEntry) : nlohmann::ordered_json(nullptr)}};
+        files.push_back({{"file", ItemPath(*item)},
+                         {"name", ToUtf8(item->FileName())},
+                         {"stem", ToUtf8(item->stem)},
+                         {"extension", ToUtf8(item->extension)}});
+    nlohmann::ordered_json children = nlohmann::ordered_json::array();
+    ForEachChild(entry, [&](const IPathEntry& child) { children.push_back(EntryToJson(child)); });
+    nlohmann::ordered_json object = FolderJson(entry);
+    object["files"] = std::move(files);
+    object["entries"] = std::move(children);
+    return object;
+}
+
+nlohmann::ordered_json FoundToJson(const FoundItem& found) {
+    nlohmann::ordered_json object{{"file", ItemPath(*found.GetPathItem())}};
+    object.update(FolderJson(*found.GetPathEntry()));
+    return object;
 }
 
 void PrintEntry(std::ostream& out, const IPathEntry& entry, int depth) {
     const std::string indent(2 * depth, ' ');
-    out << indent << ToUtf8(GetStringFromIRI(entry.GetIRI())) << "  [" << EntryTypeName(entry.GetPathEntryType())
-        << ", " << entry.GetPathItems()->size() << " files]\n";
+    out << indent << FolderPath(entry) << "  [" << EntryTypeName(entry.GetPathEntryType()) << ", "
+        << Counted(entry.GetPathItems()->size(), "file") << "]\n";
     for (const auto& item : *entry.GetPathItems()) out << indent << "    " << ToUtf8(item->FileName()) << "\n";
-    for (const auto& child : *entry.GetPackageEntries()) PrintEntry(out, *child, depth + 1);
-    for (const auto& child : *entry.GetMethodEntries()) PrintEntry(out, *child, depth + 1);
-    for (const auto& child : *entry.GetUDDClassEntries()) PrintEntry(out, *child, depth + 1);
-    if (auto child = entry.GetPrivateEntry()) PrintEntry(out, *child, depth + 1);
-    if (auto child = entry.GetResourcesEntry()) PrintEntry(out, *child, depth + 1);
+    ForEachChild(entry, [&](const IPathEntry& child) { PrintEntry(out, child, depth + 1); });
 }
 
 void PrintSearchPath(std::ostream& out, const IPath& path, bool tree, bool json) {
@@ -93,19 +98,18 @@ void PrintSearchPath(std::ostream& out, const IPath& path, bool tree, bool json)
     if (json) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const auto& entry : *mainEntries) {
-            nlohmann::ordered_json item{{"folder", ToUtf8(GetStringFromIRI(entry->GetIRI()))},
-                                        {"type", EntryTypeName(entry->GetPathEntryType())}};
+            nlohmann::ordered_json item = FolderJson(*entry);
             if (tree) item["entries"] = TreeJson(*entry);
             list.push_back(std::move(item));
         }
         out << JsonText(list, 2) << "\n";
         return;
     }
-    out << "search path, " << mainEntries->size() << " folders:\n";
+    out << "search path, " << Counted(mainEntries->size(), "folder") << ":\n";
     std::size_t position = 0;
     for (const auto& entry : *mainEntries) {
-        out << "  " << ++position << "  " << ToUtf8(GetStringFromIRI(entry->GetIRI())) << "  ["
-            << EntryTypeName(entry->GetPathEntryType()) << "]\n";
+        out << "  " << ++position << "  " << FolderPath(*entry) << "  [" << EntryTypeName(entry->GetPathEntryType())
+            << "]\n";
         if (tree) PrintTree(out, *entry, 0);
     }
 }

@@ -1,10 +1,8 @@
 #include "HostArrays.hpp"
 
+#include "ExitStatus.hpp"
+
 #include "fl/i18n/MessageCatalog.hpp"
-
-#include <CLI/CLI.hpp>
-
-#include <iostream>
 
 namespace tfpath {
 
@@ -27,9 +25,7 @@ void RunHostCommand(const std::function<void()>& command) {
     try {
         command();
     } catch (const foundation::core::except::MessageException& e) {
-        std::cout << std::flush;
-        std::cerr << "tfpath: " << Describe(e) << "\n";
-        throw CLI::RuntimeError(1);
+        throw BadInput(Describe(e));
     }
 }
 

@@ -17,8 +17,8 @@ std::string TextOf(const qvArray_tag* array);
 // "IDENTIFIER: the catalogue's text".
 std::string Describe(const foundation::core::except::MessageException& exception);
 
-// Runs a command; a message it raises is printed to standard error as the
-// host would show it, and ends the tool with status 1.
+// Runs a command; a message it raises ends the tool with status 2 (the
+// host refuses the input), printed on standard error as the host shows it.
 void RunHostCommand(const std::function<void()>& command);
 
 } // namespace tfpath

@@ -4,8 +4,10 @@
 //   package install DIR        the package whose manifest is in DIR
 //   package update NAME DIR    NAME (or NAME@VERSION) replaced by the package in DIR
 //   package remove NAME
-//   package list               name, version, managed, on the path or not, root
+//   package list [--json]      name, version, managed, on the path or not, root
 #include "PackageCommand.hpp"
+
+#include "JsonText.hpp"
 
 #include "tfsearch_path/PackagesOnPathCoordinator.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
@@ -20,25 +22,34 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-std::string Native(ScriptSession& session, const std::string& word) {
-    return fl::i18n::ustring_to_utf8(session.FolderIRI(word).getPath());
-}
-
 std::string IdentifierText(const OrvianComponents::ComponentIdentifier& id) {
     return fl::i18n::ustring_to_utf8(id.GetName()) + "@" + id.GetVersion().toString();
 }
 
-void ListPackages(ScriptSession& session) {
+// [{"name", "version", "managed", "onPath", "folder"}], the folder being
+// the package's root; as text, one package a line.
+void ListPackages(ScriptSession& session, bool json) {
     const auto installed = registry::GetPackageRegistrar().GetRegistry();
     const auto mainPath = session.manager().GetMainPath();
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
     const auto ids = installed->GetPackages(nullptr);
     for (const auto& id : *ids) {
         const auto package = installed->GetPackage(id);
-        session.out() << "package " << fl::i18n::ustring_to_utf8(id.GetName()) << " " << id.GetVersion().toString()
-                      << (package->IsManaged() ? " managed" : " unmanaged")
-                      << (mainPath->GetPathEntryFromAbsoluteIRI(package->GetRoot()) ? " on-path " : " off-path ")
-                      << fl::i18n::ustring_to_utf8(GetStringFromIRI(package->GetRoot())) << "\n";
+        list.push_back({{"name", fl::i18n::ustring_to_utf8(id.GetName())},
+                        {"version", id.GetVersion().toString()},
+                        {"managed", package->IsManaged()},
+                        {"onPath", mainPath->GetPathEntryFromAbsoluteIRI(package->GetRoot()) != nullptr},
+                        {"folder", fl::i18n::ustring_to_utf8(GetStringFromIRI(package->GetRoot()))}});
     }
+    if (json) {
+        session.out() << JsonText(list, 2) << "\n";
+        return;
+    }
+    for (const auto& package : list)
+        session.out() << "package " << package["name"].get<std::string>() << " " << package["version"].get<std::string>()
+                      << (package["managed"].get<bool>() ? " managed" : " unmanaged")
+                      << (package["onPath"].get<bool>() ? " on-path " : " off-path ")
+                      << package["folder"].get<std::string>() << "\n";
 }
 
 // One change of the registry. A refused change leaves registry and path as
@@ -62,26 +73,28 @@ void ChangeRegistry(ScriptSession& session, const std::string& done,
 }
 
 void PackageCommand(ScriptSession& session, Words words) {
+    const bool json = TakeFlag(words, "--json");
     RefuseOptions(words, "package");
     const std::string sub = words.empty() ? "" : words[0];
+    if (json && sub != "list") throw SessionError("package " + sub + ": unknown option '--json'");
     const auto expect = [&](std::size_t count, const std::string& usage) {
         if (words.size() != count + 1) throw SessionError("usage: package " + sub + usage);
     };
     if (sub == "install") {
         expect(1, " DIR");
-        const std::string folder = Native(session, words[1]);
+        const std::string folder = session.NativePath(words[1]);
         ChangeRegistry(session, "installed", [&](auto& r) { return registry::InstallPackageFromFolder(r, folder); });
     } else if (sub == "update") {
         expect(2, " NAME DIR");
-        const std::string folder = Native(session, words[2]);
+        const std::string folder = session.NativePath(words[2]);
         ChangeRegistry(session, "updated to",
                        [&](auto& r) { return registry::UpdatePackageFromFolder(r, words[1], folder); });
     } else if (sub == "remove") {
         expect(1, " NAME");
         ChangeRegistry(session, "removed", [&](auto& r) { return registry::RemoveInstalledPackage(r, words[1]); });
     } else if (sub == "list") {
-        expect(0, "");
-        ListPackages(session);
+        expect(0, " [--json]");
+        ListPackages(session, json);
     } else {
         throw SessionError("package: expected install, update, remove or list");
     }
@@ -89,6 +102,12 @@ void PackageCommand(ScriptSession& session, Words words) {
 
 } // namespace
 
-void AddPackageSessionCommands(SessionCommandTable& table) { table.emplace("package", PackageCommand); }
+void AddPackageSessionCommands(SessionCommandTable& table) {
+    table["package"] = {PackageCommand,
+                        {{"package install DIR", "the package whose package.manifest is in DIR"},
+                         {"package update NAME[@VERSION] DIR", "replaced by the package in DIR"},
+                         {"package remove NAME[@VERSION]", "the package uninstalled"},
+                         {"package list [--json]", "name, version, managed, on the path or not, root"}}};
+}
 
 } // namespace tfpath

@@ -27,7 +27,8 @@ void AddPathCommand(CLI::App& app, const GlobalOptions& global) {
     command->add_flag("--json", options->json, "print JSON");
     command->callback([options, &global] {
         ApplyGlobalOptions(global);
-        EngineSession session(options->cd.empty() ? std::nullopt : std::optional(options->cd), !options->noCurrentFolder);
+        RequireFolders(options->folders);
+        EngineSession session(options->cd, !options->noCurrentFolder);
         session.SetPathFolders(options->folders);
         PrintSearchPath(std::cout, *session.manager().GetSearchPath(), options->tree, options->json);
     });

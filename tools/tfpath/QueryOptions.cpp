@@ -1,6 +1,10 @@
 #include "QueryOptions.hpp"
 
 #include "EntryFormat.hpp"
+#include "ExitStatus.hpp"
+#include "JsonText.hpp"
+
+#include "tfsearch_path/NameLookup.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -38,24 +42,47 @@ std::vector<PathEntryType> ParseScope(const std::string& text) {
         bool known = false;
         for (const auto& [word, type] : names)
             if (name == word) scope.push_back(type), known = true;
-        if (!known && !name.empty()) throw CLI::ValidationError("--scope", "unknown entry type '" + name + "'");
+        if (!known && !name.empty())
+            throw CLI::ValidationError("--scope", "unknown entry type '" + name + "' (known: " + kEntryTypeNames + ")");
         start = comma + 1;
     }
     return scope;
 }
 
-std::vector<std::string> FindFiles(const IPath& path, const NameQuery& query) {
-    const detail::SearchTarget target(fl::i18n::utf8_to_ustring(query.name), ParseExtensions(query.extensions));
+std::vector<FoundItem> FindFiles(const IPath& path, const NameQuery& query) {
+    const ustring name = fl::i18n::utf8_to_ustring(query.name);
+    const std::vector<ustring> extensions = ParseExtensions(query.extensions);
     const FilenameMatchingPolicy policy = ParsePolicy(query.policy);
-    const std::vector<PathEntryType> types = ParseScope(query.scope);
-    const SearchScope scope(types.data(), types.data() + types.size());
-    std::vector<std::string> found;
-    if (query.all) {
-        for (const auto& hit : path.FindAllInScope(scope, target, policy)) found.push_back(ItemPath(*hit.GetPathItem()));
-    } else if (auto hit = path.FindFirstInScope(scope, target, policy)) {
-        found.push_back(ItemPath(*hit->GetPathItem()));
+    if (!query.scope) {
+        try {
+            return LookUpName(path, name, extensions, policy, query.all);
+        } catch (const std::invalid_argument& e) {
+            throw BadInput(e.what());
+        }
     }
+    const std::vector<PathEntryType> types = ParseScope(*query.scope);
+    const SearchScope scope(types.data(), types.data() + types.size());
+    const detail::SearchTarget target(name, extensions);
+    if (query.all) return path.FindAllInScope(scope, target, policy);
+    std::vector<FoundItem> found;
+    if (auto hit = path.FindFirstInScope(scope, target, policy)) found.push_back(std::move(*hit));
     return found;
+}
+
+void PrintFound(std::ostream& out, const std::vector<FoundItem>& found, bool all, bool json) {
+    if (!json) {
+        for (const auto& hit : found) out << ItemPath(*hit.GetPathItem()) << "\n";
+        return;
+    }
+    nlohmann::ordered_json value = all ? nlohmann::ordered_json::array() : nlohmann::ordered_json(nullptr);
+    for (const auto& hit : found) {
+        if (!all) {
+            value = FoundToJson(hit);
+            break;
+        }
+        value.push_back(FoundToJson(hit));
+    }
+    out << JsonText(value, 2) << "\n";
 }
 
 } // namespace tfpath

@@ -12,7 +12,7 @@ namespace tfpath {
 
 using namespace Thornfell::PathManagement;
 
-ScriptSession::ScriptSession(std::ostream& out) : out_(out), engine_(std::nullopt) {
+ScriptSession::ScriptSession(std::ostream& out, std::ostream& err) : out_(out), err_(err), engine_("") {
     host::setWarningHandler([this](const resource_core::BaseMsgID& message) { Report(message); });
 }
 
@@ -23,12 +23,21 @@ ScriptSession::~ScriptSession() {
     mementos_.clear();
 }
 
+std::ostream& ScriptSession::err() {
+    out_ << std::flush;
+    return err_;
+}
+
 foundation::storage::vfs::AbsoluteIRI ScriptSession::FolderIRI(const std::string& word) const {
     return Thornfell::current_working_folder::GetCurrentWorkingFolder().absolutize(fl::i18n::utf8_to_ustring(word));
 }
 
+std::string ScriptSession::NativePath(const std::string& word) const {
+    return fl::i18n::ustring_to_utf8(FolderIRI(word).getPath());
+}
+
 void ScriptSession::Report(const resource_core::BaseMsgID& message) {
-    out_ << "message " << message.getIdentifier() << ": " << fl::i18n::MessageCatalog::formatUtf8(message) << "\n";
+    err() << "message " << message.getIdentifier() << ": " << fl::i18n::MessageCatalog::formatUtf8(message) << "\n";
 }
 
 void ScriptSession::Report(const foundation::core::except::Notification& notification) {

@@ -4,8 +4,9 @@
 // mementos, whether events are shown).
 //
 // Commands come in groups, each in a source of its own that fills the
-// table through its Add...SessionCommands function; the loop of `tfpath run`
-// only looks a command's first word up in the table.
+// table through its Add...SessionCommands function, with a line of help for
+// each; the loop of `tfpath run` only looks a command's first word up in the
+// table.
 #include "EngineSession.hpp"
 #include "resource_core/BaseMsgID.hpp"
 
@@ -27,18 +28,24 @@ public:
 
 class ScriptSession {
 public:
-    // Soft messages, warnings and events go to `out`.
-    explicit ScriptSession(std::ostream& out);
+    // Answers and events go to `out`; soft messages, warnings and notes to
+    // `err`.
+    ScriptSession(std::ostream& out, std::ostream& err);
     ~ScriptSession();
     ScriptSession(const ScriptSession&) = delete;
     ScriptSession& operator=(const ScriptSession&) = delete;
 
     Thornfell::PathManagement::IMainSearchPathManager& manager() { return engine_.manager(); }
     std::ostream& out() { return out_; }
+    // `err`, once what went to `out` has been flushed, so that the two keep
+    // their order where they meet (2>&1, a terminal).
+    std::ostream& err();
 
-    // A folder word as the host takes it: relative to the working folder.
+    // A folder or file word as the host takes it: relative to the working
+    // folder; as an IRI, or as a native path.
     foundation::storage::vfs::AbsoluteIRI FolderIRI(const std::string& word) const;
-    // "message IDENTIFIER: text", with the text from the catalogue.
+    std::string NativePath(const std::string& word) const;
+    // "message IDENTIFIER: text" on `err`, with the text from the catalogue.
     void Report(const resource_core::BaseMsgID& message);
     void Report(const foundation::core::except::Notification& notification);
     // Hands the whole list to the manager and reports what it says.
@@ -50,8 +57,14 @@ public:
     std::vector<std::shared_ptr<void>>& policyHandles() { return policyHandles_; }
     std::map<std::string, std::shared_ptr<Thornfell::PathManagement::PathMemento>>& mementos() { return mementos_; }
 
+    // quit and exit: the loop reads no further line.
+    void End() { ended_ = true; }
+    bool Ended() const { return ended_; }
+
 private:
     std::ostream& out_;
+    std::ostream& err_;
+    bool ended_ = false;
     EngineSession engine_;
     foundation::msg_svc::eventmgr::ScopedConnection events_;
     // Released before the manager: a handle must not outlive it.
@@ -61,7 +74,16 @@ private:
 
 // A command: the session and the words after the command's name.
 using SessionCommand = std::function<void(ScriptSession&, const std::vector<std::string>& words)>;
-using SessionCommandTable = std::map<std::string, SessionCommand>;
+// A line of the session's help: a form of a command and what it does.
+struct SessionHelpLine {
+    std::string usage;    // "cd DIR"
+    std::string summary;  // "change the working folder"
+};
+struct SessionCommandEntry {
+    SessionCommand run;
+    std::vector<SessionHelpLine> help;  // one line for each form
+};
+using SessionCommandTable = std::map<std::string, SessionCommandEntry>;
 
 // path, cd, which, refresh, events, policy, memento.
 void AddPathSessionCommands(SessionCommandTable& table);

@@ -44,6 +44,9 @@ void PackagesAfter(ScriptSession& session, const std::vector<std::string>& words
 
 } // namespace
 
-void AddHostSessionCommands(SessionCommandTable& table) { table["packages-after"] = PackagesAfter; }
+void AddHostSessionCommands(SessionCommandTable& table) {
+    table["packages-after"] = {
+        PackagesAfter, {{"packages-after STAMP", "folders of the packages installed after STAMP (--feature zpm)"}}};
+}
 
 } // namespace tfpath

@@ -89,7 +89,7 @@ void PathCommand(ScriptSession& session, Words words) {
         RefuseOptions(words, "path remove");
         std::vector<AbsoluteIRI> notOnPath;
         const auto rest = PathWithout(session, FolderArguments(session, words, 1, "path remove"), &notOnPath);
-        for (const auto& folder : notOnPath) session.out() << "note: " << ToUtf8(GetStringFromIRI(folder)) << " is not on the path\n";
+        for (const auto& folder : notOnPath) session.err() << "note: " << ToUtf8(GetStringFromIRI(folder)) << " is not on the path\n";
         session.SetPathFolders(rest);
     } else if (sub == "show") {
         const bool tree = TakeFlag(words, "--tree");
@@ -121,20 +121,24 @@ void CdCommand(ScriptSession& session, const Words& words) {
 void WhichCommand(ScriptSession& session, Words words) {
     NameQuery query;
     if (auto value = TakeOption(words, "--ext")) query.extensions = *value;
-    if (auto value = TakeOption(words, "--scope")) query.scope = *value;
+    if (auto value = TakeOption(words, "--scope")) {
+        ParseScope(*value);
+        query.scope = *value;
+    }
     query.all = TakeFlag(words, "--all");
+    const bool json = TakeFlag(words, "--json");
     RefuseOptions(words, "which");
     query.name = Word(words, 0, "name");
     NoMoreWords(words, 1, "which");
     const auto found = FindFiles(*session.manager().GetSearchPath(), query);
-    if (found.empty()) session.out() << "'" << query.name << "' not found\n";
-    for (const auto& file : found) session.out() << file << "\n";
+    PrintFound(session.out(), found, query.all, json);
+    if (found.empty()) session.err() << "'" << query.name << "' not found\n";
 }
 
 void RefreshCommand(ScriptSession& session, Words words) {
     const bool all = TakeFlag(words, "--all");
     NoMoreWords(words, 0, "refresh");
-    if (!session.manager().Refresh(all ? ForceRefresh : TrustObservers)) session.out() << "refresh: not done now\n";
+    if (!session.manager().Refresh(all ? ForceRefresh : TrustObservers)) session.err() << "refresh: not done now\n";
 }
 
 void EventsCommand(ScriptSession& session, const Words& words) {
@@ -185,13 +189,21 @@ void MementoCommand(ScriptSession& session, const Words& words) {
 } // namespace
 
 void AddPathSessionCommands(SessionCommandTable& table) {
-    table["path"] = PathCommand;
-    table["cd"] = CdCommand;
-    table["which"] = WhichCommand;
-    table["refresh"] = RefreshCommand;
-    table["events"] = EventsCommand;
-    table["policy"] = PolicyCommand;
-    table["memento"] = MementoCommand;
+    table["path"] = {PathCommand,
+                     {{"path set DIR...", "a whole new list of folders, as a host works it out"},
+                      {"path add [--end] DIR...", "folders put at the front (--end: at the back)"},
+                      {"path remove DIR...", "folders taken off the path"},
+                      {"path show [--tree] [--json]", "the search path"},
+                      {"path folders", "the path as it was written"}}};
+    table["cd"] = {CdCommand, {{"cd DIR", "the working folder, which stands first on the search path"}}};
+    table["which"] = {WhichCommand,
+                      {{"which NAME [--ext .a,.b] [--scope T,...] [--all] [--json]", "the file NAME stands for"}}};
+    table["refresh"] = {RefreshCommand, {{"refresh [--all]", "take in what changed on disk (--all: every folder)"}}};
+    table["events"] = {EventsCommand, {{"events on|off", "print each stage of each path change"}}};
+    table["policy"] = {PolicyCommand,
+                       {{"policy fixed|mutable", "the mutability policy"},
+                        {"policy push fixed|mutable | pop", "a policy for a while, and back"}}};
+    table["memento"] = {MementoCommand, {{"memento save|restore NAME", "save the path, or go back to it"}}};
 }
 
 } // namespace tfpath

@@ -24,7 +24,9 @@ private:
 // Writes the factory's cache of the folders below `root` into `cacheFile`,
 // whole or not at all: it is written beside the file under another name and
 // then renamed into place, so a reader never meets a half-written cache and
-// an earlier file stays as it was when anything fails. Throws
+// an earlier file stays as it was when anything fails. The other name is
+// short and of fixed length; temporary files that writers killed half-way
+// left in that folder are removed first. Throws
 // UnableToSaveToolboxCacheException when the file can't be written;
 // std::bad_alloc passes as it is. The folders left out go into `leftOut`, if
 // given (IPathEntryFactory::WriteToolboxCache).

@@ -2,14 +2,21 @@
 
 #include "tfsearch_path/IPathEntryFactory.hpp"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <new>
+#include <optional>
+#include <string_view>
 
 namespace Thornfell::PathManagement {
 
@@ -17,20 +24,72 @@ namespace {
 
 std::string ErrnoText(int error) { return std::strerror(error); }
 
-// A file name beside the target that no other writer uses: the process id
-// and a counter, made with O_EXCL so that a leftover of a crashed writer is
-// never reused. The mode is that of any new file (0666 under the umask).
+std::string FolderOf(const std::string& path) {
+    const auto slash = path.rfind('/');
+    return slash == 0 || slash == std::string::npos ? std::string("/") : path.substr(0, slash);
+}
+
+// Temporary files are ".tfcache-PPPPPPPP-NNNNNNNN.tmp": the writer's process
+// id and a counter, in hexadecimal. The name is short and of fixed length so
+// that it fits in the folder whenever the target's own name does.
+constexpr std::string_view kTemporaryPrefix = ".tfcache-";
+constexpr std::string_view kTemporarySuffix = ".tmp";
+constexpr std::size_t kTemporaryNameSize = kTemporaryPrefix.size() + 8 + 1 + 8 + kTemporarySuffix.size();
+
+std::string TemporaryName(std::uint32_t process, std::uint32_t counter) {
+    char name[kTemporaryNameSize + 1];
+    std::snprintf(name, sizeof name, "%.*s%08x-%08x%.*s", static_cast<int>(kTemporaryPrefix.size()),
+                  kTemporaryPrefix.data(), process, counter, static_cast<int>(kTemporarySuffix.size()),
+                  kTemporarySuffix.data());
+    return name;
+}
+
+// The process that made a temporary file of ours, if `name` is one.
+std::optional<pid_t> WriterOfTemporary(std::string_view name) {
+    if (name.size() != kTemporaryNameSize || !name.starts_with(kTemporaryPrefix) || !name.ends_with(kTemporarySuffix) ||
+        name[kTemporaryPrefix.size() + 8] != '-')
+        return std::nullopt;
+    std::uint32_t process = 0, counter = 0;
+    const char* first = name.data() + kTemporaryPrefix.size();
+    const auto [end, error] = std::from_chars(first, first + 8, process, 16);
+    const auto [counterEnd, counterError] = std::from_chars(first + 9, first + 17, counter, 16);
+    if (error != std::errc() || end != first + 8 || counterError != std::errc() || counterEnd != first + 17)
+        return std::nullopt;
+    return static_cast<pid_t>(process);
+}
+
+// A writer killed half-way leaves its temporary file behind; the next write
+// into the folder removes those of processes that no longer exist. A process
+// of another pid namespace that shares the folder looks dead from here: its
+// file may go, and its write then fails at the rename rather than losing a
+// good cache.
+void RemoveTemporariesOfEndedWriters(const std::string& folder) {
+    DIR* listing = ::opendir(folder.c_str());
+    if (!listing) return;
+    while (const dirent* item = ::readdir(listing)) {
+        const auto writer = WriterOfTemporary(item->d_name);
+        if (writer && *writer != ::getpid() && ::kill(*writer, 0) != 0 && errno == ESRCH)
+            ::unlinkat(::dirfd(listing), item->d_name, 0);
+    }
+    ::closedir(listing);
+}
+
+// A file beside the target that no other writer uses, made with O_EXCL so
+// that a leftover is never reused. The mode is that of any new file (0666
+// under the umask).
 std::string CreateTemporaryBeside(const std::string& target) {
-    static std::atomic<unsigned> counter{0};
+    static std::atomic<std::uint32_t> counter{0};
+    const std::string folder = FolderOf(target);
+    RemoveTemporariesOfEndedWriters(folder);
     for (int attempt = 0;; ++attempt) {
-        std::string name = target + ".tmp" + std::to_string(::getpid()) + "." + std::to_string(counter++);
+        std::string name = folder + "/" + TemporaryName(static_cast<std::uint32_t>(::getpid()), counter++);
         const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd >= 0) {
             ::close(fd);
             return name;
         }
         if (errno != EEXIST || attempt == 100)
-            throw UnableToSaveToolboxCacheException("can't create a file beside " + target + ": " + ErrnoText(errno));
+            throw UnableToSaveToolboxCacheException("can't create a file in " + folder + ": " + ErrnoText(errno));
     }
 }
 
@@ -42,11 +101,6 @@ bool SyncToDisk(const std::string& path, int flags) {
     const bool synced = ::fsync(fd) == 0 || errno == EINVAL;  // some file systems can't sync a folder
     ::close(fd);
     return synced;
-}
-
-std::string FolderOf(const std::string& path) {
-    const auto slash = path.rfind('/');
-    return slash == 0 || slash == std::string::npos ? std::string("/") : path.substr(0, slash);
 }
 
 } // namespace

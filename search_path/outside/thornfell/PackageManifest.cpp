@@ -1,5 +1,7 @@
 #include "thornfell/PackageManifest.hpp"
 
+#include "fl/i18n/TextConverters.hpp"
+
 #include <boost/uuid/name_generator_sha1.hpp>
 #include <boost/uuid/nil_generator.hpp>
 
@@ -37,7 +39,7 @@ public:
         std::string text;
         while (std::getline(in, text)) {
             ++line_;
-            const std::string_view content = trim(text);
+            const std::string_view content = trim(line_ == 1 ? fl::i18n::without_utf8_bom(text) : text);
             if (content.empty() || content.front() == '#') continue;
             readLine(content);
         }

@@ -48,4 +48,9 @@ std::string codecvt_ustring_to_string::operator()(ustring_view text) const {
     return bytes;
 }
 
+std::string_view without_utf8_bom(std::string_view firstLine) {
+    constexpr std::string_view bom = "\xEF\xBB\xBF";
+    return firstLine.starts_with(bom) ? firstLine.substr(bom.size()) : firstLine;
+}
+
 } // namespace fl::i18n

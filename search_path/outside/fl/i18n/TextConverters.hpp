@@ -39,4 +39,10 @@ private:
     bool substituteInvalid_;
 };
 
+// The first line of a text file without the UTF-8 byte order mark that some
+// editors put in front of it (a line that doesn't start with one comes back
+// as it is). Files that a person writes are read through this; the toolbox
+// cache, whose format is fixed to the byte, is not.
+std::string_view without_utf8_bom(std::string_view firstLine);
+
 } // namespace fl::i18n
