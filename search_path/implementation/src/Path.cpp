@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cassert>
 #include <functional>
 #include <iterator>
 #include <type_traits>
@@ -161,6 +162,11 @@ std::unique_ptr<PathEntryBasenameToPathEntriesMap> CreatePathEntryBasenameToPath
         InsertSlotInPathOrder(accessor->second, slot);
     });
     map->rehash(0);
+    // The queries give their results in the order of these lists.
+    assert(std::all_of(map->begin(), map->end(), [](const auto& element) {
+        return std::adjacent_find(element.second.begin(), element.second.end(), std::greater_equal<EntrySlot>()) ==
+               element.second.end();
+    }));
     return map;
 }
 

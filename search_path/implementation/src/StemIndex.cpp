@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <bit>
 #include <bitset>
+#include <cassert>
 #include <cstring>
 #include <iterator>
 #include <limits>
@@ -74,8 +75,8 @@ struct IndirectUstringHashCompare {
 
 using StemMapValue = std::pair<const ustring* const, StemIndex::HolderList>;
 
-class StemIndex::Map
-    : public tbb::concurrent_hash_map<const ustring*, HolderList, IndirectUstringHashCompare, StemMapAllocator<StemMapValue>> {
+class StemIndex::Map : public tbb::concurrent_hash_map<const ustring*, HolderList, IndirectUstringHashCompare,
+                                                       StemMapAllocator<StemMapValue>> {
 public:
     using concurrent_hash_map::concurrent_hash_map;
 };
@@ -118,6 +119,15 @@ std::uint32_t HolderPlace(std::size_t place, std::uint32_t limit) {
 }
 constexpr std::uint32_t kEntryPlaceLimit = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint32_t kItemPlaceLimit = std::uint32_t{1} << 31;
+
+// Whether `holders` name each entry once, in path order: the queries give
+// their results in the order of the holders, and take one entry's items of a
+// stem from its one holder.
+[[maybe_unused]] bool OneHolderPerEntryInPathOrder(const StemIndex::HolderList& holders) {
+    return std::adjacent_find(holders.begin(), holders.end(), [](const StemIndex::Holder& a, const StemIndex::Holder& b) {
+               return a.entry >= b.entry;
+           }) == holders.end();
+}
 
 // Asks for the stem `kStemPrefetchDistance` places after `index` (the string
 // itself), and for the text of the one half as far on, whose string has had
@@ -215,6 +225,8 @@ std::vector<StemKeyAndHolders> GatherKeys(std::span<StemOfEntry> run) {
         StemIndex::HolderList& holders = keys.back().second;
         if (holders.empty() || holders.back().entry != stem.holder.entry) holders.push_back(stem.holder);
     }
+    assert(std::ranges::all_of(
+        keys, [](const StemKeyAndHolders& key) { return OneHolderPerEntryInPathOrder(key.second); }));
     return keys;
 }
 
@@ -296,7 +308,8 @@ std::unique_ptr<const StemIndex::Map> StemIndex::BuildMap(const PathEntryVector&
     // that the counts of the groups before it leave free.
     const std::size_t groups = (entries.size() + kGrainSize - 1) / kGrainSize;
     const auto entriesOf = [&](std::size_t group) {
-        return std::span(stemsByEntry).subspan(group * kGrainSize, std::min(kGrainSize, entries.size() - group * kGrainSize));
+        return std::span(stemsByEntry).subspan(group * kGrainSize,
+                                               std::min(kGrainSize, entries.size() - group * kGrainSize));
     };
     // countByGroup[group * runs + run], then the place of the group's first
     // stem of that run.
@@ -405,6 +418,7 @@ std::unique_ptr<const StemIndex::Overlay> StemIndex::DeriveOverlay(const StemInd
             holders.push_back(nextAdded->holder);
         }
         keepUpTo(std::numeric_limits<std::uint32_t>::max());
+        assert(OneHolderPerEntryInPathOrder(holders));
         Overlay::HolderMap::accessor accessor;
         overlay->holders.insert(accessor, ustring(*stem.stem));
         accessor->second = std::move(holders);
