@@ -1,6 +1,7 @@
 #include "Path.hpp"
 
 #include "AsynchronousWorkerQueue.hpp"
+#include "ParallelLoop.hpp"
 #include "PathEntry.hpp"
 #include "SearchPathPublicFunctions.hpp"
 #include "fl/filesystem/Filesystem.hpp"
@@ -9,8 +10,6 @@
 #include "orvian/FeatureSwitches.hpp"
 #include "thornfell/CurrentWorkingFolder.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
-
-#include "ParallelLoop.hpp"
 
 #include <boost/container/small_vector.hpp>
 #include <oneapi/tbb/concurrent_hash_map.h>
@@ -31,11 +30,13 @@ namespace Thornfell::PathManagement {
 using foundation::storage::vfs::AbsoluteIRI;
 using foundation::storage::vfs::CanonicalAbsoluteIRI;
 
+namespace {
 using EntrySlot = Path::EntrySlot;
 using EntrySlotRange = Path::EntrySlotRange;
 // Sorted by address, hence in path order. Room for one slot inline: most
 // names are held by one folder.
 using EntrySlotList = boost::container::small_vector<EntrySlot, 1, SlotListAllocator<EntrySlot>>;
+} // namespace
 
 struct Path::PathEntryInfoCacheItem {
     PathEntryPointer entry;
@@ -58,10 +59,10 @@ public:
     using concurrent_hash_map::concurrent_hash_map;
 };
 
+namespace {
+
 using PathEntryInfoCache = Path::PathEntryInfoCache;
 using PathEntryBasenameToPathEntriesMap = Path::PathEntryBasenameToPathEntriesMap;
-
-namespace {
 
 // Up to this many candidates a query runs serially: below it the pool costs
 // more than it saves.

@@ -73,7 +73,9 @@ struct IndirectUstringHashCompare {
     static bool equal(const HashedView& a, const ustring* b) { return sameText(a.text, *b); }
 };
 
+namespace {
 using StemMapValue = std::pair<const ustring* const, StemIndex::HolderList>;
+} // namespace
 
 class StemIndex::Map : public tbb::concurrent_hash_map<const ustring*, HolderList, IndirectUstringHashCompare,
                                                        StemMapAllocator<StemMapValue>> {
