@@ -11,6 +11,8 @@
 // each change from the Nth on.
 #include "ManagerTestSupport.hpp"
 
+#include "support/RandomSeed.hpp"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -44,7 +46,7 @@ static_assert(std::size(kWeights) == Permissions + 1);
 
 class RefreshModelTest : public ManagerFixture {
 protected:
-    RefreshModelTest() : seed(Seed()), random(seed) {
+    RefreshModelTest() : seed(SeedFromEnvironment("TFSP_MODEL_SEED")), random(seed) {
         // Every folder of the tree is one of these; a folder renamed takes
         // the name of another of its depth, so its subfolders stay in the set.
         for (const char first : std::string(kNames)) {
@@ -64,10 +66,6 @@ protected:
                 fs::permissions(tree.path(folder), fs::perms::owner_all, fs::perm_options::add, ignored);
     }
 
-    static std::uint64_t Seed() {
-        if (const char* text = std::getenv("TFSP_MODEL_SEED")) return std::strtoull(text, nullptr, 10);
-        return std::random_device{}();
-    }
     static double Seconds() {
         const char* text = std::getenv("TFSP_MODEL_SECONDS");
         return text ? std::strtod(text, nullptr) : 10.0;

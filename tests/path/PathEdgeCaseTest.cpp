@@ -3,7 +3,6 @@
 #include "PathTestHelpers.hpp"
 
 #include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
-#include "tfsearch_path/PathEntryDecorator.hpp"
 
 #include <gmock/gmock.h>
 
@@ -106,20 +105,6 @@ TEST_F(PathEdgeCaseTest, TheStorageSystemRuleResolvesFoldersThroughLinks) {
     EXPECT_THAT(path->GetPartiallyMatchingEntries(allEntryTypesScope, u"real/pkg", CaseRuleOne), IsEmpty());
 }
 
-// An entry made elsewhere, which answers only through the interface: the path
-// must take its items as it gives them, in candidate order among its own. It
-// stands on the path under its own face, as the decorators of the manager do.
-class ForwardingEntry : public PathEntryDecorator, public std::enable_shared_from_this<ForwardingEntry> {
-public:
-    using PathEntryDecorator::PathEntryDecorator;
-    bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
-        return scope.contains(GetPathEntryType()) && visitor(shared_from_this());
-    }
-    bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
-        return ForEachEntry(scope, visitor);
-    }
-};
-
 TEST_F(PathEdgeCaseTest, EntriesMadeElsewhereAnswerInPathOrderAmongOurOwn) {
     // Past the serial limit, so that the hits are gathered on the pool; every
     // third folder is wrapped, and each holds the name twice.
@@ -150,18 +135,6 @@ TEST_F(PathEdgeCaseTest, EntriesMadeElsewhereAnswerInPathOrderAmongOurOwn) {
     EXPECT_EQ(found, expected);
     EXPECT_EQ(holders, expectedHolders);
 }
-
-// An entry made elsewhere that gives its items out of order, with a name's
-// items apart: the index must still list the entry once for that name.
-class ShuffledItemsEntry final : public ForwardingEntry {
-public:
-    using ForwardingEntry::ForwardingEntry;
-    std::shared_ptr<const PathItemVector> GetPathItems() const override {
-        PathItemVector items = *ForwardingEntry::GetPathItems();
-        std::rotate(items.begin() + 1, items.end() - 1, items.end());  // the last one goes second
-        return std::make_shared<const PathItemVector>(std::move(items));
-    }
-};
 
 TEST_F(PathEdgeCaseTest, AnEntryWhoseItemsOfOneNameStandApartIsListedOnceForTheName) {
     tree.file("f/a.tf");

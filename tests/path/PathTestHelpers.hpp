@@ -1,6 +1,7 @@
 #pragma once
 // Shared by the path tests: a plain walk of a path's entries that the indexed
-// queries are checked against, and entries made in memory.
+// queries are checked against, entries made in memory, and entries made
+// elsewhere than in this library.
 #include "support/EngineFixture.hpp"
 #include "support/QueryTables.hpp"
 #include "support/TempTree.hpp"
@@ -8,8 +9,10 @@
 #include "foundation/storage/vfs/PathComparator.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
+#include "tfsearch_path/PathEntryDecorator.hpp"
 #include "PathEntry.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <random>
@@ -64,5 +67,33 @@ inline PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type,
                                              PathEntryVector(), std::move(privateChild), nullptr, std::move(items),
                                              foundation::storage::vfs::PathComparator(), nullptr, nullptr);
 }
+
+// An entry made elsewhere, which answers only through the interface: the path
+// must take its items as it gives them, in candidate order among its own. It
+// stands on the path under its own face, as the decorators of the manager do.
+class ForwardingEntry : public PathEntryDecorator, public std::enable_shared_from_this<ForwardingEntry> {
+public:
+    using PathEntryDecorator::PathEntryDecorator;
+    bool ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
+        return scope.contains(GetPathEntryType()) && visitor(shared_from_this());
+    }
+    bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override {
+        return ForEachEntry(scope, visitor);
+    }
+};
+
+// An entry made elsewhere that gives its items out of order, with a name's
+// items apart (of three or more): the index must still list the entry once
+// for that name.
+class ShuffledItemsEntry final : public ForwardingEntry {
+public:
+    using ForwardingEntry::ForwardingEntry;
+    std::shared_ptr<const PathItemVector> GetPathItems() const override {
+        PathItemVector items = *ForwardingEntry::GetPathItems();
+        // The last one goes second.
+        if (items.size() > 2) std::rotate(items.begin() + 1, items.end() - 1, items.end());
+        return std::make_shared<const PathItemVector>(std::move(items));
+    }
+};
 
 } // namespace tfsp::test

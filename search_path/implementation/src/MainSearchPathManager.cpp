@@ -678,7 +678,9 @@ bool MainSearchPathManager::Refresh(RefreshType type) {
         .Synchronize();
     MarkPathEntriesOutOfDate(type);
     const InstalledPaths old = *paths;
-    PathEntryRefresher refresher(old.mainPath->GetMainEntries(), entryFactory, folderMonitor, Registry(),
+    // The refresher keeps a reference to the registry.
+    const auto registry = Registry();
+    PathEntryRefresher refresher(old.mainPath->GetMainEntries(), entryFactory, folderMonitor, registry,
                                  packagesFeaturePhase != Off);
     PathEntryVector before = refresher.TakeRefreshedBefore();
     PathEntryVector after = refresher.TakeRefreshedAfter();

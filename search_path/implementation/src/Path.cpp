@@ -1,6 +1,7 @@
 #include "Path.hpp"
 
 #include "AsynchronousWorkerQueue.hpp"
+#include "ParallelLoop.hpp"
 #include "PathEntry.hpp"
 #include "SearchPathPublicFunctions.hpp"
 #include "fl/filesystem/Filesystem.hpp"
@@ -10,25 +11,17 @@
 #include "thornfell/CurrentWorkingFolder.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
-#include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/parallel_for.h>
-#include <oneapi/tbb/partitioner.h>
-#include <oneapi/tbb/scalable_allocator.h>
+#include <boost/container/small_vector.hpp>
+#include <oneapi/tbb/concurrent_hash_map.h>
 #include <oneapi/tbb/task_arena.h>
 #include <oneapi/tbb/task_group.h>
 
 #include <algorithm>
 #include <atomic>
-#include <bit>
-#include <cstdint>
-#include <cstring>
+#include <cassert>
 #include <functional>
 #include <iterator>
-#include <ranges>
-#include <limits>
-#include <stdexcept>
 #include <type_traits>
-#include <span>
 #include <typeinfo>
 #include <utility>
 
@@ -38,51 +31,48 @@ using foundation::storage::vfs::AbsoluteIRI;
 using foundation::storage::vfs::CanonicalAbsoluteIRI;
 
 namespace {
+using EntrySlot = Path::EntrySlot;
+using EntrySlotRange = Path::EntrySlotRange;
+// Sorted by address, hence in path order. Room for one slot inline: most
+// names are held by one folder.
+using EntrySlotList = boost::container::small_vector<EntrySlot, 1, SlotListAllocator<EntrySlot>>;
+} // namespace
 
-// Every loop of the build and of a parallel query hands the pool chunks of
-// about this many indices: one entry is too little work for a task.
-constexpr std::size_t kGrainSize = 32;
+struct Path::PathEntryInfoCacheItem {
+    PathEntryPointer entry;
+    // The slot of the entry through which this one was reached; a main
+    // entry's own slot, so that it counts as having no parent.
+    EntrySlot parentSlot = nullptr;
+};
+
+class Path::PathEntryInfoCache
+    : public tbb::concurrent_hash_map<CanonicalAbsoluteIRI, PathEntryInfoCacheItem, IRIHashCompare,
+                                      PathMapAllocator<std::pair<const CanonicalAbsoluteIRI, PathEntryInfoCacheItem>>> {
+public:
+    using concurrent_hash_map::concurrent_hash_map;
+};
+
+class Path::PathEntryBasenameToPathEntriesMap
+    : public tbb::concurrent_hash_map<ustring, EntrySlotList, UstringHashCompare,
+                                      PathMapAllocator<std::pair<const ustring, EntrySlotList>>> {
+public:
+    using concurrent_hash_map::concurrent_hash_map;
+};
+
+namespace {
+
+using PathEntryInfoCache = Path::PathEntryInfoCache;
+using PathEntryBasenameToPathEntriesMap = Path::PathEntryBasenameToPathEntriesMap;
+
 // Up to this many candidates a query runs serially: below it the pool costs
 // more than it saves.
 constexpr std::size_t kSerialCandidateLimit = 64;
 // Most main entries have few special folders below them.
 constexpr std::size_t kEntriesPerMainEntryGuess = 25;
-// The stem map is filled in this many runs of neighbouring buckets: enough to
-// keep both cores busy to the end, few enough that each run's buckets stay
-// together in the cache.
-constexpr std::size_t kStemRuns = 256;
-// How many items ahead the stem map's build asks for a stem, while collecting
-// and while inserting: about as many as run while one miss to memory is
-// outstanding.
-constexpr std::size_t kStemPrefetchDistance = 8;
-
 constexpr PathEntryType kMainOnly[] = {Main};
 constexpr PathEntryType kMethodOnly[] = {Method};
 constexpr SearchScope kMainScope{kMainOnly};
 constexpr SearchScope kMethodScope{kMethodOnly};
-
-using EntrySlot = Path::EntrySlot;
-using EntrySlotList = Path::EntrySlotList;
-using EntrySlotRange = Path::EntrySlotRange;
-using PathEntryInfoCache = Path::PathEntryInfoCache;
-using PathItemStemToPathEntryMap = Path::PathItemStemToPathEntryMap;
-using PathEntryBasenameToPathEntriesMap = Path::PathEntryBasenameToPathEntriesMap;
-
-tbb::blocked_range<std::size_t> IndexRange(std::size_t count) { return {0, count, kGrainSize}; }
-
-// Calls `body` once for each index of `range`, in ascending order within each
-// chunk, on the pool; returns when all calls have returned. An exception of a
-// call cancels the loop and reaches the caller.
-template <class Body>
-void ParallelForEachInRange(const tbb::blocked_range<std::size_t>& range, const Body& body) {
-    if (range.empty()) return;
-    tbb::parallel_for(
-        range,
-        [&body](const tbb::blocked_range<std::size_t>& chunk) {
-            for (std::size_t index = chunk.begin(); index != chunk.end(); ++index) body(index);
-        },
-        tbb::auto_partitioner());
-}
 
 // Keeps `list` sorted by address, and so in path order, whichever thread
 // inserts first; a slot already present isn't added again.
@@ -91,17 +81,6 @@ void InsertSlotInPathOrder(EntrySlotList& list, EntrySlot slot) {
     if (at != list.end() && *at == slot) return;
     list.insert(at, slot);
 }
-
-// A place in the flat vector or in an entry's items as a stem holder keeps
-// it, below `limit`. No path comes near four billion folders, or a folder
-// near two billion files, but one that did would fail to build rather than
-// find wrong items.
-std::uint32_t HolderPlace(std::size_t place, std::uint32_t limit) {
-    if (place >= limit) throw std::length_error("too many folders or files for a path");
-    return static_cast<std::uint32_t>(place);
-}
-constexpr std::uint32_t kEntryPlaceLimit = std::numeric_limits<std::uint32_t>::max();
-constexpr std::uint32_t kItemPlaceLimit = std::uint32_t{1} << 31;
 
 // ---------------------------------------------------------------- builders
 
@@ -159,192 +138,6 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
     return cache;
 }
 
-// Asks for the stem `kStemPrefetchDistance` places after `index` (the string
-// itself), and for the text of the one half as far on, whose string has had
-// time to arrive. `stemAt(i)` is the stem at place i of a sequence that ends
-// at `end`.
-template <class StemAt>
-void PrefetchStemsAhead(std::size_t index, std::size_t end, const StemAt& stemAt) {
-    if (index + kStemPrefetchDistance < end) PrefetchLine(stemAt(index + kStemPrefetchDistance));
-    if (index + kStemPrefetchDistance / 2 < end) PrefetchLine(stemAt(index + kStemPrefetchDistance / 2)->data());
-}
-
-// One distinct stem of one entry, on its way into the stem map.
-struct StemOfEntry {
-    Path::HashedStem stem;
-    Path::StemHolder holder;
-};
-
-// Appends the distinct stems of the items of the entry at `entryPlace`,
-// hashed, in the items' order.
-void CollectEntryStems(const PathItemVector& items, std::uint32_t entryPlace, std::vector<StemOfEntry>& stems) {
-    stems.reserve(stems.size() + items.size());
-    const ustring* previousStem = nullptr;
-    const auto stemAt = [&items](std::size_t place) { return &items[place]->normalizedStem; };
-    for (std::size_t place = 0; place != items.size(); ++place) {
-        // Sorted by stem, the items no longer lie in the order of their
-        // memory, which the processor would follow by itself.
-        PrefetchStemsAhead(place, items.size(), stemAt);
-        const ustring* stem = stemAt(place);
-        // Items come sorted by normalized stem: a run of one stem (the same
-        // file with several extensions, or names that differ only in case)
-        // adds this entry once, with the place where the run starts.
-        if (previousStem && sameText(*previousStem, *stem)) {
-            stems.back().holder.soleItem = false;
-            continue;
-        }
-        previousStem = stem;
-        stems.push_back({{stem, Path::UstringHashCompare::hash(*stem)},
-                         {entryPlace, HolderPlace(place, kItemPlaceLimit), true}});
-    }
-}
-
-// The distinct stems of each entry, hashed, in entry order.
-std::vector<std::vector<StemOfEntry>> CollectStems(const PathEntryVector& allEntries) {
-    std::vector<std::vector<StemOfEntry>> stemsByEntry(allEntries.size());
-    ParallelForEachInRange(IndexRange(allEntries.size()), [&](std::size_t index) {
-        // The items stay alive with the entry, which `allEntries` holds, so the
-        // map can point at their stems instead of copying them.
-        CollectEntryStems(*allEntries[index]->GetPathItems(), HolderPlace(index, kEntryPlaceLimit),
-                          stemsByEntry[index]);
-    });
-    return stemsByEntry;
-}
-
-// The arena of a stem map of `keys` keys, with room for their nodes and
-// buckets in its first block, so that the map needs no second one and leaves
-// little unused; its blocks come from the scalable allocator.
-std::shared_ptr<std::pmr::memory_resource> MakeStemMapArena(std::size_t keys) {
-    // A node holds its link, its lock and the key with its holders; the map
-    // keeps about as many buckets as keys, each a link and a lock.
-    constexpr std::size_t kNodeBytes = 2 * sizeof(void*) + sizeof(PathItemStemToPathEntryMap::value_type);
-    constexpr std::size_t kBucketBytes = 2 * sizeof(void*);
-    const std::size_t bytes = keys * kNodeBytes + std::bit_ceil(std::max<std::size_t>(keys, 1)) * kBucketBytes;
-    return std::make_shared<std::pmr::monotonic_buffer_resource>(bytes + bytes / 16, tbb::scalable_memory_resource());
-}
-
-// One key of the stem map with its holders, gathered before the map is made.
-using StemKeyAndHolders = std::pair<Path::HashedStem, Path::StemHolderList>;
-
-// Orders stem keys by hash, then by text (which only two texts of one hash
-// have to compare).
-int CompareStemKeys(const Path::HashedStem& a, const Path::HashedStem& b) {
-    if (a.hash != b.hash) return a.hash < b.hash ? -1 : 1;
-    return a.stem == b.stem ? 0 : a.stem->compare(*b.stem);
-}
-bool StemKeyLess(const Path::HashedStem& a, const Path::HashedStem& b) { return CompareStemKeys(a, b) < 0; }
-bool SameStemKey(const Path::HashedStem& a, const Path::HashedStem& b) {
-    return a.hash == b.hash && sameText(*a.stem, *b.stem);
-}
-
-// Orders the stems of a run by key, and a key's stems by place: by entry,
-// then by item.
-bool StemKeyThenPlaceLess(const StemOfEntry& a, const StemOfEntry& b) {
-    if (const int order = CompareStemKeys(a.stem, b.stem)) return order < 0;
-    return std::pair(a.holder.entry, std::uint32_t{a.holder.firstItem}) <
-           std::pair(b.holder.entry, std::uint32_t{b.holder.firstItem});
-}
-
-// The stems of one run gathered by key. A key's holders stand in path order;
-// of one entry's holders of a key (an entry whose items aren't sorted may
-// give several) the first is kept.
-std::vector<StemKeyAndHolders> GatherKeys(std::span<StemOfEntry> run) {
-    std::sort(run.begin(), run.end(), StemKeyThenPlaceLess);
-    std::vector<StemKeyAndHolders> keys;
-    keys.reserve(run.size());
-    for (std::size_t index = 0; index != run.size(); ++index) {
-        const StemOfEntry& stem = run[index];
-        if (keys.empty() || !SameStemKey(keys.back().first, stem.stem))
-            keys.emplace_back(std::piecewise_construct, std::forward_as_tuple(stem.stem), std::forward_as_tuple());
-        Path::StemHolderList& holders = keys.back().second;
-        if (holders.empty() || holders.back().entry != stem.holder.entry) holders.push_back(stem.holder);
-    }
-    return keys;
-}
-
-std::unique_ptr<const PathItemStemToPathEntryMap> CreatePathItemStemToPathEntryMap(const PathEntryVector& allEntries) {
-    std::vector<std::vector<StemOfEntry>> stemsByEntry = CollectStems(allEntries);
-    std::size_t total = 0;
-    for (const std::vector<StemOfEntry>& stems : stemsByEntry) total += stems.size();
-
-    // Filled by many threads, the map would take a lock for each key and
-    // count each key in one shared counter, whose cache line the threads
-    // would pass back and forth at every insertion. So the keys are gathered
-    // with their holders on the pool first, and the map is then made from
-    // them in one pass, which takes no lock, compares no key and hashes none
-    // again. To gather them, the stems are dealt out by hash into runs of a
-    // few hundred buckets each, in the order of the map's buckets, so that
-    // the pass also fills the buckets in order. The map will have as many
-    // buckets as keys, rounded up to a power of two, and takes a bucket by
-    // the low bits of the hash; if that ever changes, only the speed of the
-    // pass does.
-    const std::size_t bucketMask = std::bit_ceil(std::max<std::size_t>(total, 1)) - 1;
-    const std::size_t runs = std::min<std::size_t>(kStemRuns, bucketMask + 1);
-    const int runShift = std::countr_zero(bucketMask + 1) - std::countr_zero(runs);
-    const auto runOf = [&](const StemOfEntry& stem) { return (stem.stem.hash & bucketMask) >> runShift; };
-    // The dealing runs on the pool too, in groups of neighbouring entries:
-    // each group counts its stems by run, and then writes them to the places
-    // that the counts of the groups before it leave free.
-    const std::size_t groups = (allEntries.size() + kGrainSize - 1) / kGrainSize;
-    const auto entriesOf = [&](std::size_t group) {
-        return std::span(stemsByEntry).subspan(group * kGrainSize,
-                                               std::min(kGrainSize, allEntries.size() - group * kGrainSize));
-    };
-    // countByGroup[group * runs + run], then the place of the group's first
-    // stem of that run.
-    std::vector<std::size_t> countByGroup(groups * runs, 0);
-    ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, groups, 1), [&](std::size_t group) {
-        std::size_t* counts = &countByGroup[group * runs];
-        for (const std::vector<StemOfEntry>& stems : entriesOf(group))
-            for (const StemOfEntry& stem : stems) ++counts[runOf(stem)];
-    });
-    std::vector<std::size_t> runStart(runs + 1, 0);
-    for (std::size_t run = 0, place = 0; run < runs; ++run) {
-        runStart[run] = place;
-        for (std::size_t group = 0; group < groups; ++group)
-            place += std::exchange(countByGroup[group * runs + run], place);
-        runStart[run + 1] = place;
-    }
-    std::vector<StemOfEntry> dealt(total);
-    ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, groups, 1), [&](std::size_t group) {
-        std::size_t* next = &countByGroup[group * runs];
-        for (const std::vector<StemOfEntry>& stems : entriesOf(group))
-            for (const StemOfEntry& stem : stems) dealt[next[runOf(stem)]++] = stem;
-    });
-    stemsByEntry.clear();
-    std::vector<std::vector<StemKeyAndHolders>> keysByRun(runs);
-    ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
-        keysByRun[run] = GatherKeys(std::span(dealt).subspan(runStart[run], runStart[run + 1] - runStart[run]));
-    });
-    std::size_t keyCount = 0;
-    for (const std::vector<StemKeyAndHolders>& keys : keysByRun) keyCount += keys.size();
-    auto keys = keysByRun | std::views::join;
-    auto map = std::make_unique<PathItemStemToPathEntryMap>(
-        std::make_move_iterator(keys.begin()), std::make_move_iterator(keys.end()),
-        PathItemStemToPathEntryMap::allocator_type(MakeStemMapArena(keyCount)));
-    // The pass leaves no bucket split pending; this makes sure of it, so
-    // that readers never meet one.
-    map->rehash(0);
-    return map;
-}
-
-// A path is derived from the one before it while at most one in this many
-// of its entries changed, and while its overlay holds at most one in this
-// many of the shared map's stems (or a few hundred, for a small path): past
-// that, a build costs little more, and the overlay, which each derivation
-// copies and which keeps the items of the entries gone, would only grow.
-constexpr std::size_t kDerivedChangeShare = 16;
-constexpr std::size_t kOverlayStemsAlwaysAllowed = 256;
-
-// Whether each place of the flat vector holds another entry in `after` than
-// in `before`, or is in only one of them.
-std::vector<bool> ChangedPlaces(const PathEntryVector& before, const PathEntryVector& after) {
-    std::vector<bool> changed(std::max(before.size(), after.size()), true);
-    for (std::size_t place = 0; place != std::min(before.size(), after.size()); ++place)
-        changed[place] = before[place] != after[place];
-    return changed;
-}
-
 ustring BasenameKey(const IPathEntry& entry) {
     ustring name = entry.GetIRI().getName();
     switch (entry.GetPathEntryType()) {
@@ -370,6 +163,11 @@ std::unique_ptr<PathEntryBasenameToPathEntriesMap> CreatePathEntryBasenameToPath
         InsertSlotInPathOrder(accessor->second, slot);
     });
     map->rehash(0);
+    // The queries give their results in the order of these lists.
+    assert(std::all_of(map->begin(), map->end(), [](const auto& element) {
+        return std::adjacent_find(element.second.begin(), element.second.end(), std::greater_equal<EntrySlot>()) ==
+               element.second.end();
+    }));
     return map;
 }
 
@@ -483,19 +281,19 @@ struct GetEntriesParallelizationStrategy {
 // The candidates of a stem: the entries that hold it, each with the place in
 // its items where the stem's run starts.
 struct StemCandidates {
-    Path::StemHolderRange holders;
+    StemIndex::HolderRange holders;
     const PathEntryVector& allEntries;
     std::size_t size() const { return holders.size(); }
 };
 struct StemCandidate {
     const PathEntryPointer& entry;
-    Path::StemHolder holder;
+    StemIndex::Holder holder;
 };
 
 const PathEntryPointer& CandidateAt(EntrySlotRange candidates, std::size_t index) { return *candidates[index]; }
 const PathEntryPointer& CandidateAt(const PathEntryVector& candidates, std::size_t index) { return candidates[index]; }
 StemCandidate CandidateAt(const StemCandidates& candidates, std::size_t index) {
-    const Path::StemHolder& holder = candidates.holders[index];
+    const StemIndex::Holder& holder = candidates.holders[index];
     return {candidates.allEntries[holder.entry], holder};
 }
 
@@ -662,40 +460,6 @@ bool IsPathnameSeparator(char16_t c) { return Constants::PathnameSeparatorStr.fi
 
 } // namespace
 
-// ------------------------------------------------------------------- hashing
-
-namespace {
-// The 128-bit product of two words, folded to one: every bit of either
-// factor reaches the low bits, which pick the bucket, and the high bits.
-std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
-    const unsigned __int128 product = static_cast<unsigned __int128>(a) * b;
-    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-}
-} // namespace
-
-std::size_t Path::UstringHashCompare::hash(ustring_view text) {
-    // Four code units at a time, one multiplication each: a query hashes its
-    // name before anything else, and a byte-wise hash's chain of
-    // multiplications took a third of a miss's time.
-    static_assert(std::endian::native == std::endian::little, "code units are packed low unit first");
-    constexpr std::uint64_t kWordFactor = 0x9E3779B97F4A7C15ULL;
-    constexpr std::uint64_t kFinalFactor = 0xBF58476D1CE4E5B9ULL;
-    std::uint64_t hash = 0x243F6A8885A308D3ULL ^ text.size();
-    const char16_t* unit = text.data();
-    std::size_t left = text.size();
-    for (; left >= 4; left -= 4, unit += 4) {
-        std::uint64_t word;
-        std::memcpy(&word, unit, sizeof word);
-        hash = FoldedProduct(hash ^ word, kWordFactor);
-    }
-    if (left != 0) {
-        std::uint64_t word = 0;
-        for (std::size_t index = 0; index != left; ++index) word |= std::uint64_t{unit[index]} << (16 * index);
-        hash = FoldedProduct(hash ^ word, kWordFactor);
-    }
-    return static_cast<std::size_t>(FoldedProduct(hash, kFinalFactor));
-}
-
 // ------------------------------------------------------------- construction
 
 Path::Path(PathEntryVector mainEntriesIn, std::weak_ptr<AsynchronousWorkerQueue> queue,
@@ -704,7 +468,7 @@ Path::Path(PathEntryVector mainEntriesIn, std::weak_ptr<AsynchronousWorkerQueue>
       mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
       allEntries(CreateAllEntriesVector(*mainEntries)),
       pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
-      pathItemStemToPathEntryMap(CreatePathItemStemToPathEntryMap(*allEntries)),
+      stemIndex(*allEntries),
       pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
       storageSystem(std::move(storage)) {}
 
@@ -713,89 +477,14 @@ Path::Path(const Path& previous, PathEntryVector mainEntriesIn)
       mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
       allEntries(CreateAllEntriesVector(*mainEntries)),
       pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
+      stemIndex(previous.stemIndex, *previous.allEntries, *allEntries),
       pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
-      storageSystem(previous.storageSystem) {
-    ShareOrBuildStemMap(previous);
-}
-
-void Path::ShareOrBuildStemMap(const Path& previous) {
-    // Only the places of changed entries may hold other stems than before:
-    // an entry that kept its place kept its items, and the previous path's
-    // holders of it are still true. The shared map's other places are the
-    // same entries.
-    const PathEntryVector& before = *previous.allEntries;
-    const PathEntryVector& after = *allEntries;
-    const std::vector<bool> changed = ChangedPlaces(before, after);
-    const std::size_t changedCount = static_cast<std::size_t>(std::count(changed.begin(), changed.end(), true));
-    const StemOverlay* previousOverlay = previous.stemOverlay.get();
-    const std::size_t overlayLimit =
-        std::max(kOverlayStemsAlwaysAllowed, previous.pathItemStemToPathEntryMap->size() / kDerivedChangeShare);
-    if (changedCount * kDerivedChangeShare > after.size() ||
-        (previousOverlay && previousOverlay->holders.size() > overlayLimit)) {
-        pathItemStemToPathEntryMap = CreatePathItemStemToPathEntryMap(after);
-        return;
-    }
-
-    auto overlay = std::make_unique<StemOverlay>();
-    if (previousOverlay) {
-        overlay->holders = previousOverlay->holders;
-        overlay->hashBits = previousOverlay->hashBits;
-        overlay->retainedItems = previousOverlay->retainedItems;
-    }
-    // The stems of the changed places, before and after, and the holders
-    // that the entries there now give.
-    std::vector<StemOfEntry> gone;
-    std::vector<StemOfEntry> added;
-    for (std::size_t place = 0; place != changed.size(); ++place) {
-        if (!changed[place]) continue;
-        if (place < before.size()) {
-            std::shared_ptr<const PathItemVector> items = before[place]->GetPathItems();
-            CollectEntryStems(*items, HolderPlace(place, kEntryPlaceLimit), gone);
-            if (!items->empty()) overlay->retainedItems.push_back(std::move(items));
-        }
-        if (place < after.size())
-            CollectEntryStems(*after[place]->GetPathItems(), HolderPlace(place, kEntryPlaceLimit), added);
-    }
-    std::sort(added.begin(), added.end(), StemKeyThenPlaceLess);
-    std::vector<HashedStem> touched;
-    touched.reserve(gone.size() + added.size());
-    for (const auto* stems : {&gone, &added})
-        for (const StemOfEntry& stem : *stems) touched.push_back(stem.stem);
-    std::sort(touched.begin(), touched.end(), StemKeyLess);
-    touched.erase(std::unique(touched.begin(), touched.end(), SameStemKey), touched.end());
-
-    auto nextAdded = added.begin();
-    for (const HashedStem& stem : touched) {
-        // The stem's holders at unchanged places, as the previous path has
-        // them, merged in place order with those of the changed places.
-        StemHolderList holders;
-        const StemHolderRange kept = previous.LookUpEntriesByStem(HashedView{*stem.stem, stem.hash});
-        auto keptHolder = kept.begin();
-        const auto keepUpTo = [&](std::uint32_t entry) {
-            for (; keptHolder != kept.end() && keptHolder->entry < entry; ++keptHolder)
-                if (!changed[keptHolder->entry]) holders.push_back(*keptHolder);
-        };
-        for (; nextAdded != added.end() && SameStemKey(nextAdded->stem, stem); ++nextAdded) {
-            // Of one entry's holders of a stem (an entry whose items aren't
-            // sorted may give several), the first counts.
-            if (!holders.empty() && holders.back().entry == nextAdded->holder.entry) continue;
-            keepUpTo(nextAdded->holder.entry);
-            holders.push_back(nextAdded->holder);
-        }
-        keepUpTo(std::numeric_limits<std::uint32_t>::max());
-        StemOverlay::Holders::accessor accessor;
-        overlay->holders.insert(accessor, ustring(*stem.stem));
-        accessor->second = std::move(holders);
-        overlay->hashBits.set(StemOverlay::HashBit(stem.hash));
-    }
-    pathItemStemToPathEntryMap = previous.pathItemStemToPathEntryMap;
-    stemOverlay = std::move(overlay);
-}
+      storageSystem(previous.storageSystem) {}
 
 Path::~Path() {
     if (const std::shared_ptr<AsynchronousWorkerQueue> queue = workerQueue.lock()) {
         DestroyAsynchronously(std::move(pathEntryBasenameToPathEntriesMap), *queue);
-        DestroyAsynchronously(std::move(pathItemStemToPathEntryMap), *queue);
+        DestroyAsynchronously(stemIndex.TakeMap(), *queue);
         // The cache is the only map that shares entries. Its shares are
         // dropped here, so that every entry dies on this thread (or with
         // another holder) and its destruction event is published here, never
@@ -811,21 +500,6 @@ Path::~Path() {
 }
 
 // ------------------------------------------------------------------ lookups
-
-Path::StemHolderRange Path::LookUpEntriesByStem(ustring_view normalizedStem) const {
-    return LookUpEntriesByStem(HashedView{normalizedStem, UstringHashCompare::hash(normalizedStem)});
-}
-
-Path::StemHolderRange Path::LookUpEntriesByStem(const HashedView& normalizedStem) const {
-    if (stemOverlay && stemOverlay->hashBits.test(StemOverlay::HashBit(normalizedStem.hash))) {
-        const auto found = stemOverlay->holders.equal_range(normalizedStem);
-        if (found.first != found.second) return {found.first->second.data(), found.first->second.size()};
-    }
-    const auto found = pathItemStemToPathEntryMap->equal_range(normalizedStem);
-    if (found.first == found.second) return {};
-    const StemHolderList& holders = found.first->second;
-    return {holders.data(), holders.size()};
-}
 
 Path::EntrySlotRange Path::LookUpEntriesByBasename(const ustring& name) const {
     // The prefix of a package or class folder is ignored: the map files them
@@ -868,7 +542,7 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
         const AlwaysTrue anyLocation;
         const ForEachEntryCallback<Strategy, AlwaysTrue> callback(target, policy, anyLocation);
         return ParallelInvokeCallbackOnEntries<Strategy>(
-            StemCandidates{LookUpEntriesByStem(callback.normalizedName()), *allEntries}, scope, callback);
+            StemCandidates{stemIndex.Holders(callback.normalizedName()), *allEntries}, scope, callback);
     }
     // A rooted name is no partial pathname, and a path query doesn't resolve
     // absolute file names.
@@ -885,7 +559,7 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
     // only the entries of that base name can hold the item.
     if (parts.empty())
         return ParallelInvokeCallbackOnEntries<Strategy>(
-            StemCandidates{LookUpEntriesByStem(callback.normalizedName()), *allEntries}, scope, callback);
+            StemCandidates{stemIndex.Holders(callback.normalizedName()), *allEntries}, scope, callback);
     return ParallelInvokeCallbackOnEntries<Strategy>(LookUpEntriesByBasename(parts.back()), scope, callback);
 }
 

@@ -4,6 +4,7 @@
 #include "tfsearch_path/PathFunctions.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -195,6 +196,8 @@ PathCacheReader::FolderContents PathCacheReader::CloseFolder(OpenFolder& frame) 
     FolderContents& folder = frame.contents;
     const std::string& bytes = frame.fileNameBytes;
     filesInLastFolder = folder.files.size();
+    // Each file's name gives its view by the place where its bytes end.
+    assert(frame.ends.size() == folder.files.size());
     // No byte gives more than one unit: the text is cut to its size.
     auto text = std::make_unique<ustring>(bytes.size(), u'\0');
     // All names at once. Where each byte gave one unit, no sequence was

@@ -9,6 +9,7 @@
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 
 namespace Thornfell::PathManagement {
@@ -95,7 +96,11 @@ PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustri
       pathItems(std::move(sortedItems)),
       pathComparator(std::move(comparator)),
       matchers(pathComparator),
-      eventManager(std::move(events)) {}
+      eventManager(std::move(events)) {
+    // The runs of one stem that the queries take, and the places that a
+    // path's stem index keeps, are those of this order.
+    assert(InPathItemOrder(*pathItems));
+}
 
 void* PathEntry::operator new(std::size_t size, std::align_val_t alignment) {
     const auto align = static_cast<std::size_t>(alignment);
@@ -132,6 +137,9 @@ PathEntry::ItemRun PathEntry::ItemsWithStem(ustring_view normalizedName) const {
 }
 
 PathEntry::ItemRun PathEntry::ItemsWithStemAt(std::size_t first, bool soleItem) const {
+    // The stem index took the place from these items: a place past them
+    // means that it was given another entry's.
+    assert(first < items.size());
     if (first >= items.size()) return {};
     if (soleItem) return items.subspan(first, 1);
     const ustring& stem = items[first]->normalizedStem;

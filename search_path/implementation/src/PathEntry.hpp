@@ -33,7 +33,7 @@ public:
 
     // Takes items in PathItemLess order as they are, where the constructor
     // above checks the order: for the factory, which makes a listing's items
-    // in that order.
+    // in that order. Builds with assertions check it here too.
     PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor, PathEntryType entryType,
               PathEntryVector packageEntries, PathEntryVector methodEntries, PathEntryVector uddClassEntries,
               PathEntryPointer privateEntry, PathEntryPointer resourcesEntry,
@@ -74,8 +74,9 @@ public:
     ItemRun ItemsWithStem(ustring_view normalizedName) const;
     // The run that starts at place `first` of GetPathItems(), as a path's
     // stem index keeps it: no search, and not even a look at the next item
-    // when the index knows the run to be `soleItem`. Empty if `first` is out
-    // of range.
+    // when the index knows the run to be `soleItem`. `first` must be in
+    // range: builds with assertions stop at one that isn't, the others give
+    // an empty run.
     ItemRun ItemsWithStemAt(std::size_t first, bool soleItem) const;
     // What FindFirst gives, among the items of `run`.
     PathItemPointer FindFirstIn(ItemRun run, const detail::SearchTarget& target, FilenameMatchingPolicy policy) const;

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <ctime>
 #include <iomanip>
 #include <memory>
@@ -468,7 +469,9 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderConte
         frames.push_back(CacheFrame{std::move(iri), {}, {}, type, &folder, 0});
     };
     // Depth-first on `frames`, not on the call stack: a file may nest as deep
-    // as the reader takes, and a pool thread's stack is small.
+    // as the reader takes, and a pool thread's stack is small. A frame left
+    // from another folder would stand as this one's parent.
+    assert(frames.empty());
     open(contents);
     for (;;) {
         CacheFrame& frame = frames.back();
@@ -508,6 +511,7 @@ void PathEntryFactory::LoadCachedFolder(PathCacheReader::FolderContents& content
         throw ToolboxCacheWrongFormatException();
     }
     frames.pop_back();
+    assert(frames.empty());
     // Any top-level folder, whatever its type; the load holds the lock.
     StoreToolboxEntry(entry);
 }
