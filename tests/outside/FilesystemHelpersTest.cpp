@@ -86,9 +86,10 @@ TEST(Utf, RoundTripsEveryByteSequenceAndEscapesEachBadByte) {
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDD00))), "a\xEF\xBF\xBD");
 }
 
-// ASCII is widened eight bytes at a time: texts made of ASCII runs of every
-// length, characters of each UTF-8 length and bad bytes, in every position
-// against those eight, convert piece by piece.
+// ASCII is widened eight bytes and narrowed four units at a time: texts
+// made of ASCII runs of every length, characters of each UTF-8 length and
+// bad bytes, in every position against those words, convert piece by piece,
+// both ways.
 TEST(Utf, RunsOfAsciiOfAnyLengthConvertAroundOtherCharacters) {
     std::mt19937 random(11);
     const std::pair<std::string, ustring> others[] = {
@@ -111,6 +112,10 @@ TEST(Utf, RunsOfAsciiOfAnyLengthConvertAroundOtherCharacters) {
         ustring into(text.size(), u'?');
         EXPECT_EQ(fl::i18n::widen_utf8(text, into.data()), expected.size()) << text;
         EXPECT_EQ(into.substr(0, expected.size()), expected) << text;
+        EXPECT_EQ(ustring_to_utf8(expected), text);
+        std::string appended = "x/";
+        fl::i18n::append_utf8(expected, appended);
+        EXPECT_EQ(appended, "x/" + text);
     }
 }
 
