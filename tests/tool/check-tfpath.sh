@@ -27,6 +27,11 @@ expect "a plain folder's file before a package function of the same name" "$EXTR
 expect "a private function is not reached by its name" "" "$TFPATH" which secret "$CORE"
 expect "nor a method of a class" "" "$TFPATH" which norm "$CORE"
 expect "a constructor" "$CORE/@Point/Point.tf" "$TFPATH" which Point "$CORE"
+mkdir -p "$CHECKS_SCRATCH/plain" && touch "$CHECKS_SCRATCH/plain/Point.tf"
+expect "the constructor alone, not the plain function after it" "$CORE/@Point/Point.tf" \
+  "$TFPATH" which Point "$CORE" "$CHECKS_SCRATCH/plain"
+expect "both with --all, the constructor first" "$CORE/@Point/Point.tf
+$CHECKS_SCRATCH/plain/Point.tf" "$TFPATH" which --all Point "$CORE" "$CHECKS_SCRATCH/plain"
 expect "partial pathnames reach them" "$CORE/private/secret.tf
 $CORE/+geometry/area.tf
 $CORE/@Point/norm.tf

@@ -70,8 +70,9 @@ struct FoundItems {
     bool constructor(const PathEntryPointer& classFolder, const detail::SearchTarget& target,
                      FilenameMatchingPolicy policy) {
         PathItemPointer item = classFolder->FindFirst(target, policy);
-        if (item) found.emplace_back(std::move(item), classFolder);
-        return item && !all;
+        if (!item) return false;
+        found.emplace_back(std::move(item), classFolder);
+        return !all;
     }
     void query(const IPath& path, SearchScope scope, const detail::SearchTarget& target, FilenameMatchingPolicy policy) {
         if (all) {
