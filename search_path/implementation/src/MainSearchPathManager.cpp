@@ -1,6 +1,7 @@
 #include "MainSearchPathManager.hpp"
 
 #include "CurrentFolderPathManagerFactory.hpp"
+#include "EntriesBuiltAhead.hpp"
 #include "FolderMonitor.hpp"
 #include "PathFactory.hpp"
 #include "SearchPathPublicFunctions.hpp"
@@ -24,6 +25,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <exception>
+#include <iterator>
+#include <optional>
 #include <typeinfo>
 #include <unordered_set>
 #include <utility>
@@ -38,6 +42,15 @@ using PackageRegistry::IPackageRegistry;
 namespace {
 
 using IRISet = std::unordered_set<AbsoluteIRI, foundation::storage::vfs::AbsoluteIRIHash>;
+
+// The folders of `folders`, each once, in the order they first come.
+CanonicalFolderVector UniqueFolders(const CanonicalFolderRange& folders) {
+    CanonicalFolderVector unique;
+    IRISet seen;
+    for (const CanonicalAbsoluteIRI& folder : folders)
+        if (seen.insert(folder).second) unique.push_back(folder);
+    return unique;
+}
 
 // Drops null entries and later entries of a folder already kept.
 void KeepFirstOfEachFolder(PathEntryVector& entries) {
@@ -447,7 +460,9 @@ PathEntryPointer MainSearchPathManager::GetEntryForFolder(const CanonicalAbsolut
 }
 
 PathEntryPointer MainSearchPathManager::TryMakeMainEntry(const CanonicalAbsoluteIRI& folder, const IPath& fallbackPath,
+                                                         EntriesBuiltAhead& builtAhead,
                                                          foundation::core::except::Notification& notification) const {
+    builtAhead.GiveWarningsOf(folder);
     PathEntryPointer entry;
     try {
         entry = GetEntryForFolder(folder, fallbackPath);
@@ -465,10 +480,27 @@ PathEntryPointer MainSearchPathManager::TryMakeMainEntry(const CanonicalAbsolute
 
 void MainSearchPathManager::SetPathFolders(const FolderRange& folders, foundation::core::except::Notification& notification) {
     const auto current = GetMainPath();
-    CanonicalFolderVector canonical;
-    for (const AbsoluteIRI& folder : folders) {
+    const std::vector<AbsoluteIRI> given(folders.begin(), folders.end());
+    // Each name is resolved on the pool, a system call or more for each of
+    // its parts; what failed is taken up again below, in order.
+    std::vector<std::optional<CanonicalAbsoluteIRI>> resolved(given.size());
+    std::vector<std::exception_ptr> failures(given.size());
+    ForEachFolderAhead(given.size(), [&](std::size_t i) {
         try {
-            canonical.push_back(entryFactory.GetCanonicalFolderIRI(folder));
+            resolved[i] = entryFactory.GetCanonicalFolderIRI(given[i]);
+        } catch (...) {
+            failures[i] = std::current_exception();
+        }
+    });
+    CanonicalFolderVector canonical;
+    for (std::size_t i = 0; i != given.size(); ++i) {
+        const AbsoluteIRI& folder = given[i];
+        if (resolved[i]) {
+            canonical.push_back(std::move(*resolved[i]));
+            continue;
+        }
+        try {
+            std::rethrow_exception(failures[i]);
         } catch (...) {
             const CanonicalAbsoluteIRI asGiven(folder, ustring());
             if (const PathEntryPointer onPath = current->GetPathEntryFromAbsoluteIRI(asGiven))
@@ -484,16 +516,14 @@ void MainSearchPathManager::SetPathFolders(const CanonicalFolderRange& folders,
                                            foundation::core::except::Notification& notification) {
     ReleaseRetiredCurrentFolderManagers();
     if (packagesFeaturePhase != Off) {
-        CanonicalFolderVector unique;
-        IRISet seen;
-        for (const CanonicalAbsoluteIRI& folder : folders)
-            if (seen.insert(folder).second) unique.push_back(folder);
-        SetPathFoldersWithPackages(unique, notification);
+        SetPathFoldersWithPackages(UniqueFolders(folders), notification);
         return;
     }
     const auto fallback = GetMainPath();
+    EntriesBuiltAhead builtAhead(entryFactory, folderMonitor, UniqueFolders(folders));
     PathEntryVector entries;
-    for (const CanonicalAbsoluteIRI& folder : folders) entries.push_back(TryMakeMainEntry(folder, *fallback, notification));
+    for (const CanonicalAbsoluteIRI& folder : folders)
+        entries.push_back(TryMakeMainEntry(folder, *fallback, builtAhead, notification));
     KeepFirstOfEachFolder(entries);
     SetPathFromEntries(std::move(entries));
 }
@@ -507,7 +537,8 @@ void MainSearchPathManager::SetPathFromEntries(PathEntryVector entries) {
 }
 
 MainSearchPathManager::ClassifiedFolders MainSearchPathManager::ClassifyPathFolders(
-    const CanonicalFolderVector& folders, foundation::core::except::Notification& notification) const {
+    const CanonicalFolderVector& folders, EntriesBuiltAhead& builtAhead,
+    foundation::core::except::Notification& notification) const {
     const auto registry = Registry();
     const auto userPath = paths->userPath;
     ClassifiedFolders classified;
@@ -516,7 +547,7 @@ MainSearchPathManager::ClassifiedFolders MainSearchPathManager::ClassifyPathFold
         PathEntryPointer entry;
         const auto component = registry->GetOwner(folder);
         if (!component) {
-            entry = TryMakeMainEntry(folder, *userPath, notification);
+            entry = TryMakeMainEntry(folder, *userPath, builtAhead, notification);
             if (!entry) continue;
         } else {
             const auto package = registry->GetPackage(*component);
@@ -545,7 +576,7 @@ MainSearchPathManager::ClassifiedFolders MainSearchPathManager::ClassifyPathFold
             }
             if (!entry) {
                 // The package knows no entry for its folder: read it as a plain one.
-                entry = TryMakeMainEntry(folder, *userPath, notification);
+                entry = TryMakeMainEntry(folder, *userPath, builtAhead, notification);
                 if (!entry) continue;
             }
         }
@@ -563,7 +594,14 @@ MainSearchPathManager::ClassifiedFolders MainSearchPathManager::ClassifyPathFold
 
 void MainSearchPathManager::SetPathFoldersWithPackages(const CanonicalFolderVector& folders,
                                                        foundation::core::except::Notification& notification) {
-    ClassifiedFolders classified = ClassifyPathFolders(folders, notification);
+    // The folders that no package owns are read as plain ones, and can be
+    // built ahead; a package's folders come with its entries.
+    CanonicalFolderVector plain;
+    const auto registry = Registry();
+    std::copy_if(folders.begin(), folders.end(), std::back_inserter(plain),
+                 [&registry](const CanonicalAbsoluteIRI& folder) { return !registry->GetOwner(folder); });
+    EntriesBuiltAhead builtAhead(entryFactory, folderMonitor, plain);
+    ClassifiedFolders classified = ClassifyPathFolders(folders, builtAhead, notification);
     if (packagesFeaturePhase == PackagesLast) {
         KeepFirstOfEachFolder(classified.packageEntries);
         classified.combinedEntries = classified.plainEntries;

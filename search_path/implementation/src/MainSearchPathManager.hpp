@@ -13,6 +13,8 @@
 
 namespace Thornfell::PathManagement {
 
+class EntriesBuiltAhead;
+
 // The paths in force. Replaced whole at each installation, never altered.
 struct InstalledPaths {
     std::shared_ptr<const IPath> userPath;        // the plain folders
@@ -100,8 +102,9 @@ private:
     PathEntryPointer GetEntryForFolder(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                                        const IPath& fallbackPath) const;
     PathEntryPointer TryMakeMainEntry(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
-                                      const IPath& fallbackPath, foundation::core::except::Notification& notification) const;
-    ClassifiedFolders ClassifyPathFolders(const CanonicalFolderVector& folders,
+                                      const IPath& fallbackPath, EntriesBuiltAhead& builtAhead,
+                                      foundation::core::except::Notification& notification) const;
+    ClassifiedFolders ClassifyPathFolders(const CanonicalFolderVector& folders, EntriesBuiltAhead& builtAhead,
                                           foundation::core::except::Notification& notification) const;
     void SetPathFoldersWithPackages(const CanonicalFolderVector& folders, foundation::core::except::Notification& notification);
     void SetPathFromEntries(PathEntryVector entries);

@@ -1,6 +1,7 @@
 #include "PathEntryFactory.hpp"
 
 #include "PathEntry.hpp"
+#include "WarningDeferral.hpp"
 #include "foundation/core/diag/Diagnostics.hpp"
 #include "foundation/usm/StateStore.hpp"
 #include "fl/filesystem/Filesystem.hpp"
@@ -290,7 +291,7 @@ std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> PathEntryFacto
     if (state == Frozen) return observerFactory.CreateFrozenObserver(folder);
     foundation::core::except::Notification warnings;
     auto observer = observerFactory.CreateObserver(folder, warnings);
-    for (const auto& warning : warnings) qvWarningMsgId(warning);
+    for (const auto& warning : warnings) GiveHostWarning(warning);
     return observer;
 }
 

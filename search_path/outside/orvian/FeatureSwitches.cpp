@@ -13,6 +13,7 @@ struct FeatureSwitchState {
     std::atomic<bool> component{false};
     std::atomic<bool> gup{false};
     std::atomic<bool> zpm{false};
+    std::atomic<bool> serialEntryBuild{false};
 };
 
 FeatureSwitchState& switches() {
@@ -31,5 +32,8 @@ void GUPFeature::Set(bool on) { switches().gup.store(on); }
 
 bool ZPMFeature::IsOn() { return switches().zpm.load(); }
 void ZPMFeature::Set(bool on) { switches().zpm.store(on); }
+
+bool SerialEntryBuildFeature::IsOn() { return switches().serialEntryBuild.load(); }
+void SerialEntryBuildFeature::Set(bool on) { switches().serialEntryBuild.store(on); }
 
 } // namespace OrvianComponents

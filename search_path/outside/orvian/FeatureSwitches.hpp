@@ -16,5 +16,13 @@ struct ZPMFeature {
     static bool IsOn();
     static void Set(bool on);
 };
+// On: an alteration builds its folders' entries one after another on the
+// calling thread, rather than all at once on the pool before its serial
+// steps. For hosts that keep the pool for their own work, and to compare the
+// two roads.
+struct SerialEntryBuildFeature {
+    static bool IsOn();
+    static void Set(bool on);
+};
 
 } // namespace OrvianComponents
