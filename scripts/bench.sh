@@ -4,10 +4,13 @@
 # measured within the same run.
 #   scripts/bench.sh [--repetitions N]     (default 3; each value is the median)
 #   TFSP_TREE_STORE=DIR scripts/bench.sh   (keeps the generated trees in DIR)
+#   TFSP_BENCH_DIR=DIR scripts/bench.sh    (the programs of another build, not rebuilt)
 #
 # A figure is one line of FIGURES below:
 #   kind | figure | value | unit | aim
-# kind   "figure" or "ratio" (ratios are printed after the figures)
+# kind   "figure" or "ratio" (ratios are printed after the figures), or
+#        "growth": a row of the growth table, whose value is PROGRAM:BENCHMARK
+#        of a start-up run (time and memory per file, and against the walk)
 # value  PROGRAM:BENCHMARK:FIELD, or two of those divided ("A / B"); BENCHMARK
 #        is the name without the /real_time, /manual_time, /iterations:, /repeats: and /min_time: that
 #        the library adds; FIELD is real_time or cpu_time (converted to the
@@ -26,7 +29,7 @@ case "${1:-}" in
 esac
 
 FIGURES=(
-  "figure|Path build, 2,000 folders, 100,000 items|PathBench:PathBuild:real_time|ms|15"
+  "figure|Path build, 2,000 folders, 100,000 items|PathBench:PathBuild:real_time|ms|10"
   "figure|FindFirstInScope, name held by one folder|PathBench:FindFirstInScope/heldByOneFolder/policy:1:cpu_time|ns|120"
   "figure|FindFirstInScope, name held by 1,000 folders|PathBench:FindFirstInScope/heldBy1000Folders/policy:1:cpu_time|ns|150"
   "figure|FindFirstInScope, absent name|PathBench:FindFirstInScope/absent/policy:1:cpu_time|ns|50"
@@ -54,11 +57,31 @@ FIGURES=(
   "figure|SearchPath::Find, 2 threads, wall time per lookup of both|FacadeBench:BM_SearchPathFindThreads/threads:2:real_time|ns|-"
   "figure|SearchPath::Find, 8 threads, wall time per lookup of all|FacadeBench:BM_SearchPathFindThreads/threads:8:real_time|ns|-"
   "ratio|Find, 8 threads vs 1, wall time per lookup (1/cores when it scales)|FacadeBench:BM_SearchPathFindThreads/threads:8:real_time / FacadeBench:BM_SearchPathFindThreads/threads:1:real_time|x|-"
+  "figure|start-up, 2,000 folders: cold entries, then the path|StartupBench:BM_StartUp/folders:2000/serial:0:startup_ms|ms|-"
+  "figure|the same with the entries built in turn|StartupBench:BM_StartUp/folders:2000/serial:1:startup_ms|ms|-"
+  "figure|python3's first import lookup on the same folders|StartupBench:BM_StartUp/folders:2000/serial:0:python_first_lookup_ms|ms|-"
+  "figure|resident bytes per file on the path, 2,000 folders|StartupBench:BM_StartUp/folders:2000/serial:0:resident_bytes_per_file|B|100"
+  "figure|python3's listing caches, resident bytes per file|StartupBench:BM_StartUp/folders:2000/serial:0:python_resident_bytes_per_file|B|-"
+  "ratio|start-up vs a serial bare walk of the same folders|StartupBench:BM_StartUp/folders:2000/serial:0:vs_bare_walk|x|0.7"
+  "ratio|start-up vs python3's first import lookup|StartupBench:BM_StartUp/folders:2000/serial:0:vs_python|x|0.34"
+  "ratio|cache load vs listing, 20,000 folders|StartupBench:BM_CacheLoadAgainstListing/20000:load_vs_listing|x|0.2"
+  "growth|200 folders, 10,000 files|StartupBench:BM_StartUp/folders:200/serial:0|-|-"
+  "growth|2,000 folders, 100,000 files|StartupBench:BM_StartUp/folders:2000/serial:0|-|-"
+  "growth|20,000 folders, 1,000,000 files|StartupBench:BM_StartUp/folders:20000/serial:0|-|-"
+  "ratio|start-up per file, 20,000 folders vs 200|StartupBench:BM_StartUp/folders:20000/serial:0:ns_per_file / StartupBench:BM_StartUp/folders:200/serial:0:ns_per_file|x|1.2"
+  "ratio|resident bytes per file, 20,000 folders vs 200|StartupBench:BM_StartUp/folders:20000/serial:0:resident_bytes_per_file / StartupBench:BM_StartUp/folders:200/serial:0:resident_bytes_per_file|x|1.2"
 )
 
-"$ROOT/scripts/install-deps.sh"
-"$ROOT/scripts/build.sh" release >/dev/null
-BENCH_DIR="$ROOT/build/release/bench"
+# TFSP_BENCH_DIR names the benchmark programs of another build (an older
+# one, to compare): nothing is built, and figures of programs it lacks are
+# left without a value.
+if [[ -n "${TFSP_BENCH_DIR:-}" ]]; then
+  BENCH_DIR="$TFSP_BENCH_DIR"
+else
+  "$ROOT/scripts/install-deps.sh"
+  "$ROOT/scripts/build.sh" release >/dev/null
+  BENCH_DIR="$ROOT/build/release/bench"
+fi
 OUT="$(mktemp -d)"
 trap 'rm -rf "$OUT"' EXIT
 # Programs that ask for a tree of the same options share one, written once;
@@ -70,6 +93,11 @@ export TFSP_TREE_STORE="${TFSP_TREE_STORE:-$OUT/trees}"
 for program in $(printf '%s\n' "${FIGURES[@]}" | cut -d'|' -f3 | sed 's| / |\n|' | cut -d: -f1 | sort -u); do
   names=$(printf '%s\n' "${FIGURES[@]}" | cut -d'|' -f3 | sed 's| / |\n|' | grep "^$program:" | cut -d: -f2- |
     sed 's|:[^:]*$||' | sort -u | paste -sd'|')
+  if [[ ! -x "$BENCH_DIR/$program" ]]; then
+    echo "no $program in $BENCH_DIR" >&2
+    echo '{"benchmarks": []}' >"$OUT/$program.json"
+    continue
+  fi
   echo "running $program ..." >&2
   "$BENCH_DIR/$program" --benchmark_filter="^($names)(/|\$)" \
     --benchmark_repetitions="$REPETITIONS" --benchmark_report_aggregates_only=true \
@@ -128,3 +156,18 @@ print_rows figure
 echo
 printf '%-48s %16s %-12s %s\n' "ratio (same run)" "value" "aim" "holds"
 print_rows ratio
+echo
+# How start-up grows with the path: per file, the time and the resident
+# memory should stay flat from the smallest tree to the largest.
+printf '%-48s %12s %12s %12s %12s\n' "growth of start-up" "ms" "ns/file" "B/file" "vs walk"
+for line in "${FIGURES[@]}"; do
+  IFS='|' read -r kind figure expression unit aim <<<"$line"
+  [[ "$kind" == growth ]] || continue
+  printf '%-48s' "$figure"
+  for field in startup_ms ns_per_file resident_bytes_per_file vs_bare_walk; do
+    value=$(value_of "$expression:$field" -)
+    [[ "$value" == missing ]] || value=$(awk -v v="$value" 'BEGIN { printf (v < 10 ? "%.2f" : "%.0f"), v }')
+    printf ' %12s' "$value"
+  done
+  echo
+done
