@@ -11,7 +11,7 @@ PACKAGES=(
   libboost-thread-dev libboost-system-dev librange-v3-dev libicu-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   nlohmann-json3-dev libcli11-dev jq
-  clang-14 libclang-rt-14-dev llvm-14
+  clang-14 libclang-rt-14-dev llvm-14 clang-tidy-14 clang-format-14
 )
 TBB_SOURCE=0
 case "${1:-}" in

@@ -2,27 +2,29 @@
 # Installs, builds and runs the whole test suite.
 #   scripts/test.sh                 the suite and the embedding example built
 #                                   against the installed package, then the
-#                                   suite again under ThreadSanitizer,
+#                                   suite built by clang 14, then under ThreadSanitizer,
 #                                   then under AddressSanitizer + UndefinedBehaviorSanitizer,
 #                                   then the cache reader fuzzed for 60 seconds
 #   scripts/test.sh --sanitize thread|address
 #                                   the whole suite in that sanitizer build only
+#   scripts/test.sh --clang         the whole suite built by clang 14 only
 #   scripts/test.sh --plain         the suite and the embedding example, without
 #                                   any sanitizer run
 # Extra arguments after these go to ctest (for example -R Path or -L manager).
 set -euo pipefail
 ROOT="$(cd "$(dirname "$0")/.." && pwd)"
-STAGES=(release thread address fuzz)
+STAGES=(release clang thread address fuzz)
 case "${1:-}" in
   --sanitize)
     case "${2:-}" in
       thread|address) STAGES=("$2") ;;
-      *) echo "usage: $0 [--plain | --sanitize thread|address] [ctest args...]" >&2; exit 2 ;;
+      *) echo "usage: $0 [--plain | --clang | --sanitize thread|address] [ctest args...]" >&2; exit 2 ;;
     esac
     shift 2 ;;
   --plain) STAGES=(release); shift ;;
+  --clang) STAGES=(clang); shift ;;
   "" | -*) ;;
-  *) echo "usage: $0 [--plain | --sanitize thread|address] [ctest args...]" >&2; exit 2 ;;
+  *) echo "usage: $0 [--plain | --clang | --sanitize thread|address] [ctest args...]" >&2; exit 2 ;;
 esac
 started=$SECONDS
 "$ROOT/scripts/install-deps.sh"

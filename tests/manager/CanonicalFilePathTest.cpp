@@ -79,7 +79,8 @@ TEST_F(CanonicalFilePathTest, StorageFailuresBecomeMessagesAndOthersGoOn) {
         {ErrorCode::NotFound, "nameNonexistentOrNotADirectory"},
         {ErrorCode::AccessFailure, "directoryAccessFailure"},
     };
-    for (const auto& [code, key] : known) {
+    for (const auto& [knownCode, key] : known) {
+        const ErrorCode code = knownCode;  // a lambda can't capture a structured binding in every compiler
         const auto notification = reported([&] { throw Exception(code, folder.getPath(), "failed"); });
         EXPECT_THAT(notification.messages(),
                     ElementsAre(resource_core::BaseMsgID("ORVIAN:mpath", key, {GetStringFromIRI(folder)})));

@@ -69,8 +69,7 @@ class PathEntryRefresher {
 public:
     PathEntryRefresher(PathEntryList entries, const IPathEntryFactory& entryFactory, const IFolderMonitor& folderMonitor,
                        const std::shared_ptr<const IPackageRegistry>& packageRegistry, bool packagesFeatureOn)
-        : entries(std::move(entries)), entryFactory(entryFactory), folderMonitor(folderMonitor),
-          packageRegistry(packageRegistry), packagesFeatureOn(packagesFeatureOn) {
+        : entries(std::move(entries)), entryFactory(entryFactory), folderMonitor(folderMonitor) {
         for (std::size_t i = 0; i < this->entries->size(); ++i) {
             const PathEntryPointer& entry = (*this->entries)[i];
             // Folders of installed components follow their component, not this refresh.
@@ -136,8 +135,6 @@ private:
     PathEntryList entries;
     const IPathEntryFactory& entryFactory;
     const IFolderMonitor& folderMonitor;
-    const std::shared_ptr<const IPackageRegistry>& packageRegistry;
-    bool packagesFeatureOn;
     std::vector<std::size_t> outOfDateIndices;
     tbb::concurrent_vector<Result> results;
     PathEntryVector updatedEntries;

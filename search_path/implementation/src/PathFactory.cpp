@@ -19,8 +19,10 @@ std::shared_ptr<const IPath> PathFactory::CreatePath(PathEntryVector mainEntries
 
 std::shared_ptr<const IPath> PathFactory::CreatePathReplacing(const std::shared_ptr<const IPath>& previous,
                                                               PathEntryVector mainEntries) const {
-    if (previous && typeid(*previous) == typeid(Path))
-        return std::make_shared<const Path>(static_cast<const Path&>(*previous), std::move(mainEntries));
+    // Derived only from a path of exactly this class: its indexes are what
+    // the new one shares.
+    if (const IPath* const old = previous.get(); old && typeid(*old) == typeid(Path))
+        return std::make_shared<const Path>(static_cast<const Path&>(*old), std::move(mainEntries));
     return CreatePath(std::move(mainEntries));
 }
 

@@ -5,6 +5,9 @@
 
 #include <oneapi/tbb/concurrent_hash_map.h>
 #include <oneapi/tbb/scalable_allocator.h>
+#include <range/v3/view/common.hpp>
+#include <range/v3/view/join.hpp>
+#include <range/v3/view/move.hpp>
 
 #include <algorithm>
 #include <bit>
@@ -341,9 +344,10 @@ std::unique_ptr<const StemIndex::Map> StemIndex::BuildMap(const PathEntryVector&
     });
     std::size_t keyCount = 0;
     for (const std::vector<StemKeyAndHolders>& keys : keysByRun) keyCount += keys.size();
-    auto keys = keysByRun | std::views::join;
-    auto map = std::make_unique<Map>(std::make_move_iterator(keys.begin()), std::make_move_iterator(keys.end()),
-                                     Map::allocator_type(MakeStemMapArena(keyCount)));
+    // The map's range constructor fills it without taking a lock; one range
+    // over all the runs, whose keys and lists are moved in.
+    auto keys = keysByRun | ranges::views::join | ranges::views::move | ranges::views::common;
+    auto map = std::make_unique<Map>(keys.begin(), keys.end(), Map::allocator_type(MakeStemMapArena(keyCount)));
     // The pass leaves no bucket split pending; this makes sure of it, so
     // that readers never meet one.
     map->rehash(0);
