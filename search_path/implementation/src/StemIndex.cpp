@@ -169,7 +169,10 @@ void CollectEntryStems(const PathItemVector& items, std::uint32_t entryPlace, st
             continue;
         }
         previousStem = stem;
-        stems.push_back({{stem, UstringHashCompare::hash(*stem)}, {entryPlace, HolderPlace(place, kItemPlaceLimit), true}});
+        // Below the limit already; the mask tells the compiler that it fits
+        // the 31-bit field.
+        stems.push_back({{stem, UstringHashCompare::hash(*stem)},
+                         {entryPlace, HolderPlace(place, kItemPlaceLimit) & (kItemPlaceLimit - 1), true}});
     }
 }
 
