@@ -12,6 +12,7 @@
 #include "host/HostServices.hpp"
 #include "ovutil/LocalEventMgr.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
+#include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/ToolboxCacheWrongFormatException.hpp"
@@ -42,10 +43,7 @@ std::string Describe(const IPathEntry& entry) {
     for (const auto& item : *entry.GetPathItems())
         text += Utf8(item->stem) + "|" + Utf8(item->extension) + ":" + std::to_string(item->contentKind.load()) + " ";
     text += "}(";
-    for (const PathEntryList& children : {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
-        for (const auto& child : *children) text += Describe(*child) + " ";
-    for (const auto& child : {entry.GetPrivateEntry(), entry.GetResourcesEntry()})
-        if (child) text += Describe(*child) + " ";
+    ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { text += Describe(*child) + " "; });
     return text + ")";
 }
 
@@ -60,9 +58,13 @@ PathEntryPointer MemoryEntry(const CanonicalAbsoluteIRI& iri, PathEntryType type
                              PathItemVector items) {
     const auto storage = OrvianStorageSystem::GetStorageSystemReference();
     auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
-    return PathEntry::Create(iri, iri.toString(), type, std::move(packages), PathEntryVector(), PathEntryVector(),
-                             nullptr, nullptr, std::move(items), foundation::storage::vfs::PathComparator(),
-                             observers.CreateFrozenObserver(foundation::storage::vfs::Folder(iri, storage)), nullptr);
+    return PathEntry::Create(PathEntry::Parts{
+        .iri = iri,
+        .descriptor = iri.toString(),
+        .entryType = type,
+        .children = {.packages = std::move(packages)},
+        .items = std::move(items),
+        .folderObserver = observers.CreateFrozenObserver(foundation::storage::vfs::Folder(iri, storage))});
 }
 
 class ToolboxCacheTest : public EngineFixture {
