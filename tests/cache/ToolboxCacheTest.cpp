@@ -14,6 +14,7 @@
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/ToolboxCacheWrongFormatException.hpp"
 #include "tfsearch_path/ToolboxPathCache.hpp"
@@ -28,6 +29,8 @@
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using namespace Thornfell::PathManagement;
 using foundation::storage::vfs::AbsoluteIRI;
@@ -118,7 +121,7 @@ TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListi
     EXPECT_EQ(out.str().find("elsewhere"), std::string::npos);
     EXPECT_EQ(out.str().find("quoted"), std::string::npos);
     ASSERT_EQ(leftOut.size(), 1u);
-    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), "ORVIAN:CachePath:QuotationMarkInName");
+    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), ids::CachePath::QuotationMarkInName.Text());
     EXPECT_THAT(leftOut.messages()[0].getArguments(), ElementsAre(u"quoted/say\"hi\".tf"));
     // A private folder is nested in its parent, named from the root.
     EXPECT_NE(out.str().find("\n  <D name=\"a/private\">\n   <C name=\"secret.tf\"/>\n  </D>\n"), std::string::npos);
@@ -219,7 +222,7 @@ TEST_F(ToolboxCacheTest, TheWriterLeavesOutWhatTheReaderWouldRefuse) {
     WriteToolboxCacheFolder(tooDeep, *chain(PathCacheReader::kMaxFolderDepth + 1), root, toUtf8, &leftOut);
     EXPECT_EQ(tooDeep.str(), "");
     ASSERT_EQ(leftOut.size(), 1u);
-    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), "ORVIAN:CachePath:FolderTooDeep");
+    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), ids::CachePath::FolderTooDeep.Text());
     ustring deepest = u"m";
     for (std::size_t i = 1; i < PathCacheReader::kMaxFolderDepth + 1; ++i) deepest += u"/+p";
     EXPECT_THAT(leftOut.messages()[0].getArguments(),

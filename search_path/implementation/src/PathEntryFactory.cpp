@@ -10,6 +10,7 @@
 #include "ovutil/LocalEventMgr.hpp"
 #include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/IFolderMonitor.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathEvents.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
@@ -422,13 +423,13 @@ std::optional<resource_core::BaseMsgID> FindUnwritable(const IPathEntry& entry, 
                                                        const CanonicalAbsoluteIRI& root) {
     const ustring name = entry.GetIRI().makePathRelativeTo(root);
     if (depth > PathCacheReader::kMaxFolderDepth)
-        return resource_core::BaseMsgID("ORVIAN:CachePath", "FolderTooDeep",
-                                        {name, fl::i18n::utf8_to_ustring(std::to_string(PathCacheReader::kMaxFolderDepth))});
+        return MessageIds::CachePath::FolderTooDeep.Message(
+            {name, fl::i18n::utf8_to_ustring(std::to_string(PathCacheReader::kMaxFolderDepth))});
     if (name.find(u'"') != ustring::npos)
-        return resource_core::BaseMsgID("ORVIAN:CachePath", "QuotationMarkInName", {name});
+        return MessageIds::CachePath::QuotationMarkInName.Message({name});
     for (const auto& item : *entry.GetPathItems())
         if (item->stem.find(u'"') != ustring::npos || item->extension.find(u'"') != ustring::npos)
-            return resource_core::BaseMsgID("ORVIAN:CachePath", "QuotationMarkInName", {name + u'/' + item->FileName()});
+            return MessageIds::CachePath::QuotationMarkInName.Message({name + u'/' + item->FileName()});
     std::optional<resource_core::BaseMsgID> why;
     ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) {
         return (why = FindUnwritable(*child, depth + 1, root)).has_value();
