@@ -64,14 +64,15 @@ TEST_F(AlterationTest, StorageFailuresThatRootCantGetRoundAreMessages) {
                                                                    tree.iri("b")};
     Manager().SetPathFolders(FolderRange(given), notification);
     EXPECT_THAT(Messages(notification),
-                ElementsAre(Message("nameNonexistentOrNotADirectory", "loop"), Message("invalidLocation", tooLong)));
+                ElementsAre(Message(ids::mpath::nameNonexistentOrNotADirectory, "loop"),
+                            Message(ids::mpath::invalidLocation, tooLong)));
     EXPECT_THAT(MainFolders(), ElementsAre("a", "b"));
 
     // A folder that vanished after its name was made canonical.
     tree.folder("gone");
     const auto gone = Canonical("gone");
     tree.remove("gone");
-    EXPECT_THAT(Messages(SetPath({"gone", "a"})), ElementsAre(Message("nameNonexistentOrNotADirectory", "gone")));
+    EXPECT_THAT(Messages(SetPath({"gone", "a"})), ElementsAre(Message(ids::mpath::nameNonexistentOrNotADirectory, "gone")));
     EXPECT_THAT(MainFolders(), ElementsAre("a"));
 
     // One that can't be read while it stands on the path keeps its entry, silently.

@@ -357,7 +357,7 @@ PathEntryPointer PathEntryFactory::GetFrozenEntryFor(const PathEntryPointer& ent
     const Folder folder(iri, storageSystem);
     auto observer = observerFactory.CreateFrozenObserver(folder);
     PathEntry::Children children;
-    // Each copy takes the place of its original, whatever the copy's type.
+    // Each copy fills the slot its original filled.
     ForEachChildEntry(*entry, [&](const PathEntryPointer& child, PathEntryType kind) {
         PushChildEntryToCurrentPathEntry(children, GetFrozenEntryFor(child), kind);
     });
