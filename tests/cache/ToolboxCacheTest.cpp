@@ -12,7 +12,9 @@
 #include "host/HostServices.hpp"
 #include "ovutil/LocalEventMgr.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
+#include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/ToolboxCacheWrongFormatException.hpp"
 #include "tfsearch_path/ToolboxPathCache.hpp"
@@ -28,6 +30,8 @@
 namespace tfsp::test {
 namespace {
 
+namespace ids = Thornfell::PathManagement::MessageIds;
+
 using namespace Thornfell::PathManagement;
 using foundation::storage::vfs::AbsoluteIRI;
 using foundation::storage::vfs::CanonicalAbsoluteIRI;
@@ -42,10 +46,7 @@ std::string Describe(const IPathEntry& entry) {
     for (const auto& item : *entry.GetPathItems())
         text += Utf8(item->stem) + "|" + Utf8(item->extension) + ":" + std::to_string(item->contentKind.load()) + " ";
     text += "}(";
-    for (const PathEntryList& children : {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
-        for (const auto& child : *children) text += Describe(*child) + " ";
-    for (const auto& child : {entry.GetPrivateEntry(), entry.GetResourcesEntry()})
-        if (child) text += Describe(*child) + " ";
+    ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { text += Describe(*child) + " "; });
     return text + ")";
 }
 
@@ -60,9 +61,13 @@ PathEntryPointer MemoryEntry(const CanonicalAbsoluteIRI& iri, PathEntryType type
                              PathItemVector items) {
     const auto storage = OrvianStorageSystem::GetStorageSystemReference();
     auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
-    return PathEntry::Create(iri, iri.toString(), type, std::move(packages), PathEntryVector(), PathEntryVector(),
-                             nullptr, nullptr, std::move(items), foundation::storage::vfs::PathComparator(),
-                             observers.CreateFrozenObserver(foundation::storage::vfs::Folder(iri, storage)), nullptr);
+    return PathEntry::Create(PathEntry::Parts{
+        .iri = iri,
+        .descriptor = iri.toString(),
+        .entryType = type,
+        .children = {.packages = std::move(packages)},
+        .items = std::move(items),
+        .folderObserver = observers.CreateFrozenObserver(foundation::storage::vfs::Folder(iri, storage))});
 }
 
 class ToolboxCacheTest : public EngineFixture {
@@ -116,7 +121,7 @@ TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListi
     EXPECT_EQ(out.str().find("elsewhere"), std::string::npos);
     EXPECT_EQ(out.str().find("quoted"), std::string::npos);
     ASSERT_EQ(leftOut.size(), 1u);
-    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), "ORVIAN:CachePath:QuotationMarkInName");
+    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), ids::CachePath::QuotationMarkInName.Text());
     EXPECT_THAT(leftOut.messages()[0].getArguments(), ElementsAre(u"quoted/say\"hi\".tf"));
     // A private folder is nested in its parent, named from the root.
     EXPECT_NE(out.str().find("\n  <D name=\"a/private\">\n   <C name=\"secret.tf\"/>\n  </D>\n"), std::string::npos);
@@ -217,7 +222,7 @@ TEST_F(ToolboxCacheTest, TheWriterLeavesOutWhatTheReaderWouldRefuse) {
     WriteToolboxCacheFolder(tooDeep, *chain(PathCacheReader::kMaxFolderDepth + 1), root, toUtf8, &leftOut);
     EXPECT_EQ(tooDeep.str(), "");
     ASSERT_EQ(leftOut.size(), 1u);
-    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), "ORVIAN:CachePath:FolderTooDeep");
+    EXPECT_EQ(leftOut.messages()[0].getIdentifier(), ids::CachePath::FolderTooDeep.Text());
     ustring deepest = u"m";
     for (std::size_t i = 1; i < PathCacheReader::kMaxFolderDepth + 1; ++i) deepest += u"/+p";
     EXPECT_THAT(leftOut.messages()[0].getArguments(),

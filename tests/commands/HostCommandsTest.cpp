@@ -6,6 +6,7 @@
 #include "fl/filesystem/Filesystem.hpp"
 #include "host/HostServices.hpp"
 #include "tfsearch_path/HostCommands.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 
 #include <fstream>
 #include <iostream>
@@ -13,6 +14,8 @@
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using matrix::ClassID;
 
@@ -57,7 +60,7 @@ TEST_F(HostCommandsTest, CanonicalizeArgumentTable) {
     tree.folder("real/sub");
     tree.symlink("link", "real");
     Cd("");
-    const std::string mustBeText = "ORVIAN:string:MustBeStringScalarOrCharacterVector";
+    const std::string mustBeText = ids::string::MustBeStringScalarOrCharacterVector.Text();
     struct Case {
         const char* what;
         int outputCount;
@@ -145,7 +148,7 @@ TEST_F(CachePathTest, AFolderTheFileCantHoldIsLeftOutWithAWarning) {
     EXPECT_EQ(Written("install/cache/toolbox.cache").find("say"), std::string::npos);
     const auto warnings = host::takeWarnings();
     ASSERT_EQ(warnings.size(), 1u);
-    EXPECT_EQ(warnings[0].getIdentifier(), "ORVIAN:CachePath:QuotationMarkInName");
+    EXPECT_EQ(warnings[0].getIdentifier(), ids::CachePath::QuotationMarkInName.Text());
     EXPECT_EQ(warnings[0].getArguments(), std::vector<ustring>{u"toolbox/say\"hi\""});
 }
 
@@ -157,7 +160,7 @@ TEST_F(CachePathTest, ArgumentsAndAFileThatCantBeWritten) {
     const std::string unwritable = tree.path("missing/toolbox.cache");
     host::setSystemToolboxCacheFile(unwritable);
     const Raised raised = Write();
-    EXPECT_EQ(raised.identifier, "ORVIAN:CachePath:FailedToSave");
+    EXPECT_EQ(raised.identifier, ids::CachePath::FailedToSave.Text());
     EXPECT_TRUE(raised.reported);
     EXPECT_EQ(raised.arguments, std::vector<ustring>{fl::i18n::utf8_to_ustring(unwritable)});
 }

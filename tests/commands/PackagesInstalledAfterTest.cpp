@@ -5,12 +5,15 @@
 
 #include "orvian/FeatureSwitches.hpp"
 #include "tfsearch_path/HostCommands.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "thornfell/PackageRegistry.hpp"
 
 #include <boost/uuid/random_generator.hpp>
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using namespace Thornfell::PathManagement;
 namespace registry = Thornfell::PackageRegistry;
@@ -68,7 +71,7 @@ TEST_F(PackagesInstalledAfterTest, ArgumentTable) {
         std::string raised;
         std::string front, back;
     };
-    const std::string invalid = "ORVIAN:mpath:InvalidInstallStamp";
+    const std::string invalid = ids::mpath::InvalidInstallStamp.Text();
     const std::vector<Case> cases = {
         {"nothing after the latest: empty characters", true, 2, {Stamp(4)}, "", "char:", "char:"},
         {"all: the front latest first", true, 2, {Stamp(0)}, "", "char:/p3;/p1;/p1/lib", "char:/p2;/m4"},
@@ -100,7 +103,7 @@ TEST_F(PackagesInstalledAfterTest, WithZpmOffNothingElseIsLookedAt) {
     OrvianComponents::ZPMFeature::Set(false);
     for (int outputCount : {0, 1, 3}) {
         const Result result = Call(outputCount, {Null(), Null()});
-        EXPECT_EQ(result.raised.identifier, "ORVIAN:mpath:ZPMFeatureOff");
+        EXPECT_EQ(result.raised.identifier, ids::mpath::ZPMFeatureOff.Text());
         EXPECT_TRUE(result.raised.reported);
         EXPECT_EQ(result.front, "null");
     }

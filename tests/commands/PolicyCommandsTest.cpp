@@ -8,11 +8,14 @@
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "storage/filefolderobserver/ObserverTestHooks.hpp"
 #include "tfsearch_path/HostCommands.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 
 #include <cerrno>
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using namespace Thornfell::PathManagement;
 using matrix::ClassID;
@@ -53,10 +56,10 @@ protected:
     }
 };
 
-const char* const kMustBeText = "ORVIAN:string:MustBeStringScalarOrCharacterVector";
+const std::string kMustBeText = ids::string::MustBeStringScalarOrCharacterVector.Text();
 
 TEST_F(PolicyCommandsTest, ChangeHandleWarningArgumentTable) {
-    const std::string invalid = "ORVIAN:ChangeHandleWarning:InvalidOption";
+    const std::string invalid = ids::ChangeHandleWarning::InvalidOption.Text();
     const std::vector<PolicyCase> cases = {
         {"once over never returns never", 1, {Chars("once")}, 2, "", false, "char:never", 1},
         {"any case", 1, {Chars("ALWAYS")}, 1, "", false, "char:once", 0},
@@ -67,12 +70,12 @@ TEST_F(PolicyCommandsTest, ChangeHandleWarningArgumentTable) {
         {"a matrix is read in storage order", 1, {CharMatrix(2, 3, "always")}, 2, "", false, "char:never", 0},
         {"too many outputs", 2, {Chars("once")}, 0, "ORVIAN:maxlhs", false, "null", 0},
         {"too many inputs", 1, {Chars("once"), Chars("once")}, 0, "ORVIAN:maxrhs", false, "null", 0},
-        {"no input", 1, {}, 2, "ORVIAN:ChangeHandleWarning:notEnoughInputs", true, "null", 2},
+        {"no input", 1, {}, 2, ids::ChangeHandleWarning::notEnoughInputs.Text(), true, "null", 2},
         {"unknown option", 1, {Chars("sometimes")}, 2, invalid, true, "null", 2},
         {"a matrix of no option", 1, {CharMatrix(2, 3, "abcdef")}, 2, invalid, true, "null", 2},
         {"empty characters", 1, {Empty(ClassID::Char)}, 1, invalid, true, "null", 1},
         {"a prefix is no option", 1, {Chars("alway")}, 1, invalid, true, "null", 1},
-        {"a missing string", 1, {Missing()}, 1, "ORVIAN:string:MissingNotSupported", false, "null", 1},
+        {"a missing string", 1, {Missing()}, 1, ids::string::MissingNotSupported.Text(), false, "null", 1},
         {"two strings", 1, {Strings(1, 2, {"once", "once"})}, 1, kMustBeText, false, "null", 1},
         {"no strings", 1, {Empty(ClassID::String)}, 1, kMustBeText, false, "null", 1},
         {"a number", 1, {Number(1)}, 1, kMustBeText, false, "null", 1},
@@ -83,7 +86,7 @@ TEST_F(PolicyCommandsTest, ChangeHandleWarningArgumentTable) {
 }
 
 TEST_F(PolicyCommandsTest, RemotePathPolicyArgumentTable) {
-    const std::string unknown = "ORVIAN:RemotePolicy:UnknownPolicy";
+    const std::string unknown = ids::RemotePolicy::UnknownPolicy.Text();
     const std::vector<PolicyCase> cases = {
         {"reload in any case", 1, {Chars("reload")}, 1, "", false, "char:TimecheckDir", 0},
         {"TIMECHECKDIR", 1, {Chars("TIMECHECKDIR")}, 2, "", false, "char:None", 1},
@@ -98,7 +101,7 @@ TEST_F(PolicyCommandsTest, RemotePathPolicyArgumentTable) {
         {"the warning's options are no policy", 1, {Chars("never")}, 1, unknown, true, "null", 1},
         {"a matrix of no policy", 1, {CharMatrix(2, 3, "abcdef")}, 0, unknown, true, "null", 0},
         {"empty characters", 1, {Empty(ClassID::Char)}, 0, unknown, true, "null", 0},
-        {"a missing string", 1, {Missing()}, 2, "ORVIAN:string:MissingNotSupported", false, "null", 2},
+        {"a missing string", 1, {Missing()}, 2, ids::string::MissingNotSupported.Text(), false, "null", 2},
         {"a string column", 1, {Strings(2, 1, {"None", "None"})}, 2, kMustBeText, false, "null", 2},
         {"a stamp", 1, {Stamp(1)}, 2, kMustBeText, false, "null", 2},
         {"a null array", 1, {Null()}, 2, kMustBeText, false, "null", 2},

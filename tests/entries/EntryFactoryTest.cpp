@@ -124,10 +124,12 @@ private:
 std::shared_ptr<const IPathEntry> MakeEntry(const TempTree& tree, const std::string& relative, PathEntryType type,
                                             std::shared_ptr<std::atomic<bool>> changed, bool coversChildren,
                                             PathEntryPointer resources = nullptr) {
-    return std::make_shared<PathEntry>(CanonicalAbsoluteIRI(tree.iri(relative), ustring()), tree.upath(relative), type,
-                                       PathEntryVector{}, PathEntryVector{}, PathEntryVector{}, nullptr,
-                                       std::move(resources), PathItemVector{}, foundation::storage::vfs::PathComparator(),
-                                       std::make_unique<FakeObserver>(std::move(changed), coversChildren), nullptr);
+    return std::make_shared<PathEntry>(PathEntry::Parts{
+        .iri = CanonicalAbsoluteIRI(tree.iri(relative), ustring()),
+        .descriptor = tree.upath(relative),
+        .entryType = type,
+        .children = {.resourcesEntry = std::move(resources)},
+        .folderObserver = std::make_unique<FakeObserver>(std::move(changed), coversChildren)});
 }
 
 TEST_F(EntryFactoryTest, OutOfDateFollowsWhatTheObserversCover) {
@@ -212,7 +214,7 @@ using EntryFactoryDeathTest = EntryFactoryTest;
 TEST_F(EntryFactoryDeathTest, ImpossibleEntryTypesAreFatal) {
     tree.folder("f");
     const auto main = GetPathEntryFactory().GetPathEntry(tree.iri("f"));
-    PathEntryFactory::PathEntryChildren children;
+    PathEntry::Children children;
     EXPECT_DEATH(PushChildEntryToCurrentPathEntry(children, main), "Unexpected PathEntry Type.");
     EXPECT_DEATH(GetValidChildEntryTypesForEntryType(static_cast<PathEntryType>(6)),
                  "Received unexpected PathEntry Type");

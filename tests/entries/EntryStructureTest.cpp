@@ -2,6 +2,8 @@
 // the order of items.
 #include "EntryTestHelpers.hpp"
 #include "PathEntry.hpp"
+#include "tfsearch_path/ChildEntries.hpp"
+#include "tfsearch_path/PathEntryDecorator.hpp"
 
 #include <gmock/gmock.h>
 
@@ -13,6 +15,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 
 class EntryStructureTest : public EngineFixture {
 protected:
@@ -185,6 +188,66 @@ TEST_F(EntryStructureTest, WalkVisitsParentsBeforeChildrenInKindOrder) {
         ADD_FAILURE() << "an empty scope selects nothing";
         return true;
     }));
+}
+
+// An entry of `type` made in memory, with `children` and no files.
+PathEntryPointer MemoryEntry(const TempTree& tree, const std::string& relative, PathEntryType type,
+                             PathEntry::Children children = {}) {
+    const CanonicalAbsoluteIRI iri(tree.iri(relative), ustring());
+    return PathEntry::Create(
+        PathEntry::Parts{.iri = iri, .descriptor = iri.toString(), .entryType = type, .children = std::move(children)});
+}
+
+// A folder that stands as its own private folder.
+class OwnPrivateEntry final : public PathEntryDecorator, public std::enable_shared_from_this<OwnPrivateEntry> {
+public:
+    using PathEntryDecorator::PathEntryDecorator;
+    PathEntryPointer GetPrivateEntry() const override { return shared_from_this(); }
+};
+
+TEST_F(EntryStructureTest, ChildWalkTakesEachChildOnceInKindOrderAndStopsWhenAsked) {
+    // Every kind, two of one.
+    const auto entry = MemoryEntry(tree, "m", Main,
+                                   {.packages = {MemoryEntry(tree, "m/+p", Package), MemoryEntry(tree, "m/+q", Package)},
+                                    .methods = {MemoryEntry(tree, "m/@C", Method)},
+                                    .uddClasses = {MemoryEntry(tree, "m/@C/@U", UDDClass)},
+                                    .privateEntry = MemoryEntry(tree, "m/private", Private),
+                                    .resourcesEntry = MemoryEntry(tree, "m/resources", Resources)});
+    using Visit = std::pair<std::string, PathEntryType>;
+    std::vector<Visit> seen;
+    const auto record = [&](const PathEntryPointer& child, PathEntryType kind) {
+        seen.emplace_back(Utf8(child->GetIRI().getName()), kind);
+    };
+    EXPECT_FALSE(ForEachChildEntry(*entry, record));
+    EXPECT_THAT(seen, ElementsAre(Pair("+p", Package), Pair("+q", Package), Pair("@C", Method), Pair("@U", UDDClass),
+                                  Pair("private", Private), Pair("resources", Resources)));
+
+    seen.clear();
+    EXPECT_TRUE(ForEachChildEntry(*entry, [&](const PathEntryPointer& child, PathEntryType kind) {
+        record(child, kind);
+        return kind == Method;
+    }));
+    EXPECT_THAT(seen, ElementsAre(Pair("+p", Package), Pair("+q", Package), Pair("@C", Method)));
+
+    // The walks the entry makes of itself take the same order.
+    std::vector<PathEntryType> walked;
+    entry->ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& e) {
+        walked.push_back(e->GetPathEntryType());
+        return false;
+    });
+    EXPECT_THAT(walked, ElementsAre(Main, Package, Package, Method, UDDClass, Private, Resources));
+}
+
+TEST_F(EntryStructureTest, ChildWalkLeavesOutAnEntryThatIsItsOwnPrivateEntry) {
+    const auto own = std::make_shared<OwnPrivateEntry>(
+        MemoryEntry(tree, "p", Private, {.resourcesEntry = MemoryEntry(tree, "p/resources", Resources)}));
+    ASSERT_EQ(own->GetPrivateEntry(), own);
+    std::vector<PathEntryType> kinds;
+    ForEachChildEntry(*own, [&](const PathEntryPointer& child, PathEntryType kind) {
+        EXPECT_NE(child, own);
+        kinds.push_back(kind);
+    });
+    EXPECT_THAT(kinds, ElementsAre(Resources));
 }
 
 } // namespace

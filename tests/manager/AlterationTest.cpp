@@ -4,9 +4,12 @@
 
 #include "orvian/FeatureSwitches.hpp"
 #include "tfsearch_path/PathManagerExceptions.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
@@ -25,18 +28,21 @@ protected:
     std::vector<BaseMsgID> Messages(const foundation::core::except::Notification& notification) const {
         return {notification.begin(), notification.end()};
     }
-    BaseMsgID Message(const std::string& key, const std::string& folder) const {
-        return BaseMsgID("ORVIAN:mpath", key, {Text(folder)});
+    BaseMsgID Message(Thornfell::PathManagement::MessageIdentifier id, const std::string& folder) const {
+        return id.Message({Text(folder)});
     }
     std::vector<std::string> MainFolders() { return Folders(*Manager().GetMainPath()); }
 };
 
 TEST_F(AlterationTest, RefusedFoldersAreReportedInOrderAndTheRestBecomesThePath) {
     Cd("cwd");
-    const std::pair<const char*, const char*> refused[] = {
-        {"a/+pkg", "packageDirectoriesNotAllowedOnPath"},     {"a/@Cls", "methodDirectoriesNotAllowedOnPath"},
-        {"a/private", "privateDirectoriesNotAllowedOnPath"},  {"a/resources", "resourcesDirectoriesNotAllowedOnPath"},
-        {"missing", "nameNonexistentOrNotADirectory"},        {"a/x.tf", "nameNonexistentOrNotADirectory"},
+    const std::pair<const char*, Thornfell::PathManagement::MessageIdentifier> refused[] = {
+        {"a/+pkg", ids::mpath::packageDirectoriesNotAllowedOnPath},
+        {"a/@Cls", ids::mpath::methodDirectoriesNotAllowedOnPath},
+        {"a/private", ids::mpath::privateDirectoriesNotAllowedOnPath},
+        {"a/resources", ids::mpath::resourcesDirectoriesNotAllowedOnPath},
+        {"missing", ids::mpath::nameNonexistentOrNotADirectory},
+        {"a/x.tf", ids::mpath::nameNonexistentOrNotADirectory},
     };
     std::vector<std::string> folders{"a"};
     std::vector<BaseMsgID> expected;
@@ -58,14 +64,15 @@ TEST_F(AlterationTest, StorageFailuresThatRootCantGetRoundAreMessages) {
                                                                    tree.iri("b")};
     Manager().SetPathFolders(FolderRange(given), notification);
     EXPECT_THAT(Messages(notification),
-                ElementsAre(Message("nameNonexistentOrNotADirectory", "loop"), Message("invalidLocation", tooLong)));
+                ElementsAre(Message(ids::mpath::nameNonexistentOrNotADirectory, "loop"),
+                            Message(ids::mpath::invalidLocation, tooLong)));
     EXPECT_THAT(MainFolders(), ElementsAre("a", "b"));
 
     // A folder that vanished after its name was made canonical.
     tree.folder("gone");
     const auto gone = Canonical("gone");
     tree.remove("gone");
-    EXPECT_THAT(Messages(SetPath({"gone", "a"})), ElementsAre(Message("nameNonexistentOrNotADirectory", "gone")));
+    EXPECT_THAT(Messages(SetPath({"gone", "a"})), ElementsAre(Message(ids::mpath::nameNonexistentOrNotADirectory, "gone")));
     EXPECT_THAT(MainFolders(), ElementsAre("a"));
 
     // One that can't be read while it stands on the path keeps its entry, silently.
@@ -221,8 +228,8 @@ TEST_F(AlterationTest, PackageRootsExpandByPhase) {
         EXPECT_THAT(folders, ElementsAreArray(c.folders));
         EXPECT_THAT(Folders(*Manager().GetUserSearchPath()), ElementsAre("cwd", "a", "b")) << "no expansion there";
         std::vector<BaseMsgID> expected{
-            BaseMsgID("ORVIAN:mpath", "packageMemberFoldersNotAllowedOnPath", {Text("p/sub"), u"p", Text("p")})};
-        if (c.packagesLastMessage) expected.emplace_back("ORVIAN:mpath", "packagesMustBeLastOnPath");
+            ids::mpath::packageMemberFoldersNotAllowedOnPath.Message({Text("p/sub"), u"p", Text("p")})};
+        if (c.packagesLastMessage) expected.push_back(ids::mpath::packagesMustBeLastOnPath.Message());
         EXPECT_THAT(messages, ElementsAreArray(expected));
         EXPECT_THAT(*Manager().GetComponentsOnPath(), ElementsAre(id));
     }

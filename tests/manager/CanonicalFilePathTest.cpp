@@ -3,6 +3,7 @@
 #include "ManagerTestSupport.hpp"
 
 #include "SearchPathPublicFunctions.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathManagerCanonicalFilePath.hpp"
 
 #include <functional>
@@ -11,6 +12,8 @@
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using ::testing::ElementsAre;
 
@@ -73,20 +76,19 @@ TEST_F(CanonicalFilePathTest, StorageFailuresBecomeMessagesAndOthersGoOn) {
         }
         return notification;
     };
-    const std::pair<ErrorCode, const char*> known[] = {
-        {ErrorCode::InvalidLocation, "invalidLocation"},
-        {ErrorCode::PermissionDenied, "directoryPermissionDenied"},
-        {ErrorCode::NotFound, "nameNonexistentOrNotADirectory"},
-        {ErrorCode::AccessFailure, "directoryAccessFailure"},
+    const std::pair<ErrorCode, Thornfell::PathManagement::MessageIdentifier> known[] = {
+        {ErrorCode::InvalidLocation, ids::mpath::invalidLocation},
+        {ErrorCode::PermissionDenied, ids::mpath::directoryPermissionDenied},
+        {ErrorCode::NotFound, ids::mpath::nameNonexistentOrNotADirectory},
+        {ErrorCode::AccessFailure, ids::mpath::directoryAccessFailure},
     };
-    for (const auto& [knownCode, key] : known) {
+    for (const auto& [knownCode, id] : known) {
         const ErrorCode code = knownCode;  // a lambda can't capture a structured binding in every compiler
         const auto notification = reported([&] { throw Exception(code, folder.getPath(), "failed"); });
-        EXPECT_THAT(notification.messages(),
-                    ElementsAre(resource_core::BaseMsgID("ORVIAN:mpath", key, {GetStringFromIRI(folder)})));
+        EXPECT_THAT(notification.messages(), ElementsAre(id.Message({GetStringFromIRI(folder)})));
     }
     EXPECT_THAT(reported([] { throw foundation::storage::vfs::UnsupportedIRISchemeException(u"http"); }).messages(),
-                ElementsAre(resource_core::BaseMsgID("ORVIAN:mpath", "invalidLocation", {GetStringFromIRI(folder)})));
+                ElementsAre(ids::mpath::invalidLocation.Message({GetStringFromIRI(folder)})));
     for (const ErrorCode code : {ErrorCode::TooManyLinks, ErrorCode::NameTooLong, static_cast<ErrorCode>(42)})
         EXPECT_THROW(reported([&] { throw Exception(code, folder.getPath(), "failed"); }), Exception);
     EXPECT_THROW(reported([] { throw std::runtime_error("not storage"); }), std::runtime_error);

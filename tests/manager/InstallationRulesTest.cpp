@@ -3,9 +3,12 @@
 #include "InjectedManager.hpp"
 
 #include "orvian/FeatureSwitches.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -69,7 +72,7 @@ TEST_F(InstallationRulesTest, AFolderOnThePathThatNoLongerResolvesKeepsItsEntrys
     for (const char* folder : {"b", "c"}) entries.unresolvable.insert(tree.iri(folder).getPath());
     const auto notification = set({"b", "a", "c"});
     EXPECT_THAT(notification.messages(),
-                ElementsAre(resource_core::BaseMsgID("ORVIAN:mpath", "nameNonexistentOrNotADirectory", {Text("c")})));
+                ElementsAre(ids::mpath::nameNonexistentOrNotADirectory.Message({Text("c")})));
     EXPECT_THAT(PathFolders(), ElementsAre("b", "a"));
     EXPECT_EQ(Manager().GetMainPath()->GetMainEntries()->at(0), b);
 }

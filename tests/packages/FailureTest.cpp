@@ -1,5 +1,6 @@
 // What reaches the host when a change can't be followed, and what stays.
 #include "PackagesTestSupport.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 
 #include <boost/make_shared.hpp>
 
@@ -10,6 +11,8 @@
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -24,8 +27,8 @@ TEST_F(PackagesFixture, FixedPathStaysAndTheCallbackHearsWhy) {
     EXPECT_THAT(MainFolders(), ElementsAre("a", "p"));
     ASSERT_EQ(received.size(), 1u);
     // The member folder message comes ahead of the failure to install.
-    EXPECT_THAT(Identifiers(received[0]), ElementsAre("ORVIAN:mpath:packageMemberFolderRemovedFromPath",
-                                                      "ORVIAN:mpath:PathAlterationNotSupported"));
+    EXPECT_THAT(Identifiers(received[0]), ElementsAre(ids::mpath::packageMemberFolderRemovedFromPath.Text(),
+                                                      ids::mpath::PathAlterationNotSupported.Text()));
 }
 
 TEST_F(PackagesFixture, ChangeDuringAnInstallationIsReportedNotApplied) {
@@ -41,7 +44,7 @@ TEST_F(PackagesFixture, ChangeDuringAnInstallationIsReportedNotApplied) {
     ASSERT_TRUE(installed);
     EXPECT_THAT(MainFolders(), ElementsAre("a"));
     ASSERT_EQ(received.size(), 1u);
-    EXPECT_THAT(Identifiers(received[0]), ElementsAre("ORVIAN:mpath:UnableToModifyOrvianpath"));
+    EXPECT_THAT(Identifiers(received[0]), ElementsAre(ids::mpath::UnableToModifyOrvianpath.Text()));
 }
 
 // A failure of the installation itself leaves the path as it was: lack of
@@ -55,8 +58,8 @@ TEST_F(PackagesFixture, FailureOfTheInstallationIsReportedAsLackOfMemoryOrSwallo
     };
     const Case cases[] = {
         {[] { throw std::bad_alloc(); },
-         {"ORVIAN:mpath:packageMemberFolderRemovedFromPath", "ORVIAN:legacy_two_part:nomem"}},
-        {[] { throw std::runtime_error("subscriber failed"); }, {"ORVIAN:mpath:packageMemberFolderRemovedFromPath"}},
+         {ids::mpath::packageMemberFolderRemovedFromPath.Text(), ids::legacy_two_part::nomem.Text()}},
+        {[] { throw std::runtime_error("subscriber failed"); }, {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
     };
     for (const auto& c : cases) {
         SetPath({"a", "p"});

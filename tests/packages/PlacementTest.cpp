@@ -2,6 +2,7 @@
 #include "PackagesTestSupport.hpp"
 
 #include "fl/i18n/MessageCatalog.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 
 #include <boost/make_shared.hpp>
 
@@ -9,6 +10,8 @@
 
 namespace tfsp::test {
 namespace {
+
+namespace ids = Thornfell::PathManagement::MessageIds;
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
@@ -122,9 +125,9 @@ INSTANTIATE_TEST_SUITE_P(
                    {"a", "p", "p/m1", "b", "p/x", "p2"}, {}},
         ChangeCase{"LooseFolderBecomesMember",
                    [](auto& f) { f.Update("p", "p", {.name = "p", .members = {"m1", "x"}}); },
-                   {"a", "p", "p/m1", "p/x", "b", "p2"}, {"ORVIAN:mpath:packageMemberFolderRemovedFromPath"}},
+                   {"a", "p", "p/m1", "p/x", "b", "p2"}, {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
         ChangeCase{"RootMoved", [](auto& f) { f.Update("p", "p2", {.name = "p", .version = "2", .members = {"m1"}}); },
-                   {"a", "p2", "p2/m1", "b", "p/x"}, {"ORVIAN:mpath:packageMemberFolderRemovedFromPath"}},
+                   {"a", "p2", "p2/m1", "b", "p/x"}, {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
         ChangeCase{"Removed", [](auto& f) { f.Remove("p"); }, {"a", "b", "p/x", "p2"}, {}}),
     [](const auto& info) { return info.param.label; });
 
@@ -159,10 +162,10 @@ TEST_F(PackagesFixture, FolderThatBecomesAMemberIsReported) {
         Install("p", c.spec);
         EXPECT_THAT(MainFolders(), ElementsAreArray(c.expected));
         ASSERT_EQ(received.size(), 1u);
-        ASSERT_THAT(Identifiers(received[0]), ElementsAre("ORVIAN:mpath:packageMemberFolderRemovedFromPath"));
+        ASSERT_THAT(Identifiers(received[0]), ElementsAre(ids::mpath::packageMemberFolderRemovedFromPath.Text()));
         const std::string info =
-            c.withInfo ? fl::i18n::ustring_to_utf8(fl::i18n::MessageCatalog::format(resource_core::BaseMsgID(
-                             "ORVIAN:mpath", "AddPackageToPathInfo", {tree.upath("p")})))
+            c.withInfo ? fl::i18n::ustring_to_utf8(fl::i18n::MessageCatalog::format(
+                             ids::mpath::AddPackageToPathInfo.Message({tree.upath("p")})))
                        : "";
         EXPECT_THAT(Arguments(received[0].messages()[0]), ElementsAre(tree.path("p"), "p", info));
         Remove("p");
@@ -178,10 +181,10 @@ TEST_F(PackagesFixture, SeveralVersionsOnThePathAreReportedInPathOrder) {
     EXPECT_THAT(MainFolders(), ElementsAre("a", "p1", "p2", "p3"));
     ASSERT_EQ(received.size(), 3u);
     EXPECT_THAT(Identifiers(received[0]), IsEmpty());
-    ASSERT_THAT(Identifiers(received[1]), ElementsAre("ORVIAN:mpath:MultiplePackageVersionsOnPath"));
+    ASSERT_THAT(Identifiers(received[1]), ElementsAre(ids::mpath::MultiplePackageVersionsOnPath.Text()));
     EXPECT_THAT(Arguments(received[1].messages()[0]), ElementsAre("'p@1'", "'p@2'"));
     // The first version on the path, then all the others.
-    ASSERT_THAT(Identifiers(received[2]), ElementsAre("ORVIAN:mpath:MultiplePackageVersionsOnPath"));
+    ASSERT_THAT(Identifiers(received[2]), ElementsAre(ids::mpath::MultiplePackageVersionsOnPath.Text()));
     EXPECT_THAT(Arguments(received[2].messages()[0]), ElementsAre("'p@1'", "'p@2', 'p@3'"));
 }
 

@@ -7,6 +7,7 @@
 #include "support/TempTree.hpp"
 #include "support/Text.hpp"
 #include "foundation/storage/vfs/PathComparator.hpp"
+#include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/IPathFactory.hpp"
 #include "tfsearch_path/PathEntryDecorator.hpp"
@@ -43,11 +44,7 @@ inline std::vector<WalkedEntry> WalkInPathOrder(const PathEntryVector& mainEntri
     std::function<void(const PathEntryPointer&, const PathEntryPointer&, std::size_t)> visit =
         [&](const PathEntryPointer& entry, const PathEntryPointer& parent, std::size_t mainIndex) {
             walked.push_back({entry, parent, mainIndex});
-            for (const PathEntryList& children :
-                 {entry->GetPackageEntries(), entry->GetMethodEntries(), entry->GetUDDClassEntries()})
-                for (const PathEntryPointer& child : *children) visit(child, entry, mainIndex);
-            if (auto child = entry->GetPrivateEntry()) visit(child, entry, mainIndex);
-            if (auto child = entry->GetResourcesEntry()) visit(child, entry, mainIndex);
+            ForEachChildEntry(*entry, [&](const PathEntryPointer& child, PathEntryType) { visit(child, entry, mainIndex); });
         };
     for (std::size_t i = 0; i < mainEntries.size(); ++i) visit(mainEntries[i], nullptr, i);
     return walked;
@@ -63,9 +60,11 @@ inline PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type,
     for (const ustring& stem : stems)
         items.push_back(std::make_shared<const PathItem>(ustring(stem), ustring(u".tf"),
                                                          foundation::storage::vfs::CanonicalAbsoluteIRI(iri)));
-    return std::make_shared<const PathEntry>(iri, iri.toString(), type, PathEntryVector(), PathEntryVector(),
-                                             PathEntryVector(), std::move(privateChild), nullptr, std::move(items),
-                                             foundation::storage::vfs::PathComparator(), nullptr, nullptr);
+    return std::make_shared<const PathEntry>(PathEntry::Parts{.iri = iri,
+                                                              .descriptor = iri.toString(),
+                                                              .entryType = type,
+                                                              .children = {.privateEntry = std::move(privateChild)},
+                                                              .items = std::move(items)});
 }
 
 // An entry made elsewhere, which answers only through the interface: the path

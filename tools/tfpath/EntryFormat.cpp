@@ -3,6 +3,7 @@
 #include "Commands.hpp"
 #include "JsonText.hpp"
 #include "Plural.hpp"
+#include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
 namespace tfpath {
@@ -31,17 +32,6 @@ std::string ItemPath(const PathItem& item) {
 
 namespace {
 
-// The folders right below an entry, in the order the tool shows them. A
-// private folder is its own private entry, and is not visited twice.
-template <class Visit>
-void ForEachChild(const IPathEntry& entry, Visit visit) {
-    for (const auto& child : *entry.GetPackageEntries()) visit(*child);
-    for (const auto& child : *entry.GetMethodEntries()) visit(*child);
-    for (const auto& child : *entry.GetUDDClassEntries()) visit(*child);
-    if (auto child = entry.GetPrivateEntry(); child && child.get() != &entry) visit(*child);
-    if (auto child = entry.GetResourcesEntry()) visit(*child);
-}
-
 nlohmann::ordered_json FolderJson(const IPathEntry& entry) {
     return {{"folder", FolderPath(entry)}, {"type", EntryTypeName(entry.GetPathEntryType())}};
 }
@@ -50,7 +40,7 @@ void PrintTree(std::ostream& out, const IPathEntry& entry, int depth) {
     if (depth > 0)
         out << std::string(2 * depth + 2, ' ') << ToUtf8(entry.GetIRI().getName()) << "  ["
             << EntryTypeName(entry.GetPathEntryType()) << "]\n";
-    ForEachChild(entry, [&](const IPathEntry& child) { PrintTree(out, child, depth + 1); });
+    ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { PrintTree(out, *child, depth + 1); });
 }
 
 nlohmann::ordered_json TreeJson(const IPathEntry& entry) {
@@ -72,7 +62,7 @@ nlohmann::ordered_json EntryToJson(const IPathEntry& entry) {
                          {"stem", ToUtf8(item->stem)},
                          {"extension", ToUtf8(item->extension)}});
     nlohmann::ordered_json children = nlohmann::ordered_json::array();
-    ForEachChild(entry, [&](const IPathEntry& child) { children.push_back(EntryToJson(child)); });
+    ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { children.push_back(EntryToJson(*child)); });
     nlohmann::ordered_json object = FolderJson(entry);
     object["files"] = std::move(files);
     object["entries"] = std::move(children);
@@ -90,7 +80,7 @@ void PrintEntry(std::ostream& out, const IPathEntry& entry, int depth) {
     out << indent << FolderPath(entry) << "  [" << EntryTypeName(entry.GetPathEntryType()) << ", "
         << Counted(entry.GetPathItems()->size(), "file") << "]\n";
     for (const auto& item : *entry.GetPathItems()) out << indent << "    " << ToUtf8(item->FileName()) << "\n";
-    ForEachChild(entry, [&](const IPathEntry& child) { PrintEntry(out, child, depth + 1); });
+    ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { PrintEntry(out, *child, depth + 1); });
 }
 
 void PrintSearchPath(std::ostream& out, const IPath& path, bool tree, bool json) {

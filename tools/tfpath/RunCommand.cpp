@@ -6,6 +6,7 @@
 #include "ScriptSession.hpp"
 
 #include "fl/i18n/TextConverters.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathManagerExceptions.hpp"
 
 #include <unistd.h>
@@ -100,9 +101,9 @@ void RunLine(ScriptSession& session, const std::string& line) {
     try {
         command->second.run(session, words);
     } catch (const PathAlterationNotSupportedException&) {
-        session.Report(resource_core::BaseMsgID("ORVIAN:mpath", "PathAlterationNotSupported"));
+        session.Report(MessageIds::mpath::PathAlterationNotSupported.Message());
     } catch (const RecursivePathChangeException&) {
-        session.Report(resource_core::BaseMsgID("ORVIAN:mpath", "UnableToModifyOrvianpath"));
+        session.Report(MessageIds::mpath::UnableToModifyOrvianpath.Message());
     }
 }
 

@@ -10,6 +10,7 @@
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/ToolboxPathCache.hpp"
 #include "thornfell/CurrentWorkingFolder.hpp"
@@ -74,20 +75,19 @@ void FeatureCachePath(int outputCount, qvArray_tag**, int inputCount, qvArray_ta
         WriteToolboxPathCache(cacheIri, rootIri, GetPathEntryFactory(), &leftOut);
         for (const auto& message : leftOut) qvWarningMsgId(message);
     } catch (const UnableToSaveToolboxCacheException&) {
-        RaiseMessage(resource_core::BaseMsgID("ORVIAN:CachePath", "FailedToSave",
-                                              {fl::filesystem::codecvt_narrow_string_to_ustring(cacheFile)}));
+        RaiseMessage(MessageIds::CachePath::FailedToSave.Message({fl::filesystem::codecvt_narrow_string_to_ustring(cacheFile)}));
     }
 }
 
 void FeatureDirChangeHandleWarn(int outputCount, qvArray_tag** outputs, int inputCount, qvArray_tag** inputs) {
     if (outputCount > 1) matrix::detail::error_maxlhs();
     if (inputCount > 1) matrix::detail::error_maxrhs();
-    if (inputCount == 0) RaiseMessage(resource_core::BaseMsgID("ORVIAN:ChangeHandleWarning", "notEnoughInputs"));
+    if (inputCount == 0) RaiseMessage(MessageIds::ChangeHandleWarning::notEnoughInputs.Message());
     auto& factory = ObserverFactory();
     const ustring_view text = GetTextArgument(inputs[0], false);
     const int previous = factory.GetChangeHandleWarning();
     const auto value = OptionValue(text, kWarningNames, u"status", previous);
-    if (!value) RaiseMessage(resource_core::BaseMsgID("ORVIAN:ChangeHandleWarning", "InvalidOption"));
+    if (!value) RaiseMessage(MessageIds::ChangeHandleWarning::InvalidOption.Message());
     factory.SetChangeHandleWarning(*value);
     outputs[0] = qvCreateString(previous == 0 ? "always" : previous == 1 ? "once" : "never");
 }
@@ -101,7 +101,7 @@ void FeatureRemotePathPolicy(int outputCount, qvArray_tag** outputs, int inputCo
     const int previous = factory.GetRemotePathPolicy();
     // "Status" only reads: -1 stands for it, since no policy has that value.
     const auto value = OptionValue(text, kRemotePolicyNames, u"Status", -1);
-    if (!value) RaiseMessage(resource_core::BaseMsgID("ORVIAN:RemotePolicy", "UnknownPolicy"));
+    if (!value) RaiseMessage(MessageIds::RemotePolicy::UnknownPolicy.Message());
     if (*value >= 0) factory.SetRemotePathPolicy(*value);
     outputs[0] = nullptr;
     if (previous >= 0 && previous < static_cast<int>(kRemotePolicyNames.size())) {
@@ -126,7 +126,7 @@ void HiddenCanonicalizepath(int outputCount, qvArray_tag** outputs, int inputCou
     if (inputCount > 1) matrix::detail::error_maxrhs();
     if (inputCount < 1) matrix::detail::error_minrhs();
     if (!Thornfell::String::isNonMissingScalarText(inputs[0], Thornfell::String::CharTolerance::RowVector))
-        RaiseMessage(resource_core::BaseMsgID("ORVIAN:string", "MustBeStringScalarOrCharacterVector"));
+        RaiseMessage(MessageIds::string::MustBeStringScalarOrCharacterVector.Message());
     const ustring text(GetTextArgument(inputs[0], true));
     const ustring result = GetStringFromIRI(
         CanonicalizeRelativePathAgainstCWD(text, Thornfell::current_working_folder::GetCurrentWorkingFolder()));

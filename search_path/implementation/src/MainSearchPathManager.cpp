@@ -13,6 +13,7 @@
 #include "tfsearch_path/ConcatenatedPath.hpp"
 #include "tfsearch_path/DeduplicatedPath.hpp"
 #include "tfsearch_path/InaccessibleFolderPathEntry.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/MultiMaskedPath.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathManagerEvents.hpp"
@@ -556,8 +557,7 @@ MainSearchPathManager::ClassifiedFolders MainSearchPathManager::ClassifyPathFold
                     continue;
                 }
                 if (folder != package->GetRoot()) {
-                    notification.add(resource_core::BaseMsgID(
-                        MpathComponent, "packageMemberFoldersNotAllowedOnPath",
+                    notification.add(MessageIds::mpath::packageMemberFoldersNotAllowedOnPath.Message(
                         {GetStringFromIRI(folder), registry->GetDisplayName(*component), GetStringFromIRI(package->GetRoot())}));
                     continue;
                 }
@@ -611,7 +611,7 @@ void MainSearchPathManager::SetPathFoldersWithPackages(const CanonicalFolderVect
         KeepFirstOfEachFolder(classified.combinedEntries);
     }
     if (classified.plainAfterPackage)
-        notification.add(resource_core::BaseMsgID(MpathComponent, "packagesMustBeLastOnPath"));
+        notification.add(MessageIds::mpath::packagesMustBeLastOnPath.Message());
     std::shared_ptr<const IPath> userPath = pathFactory.CreatePath(classified.plainEntries);
     std::shared_ptr<const IPath> mainPath = pathFactory.CreatePath(std::move(classified.combinedEntries));
     InstallPaths(std::move(userPath), std::move(mainPath),
@@ -666,11 +666,11 @@ BrokenPackages FindBrokenPackages(const PathEntryVector& entries, const IPackage
     return broken;
 }
 
-void WarnOfBrokenPackages(const BrokenPackages& broken, const char* key, const IPackageRegistry& registry) {
+void WarnOfBrokenPackages(const BrokenPackages& broken, MessageIdentifier warning, const IPackageRegistry& registry) {
     if (broken.empty()) return;
     ustring names;
     for (const auto& id : broken) names += u"\n\t" + registry.GetDisplayName(id);
-    qvWarningMsgId(resource_core::BaseMsgID(MpathComponent, key, {names}));
+    qvWarningMsgId(warning.Message({names}));
 }
 
 } // namespace
@@ -687,9 +687,9 @@ void MainSearchPathManager::CheckPackagesAtomicUnits(const PathEntryVectorDiffer
     const BrokenPackages added = FindBrokenPackages(*differences.GetAdded(), registry, torn);
     const BrokenPackages removed = FindBrokenPackages(*differences.GetRemoved(), registry, leftBehind);
     const BrokenPackages reordered = FindBrokenPackages(*differences.GetReordered(), registry, torn);
-    WarnOfBrokenPackages(added, "PackagesBrokenAsAtomicUnitDueToAddedEntries", registry);
-    WarnOfBrokenPackages(removed, "PackagesBrokenAsAtomicUnitDueToRemovedEntries", registry);
-    WarnOfBrokenPackages(reordered, "PackagesBrokenAsAtomicUnitDueToReorderedEntries", registry);
+    WarnOfBrokenPackages(added, MessageIds::mpath::PackagesBrokenAsAtomicUnitDueToAddedEntries, registry);
+    WarnOfBrokenPackages(removed, MessageIds::mpath::PackagesBrokenAsAtomicUnitDueToRemovedEntries, registry);
+    WarnOfBrokenPackages(reordered, MessageIds::mpath::PackagesBrokenAsAtomicUnitDueToReorderedEntries, registry);
 }
 
 // ---- Refresh -------------------------------------------------------------

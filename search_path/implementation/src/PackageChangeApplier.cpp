@@ -2,6 +2,7 @@
 
 #include "SearchPathPublicFunctions.hpp"
 #include "fl/i18n/MessageCatalog.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathManagerExceptions.hpp"
 
@@ -113,9 +114,9 @@ void PackageChangeApplier::ReportMemberFolders() {
         ustring info;
         if (package->IsManaged())
             info = fl::i18n::MessageCatalog::format(
-                resource_core::BaseMsgID(MpathComponent, "AddPackageToPathInfo", {GetStringFromIRI(package->GetRoot())}));
-        notification.add(resource_core::BaseMsgID(MpathComponent, "packageMemberFolderRemovedFromPath",
-                                                  {GetStringFromIRI(candidate), after->GetDisplayName(owner), info}));
+                MessageIds::mpath::AddPackageToPathInfo.Message({GetStringFromIRI(package->GetRoot())}));
+        notification.add(MessageIds::mpath::packageMemberFolderRemovedFromPath.Message(
+            {GetStringFromIRI(candidate), after->GetDisplayName(owner), info}));
     }
 }
 
@@ -195,11 +196,11 @@ void PackageChangeApplier::InstallNewPath() {
     try {
         manager.SetPathFolders(CanonicalFolderRange(newFolders), notification);
     } catch (const PathAlterationNotSupportedException&) {
-        notification.add(resource_core::BaseMsgID(MpathComponent, "PathAlterationNotSupported"));
+        notification.add(MessageIds::mpath::PathAlterationNotSupported.Message());
     } catch (const RecursivePathChangeException&) {
-        notification.add(resource_core::BaseMsgID(MpathComponent, "UnableToModifyOrvianpath"));
+        notification.add(MessageIds::mpath::UnableToModifyOrvianpath.Message());
     } catch (const std::bad_alloc&) {
-        notification.add(resource_core::BaseMsgID("ORVIAN:legacy_two_part", "nomem"));
+        notification.add(MessageIds::legacy_two_part::nomem.Message());
     } catch (...) {
         // The path stays as it was; the change is not retried.
     }
@@ -213,8 +214,7 @@ void PackageChangeApplier::ReportSeveralVersions() {
             if (!others.empty()) others += u", ";
             others += TextOf(id);
         }
-        notification.add(
-            resource_core::BaseMsgID(MpathComponent, "MultiplePackageVersionsOnPath", {TextOf(versions.front()), others}));
+        notification.add(MessageIds::mpath::MultiplePackageVersionsOnPath.Message({TextOf(versions.front()), others}));
     }
 }
 

@@ -5,6 +5,7 @@
 #include "CommandArguments.hpp"
 #include "SearchPathPublicFunctions.hpp"
 #include "orvian/FeatureSwitches.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "thornfell/PackageRegistry.hpp"
 
@@ -24,7 +25,7 @@ using IdIterator = std::vector<ComponentIdentifier>::const_iterator;
 // to read can't be one.
 std::uint64_t StampOf(const qvArray_tag* array) {
     if (!array || matrix::getNumberOfElements(*array) == 0 || matrix::getElementSize(*array) != sizeof(std::uint64_t))
-        detail::RaiseMessage(resource_core::BaseMsgID(MpathComponent, "InvalidInstallStamp"));
+        detail::RaiseMessage(MessageIds::mpath::InvalidInstallStamp.Message());
     std::uint64_t stamp = 0;
     std::memcpy(&stamp, matrix::getData(*array), sizeof stamp);
     return stamp;
@@ -48,7 +49,7 @@ matrix::unique_array_ptr JoinedFolders(const PackageRegistry::IPackageRegistry& 
 
 void GetPathForPackagesInstalledAfter(int outputCount, matrix::unique_array_ptr* outputs, int inputCount,
                                       const qvArray_tag** inputs) {
-    if (!OrvianComponents::ZPMFeature::IsOn()) detail::RaiseMessage(resource_core::BaseMsgID(MpathComponent, "ZPMFeatureOff"));
+    if (!OrvianComponents::ZPMFeature::IsOn()) detail::RaiseMessage(MessageIds::mpath::ZPMFeatureOff.Message());
     if (outputCount > 2) matrix::detail::error_maxlhs();
     if (inputCount > 1) matrix::detail::error_maxrhs();
     if (inputCount < 1) matrix::detail::error_minrhs();

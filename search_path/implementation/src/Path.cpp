@@ -9,6 +9,7 @@
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "orvian/FeatureSwitches.hpp"
 #include "thornfell/CurrentWorkingFolder.hpp"
+#include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
 #include <boost/container/small_vector.hpp>
@@ -129,11 +130,7 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
         // Children are entered by their parent, so that their parent slot is
         // known; only a main entry enters itself, as its own parent.
         if (entry.GetPathEntryType() == Main) AddToInfoCache(*cache, *slot, slot);
-        if (PathEntryPointer child = entry.GetPrivateEntry()) AddToInfoCache(*cache, child, slot);
-        if (PathEntryPointer child = entry.GetResourcesEntry()) AddToInfoCache(*cache, child, slot);
-        for (const PathEntryList& children :
-             {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
-            for (const PathEntryPointer& child : *children) AddToInfoCache(*cache, child, slot);
+        ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { AddToInfoCache(*cache, child, slot); });
     });
     return cache;
 }

@@ -65,38 +65,36 @@ bool PathItemPrecedes(const PathItem& a, const PathItem& b) {
     return a.folderIRI < b.folderIRI;
 }
 
-PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustring descriptorIn, PathEntryType type,
-                     PathEntryVector packages, PathEntryVector methods, PathEntryVector uddClasses,
-                     PathEntryPointer privateChild, PathEntryPointer resourcesChild, PathItemVector items,
-                     PathComparator comparator,
-                     std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> observer,
-                     boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> events)
-    : PathEntry(std::move(iriIn), std::move(descriptorIn), type, std::move(packages), std::move(methods),
-                std::move(uddClasses), std::move(privateChild), std::move(resourcesChild), Sorted(std::move(items)),
-                std::move(comparator), std::move(observer), std::move(events)) {}
+PathEntry::PathEntry(Parts parts)
+    : PathEntry(SortedParts{.iri = std::move(parts.iri),
+                            .descriptor = std::move(parts.descriptor),
+                            .entryType = parts.entryType,
+                            .children = std::move(parts.children),
+                            .items = Sorted(std::move(parts.items)),
+                            .pathComparator = std::move(parts.pathComparator),
+                            .folderObserver = std::move(parts.folderObserver),
+                            .eventManager = std::move(parts.eventManager)}) {}
 
-PathEntry::PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iriIn, ustring descriptorIn, PathEntryType type,
-                     PathEntryVector packages, PathEntryVector methods, PathEntryVector uddClasses,
-                     PathEntryPointer privateChild, PathEntryPointer resourcesChild,
-                     std::shared_ptr<const PathItemVector> sortedItems, PathComparator comparator,
-                     std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> observer,
-                     boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> events)
-    : entryType(type),
-      observesChildFoldersToo(observer && observer->observesChildFoldersToo()),
-      hasChildEntries(!packages.empty() || !methods.empty() || !uddClasses.empty() || privateChild || resourcesChild),
-      folderObserver(std::move(observer)),
-      items(*sortedItems),
-      iri(std::move(iriIn)),
-      descriptor(std::move(descriptorIn)),
-      packageEntries(Share(std::move(packages))),
-      methodEntries(Share(std::move(methods))),
-      uddClassEntries(Share(std::move(uddClasses))),
-      privateEntry(std::move(privateChild)),
-      resourcesEntry(std::move(resourcesChild)),
-      pathItems(std::move(sortedItems)),
-      pathComparator(std::move(comparator)),
+PathEntry::PathEntry(SortedParts parts)
+    : entryType(parts.entryType),
+      observesChildFoldersToo(parts.folderObserver && parts.folderObserver->observesChildFoldersToo()),
+      hasChildEntries(ForEachChildEntry(this, parts.children.packages, parts.children.methods,
+                                        parts.children.uddClasses, parts.children.privateEntry,
+                                        parts.children.resourcesEntry,
+                                        [](const PathEntryPointer&, PathEntryType) { return true; })),
+      folderObserver(std::move(parts.folderObserver)),
+      items(*parts.items),
+      iri(std::move(parts.iri)),
+      descriptor(std::move(parts.descriptor)),
+      packageEntries(Share(std::move(parts.children.packages))),
+      methodEntries(Share(std::move(parts.children.methods))),
+      uddClassEntries(Share(std::move(parts.children.uddClasses))),
+      privateEntry(std::move(parts.children.privateEntry)),
+      resourcesEntry(std::move(parts.children.resourcesEntry)),
+      pathItems(std::move(parts.items)),
+      pathComparator(std::move(parts.pathComparator)),
       matchers(pathComparator),
-      eventManager(std::move(events)) {
+      eventManager(std::move(parts.eventManager)) {
     // The runs of one stem that the queries take, and the places that a
     // path's stem index keeps, are those of this order.
     assert(InPathItemOrder(*pathItems));
@@ -194,12 +192,7 @@ PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMa
 
 bool PathEntry::ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
     if (scope.contains(GetPathEntryType()) && visitor(shared_from_this())) return true;
-    for (const auto* children : {&packageEntries, &methodEntries, &uddClassEntries})
-        for (const PathEntryPointer& child : **children)
-            if (child->ForEachEntry(scope, visitor)) return true;
-    if (privateEntry && privateEntry->ForEachEntry(scope, visitor)) return true;
-    if (resourcesEntry && resourcesEntry->ForEachEntry(scope, visitor)) return true;
-    return false;
+    return ForEachOwnChild([&](const PathEntryPointer& child, PathEntryType) { return child->ForEachEntry(scope, visitor); });
 }
 
 bool PathEntry::ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
@@ -213,12 +206,7 @@ FilenameMatcher PathEntry::CreateFilenameMatcher(FilenameMatchingPolicy policy) 
 bool PathEntry::IsOutOfDate() const {
     if (folderObserver && folderObserver->hasChanged()) return true;
     if (observesChildFoldersToo || !hasChildEntries) return false;
-    for (const auto* children : {&packageEntries, &methodEntries, &uddClassEntries})
-        for (const PathEntryPointer& child : **children)
-            if (child->IsOutOfDate()) return true;
-    if (privateEntry && privateEntry->IsOutOfDate()) return true;
-    if (resourcesEntry && resourcesEntry->IsOutOfDate()) return true;
-    return false;
+    return ForEachOwnChild([](const PathEntryPointer& child, PathEntryType) { return child->IsOutOfDate(); });
 }
 
 PathEntryPointer PathEntry::GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const {

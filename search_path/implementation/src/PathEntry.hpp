@@ -2,6 +2,7 @@
 // The entry of a folder that was read: an immutable snapshot of its files
 // (sorted), its child entries by kind, three name matchers and the observer
 // that tells whether the folder has changed since.
+#include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/IPathEntry.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "fl/ustring.hpp"
@@ -22,32 +23,49 @@ namespace Thornfell::PathManagement {
 // Aligned to a cache line, so that the fields a query reads first share one.
 class alignas(64) PathEntry final : public IPathEntry, public std::enable_shared_from_this<PathEntry> {
 public:
-    PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor, PathEntryType entryType,
-              PathEntryVector packageEntries, PathEntryVector methodEntries, PathEntryVector uddClassEntries,
-              PathEntryPointer privateEntry, PathEntryPointer resourcesEntry, PathItemVector items,
-              foundation::storage::vfs::PathComparator pathComparator,
-              std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver,
-              boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager);
-    // Publishes PathEntryWillBeDestroyedEvent, then releases the fields.
-    ~PathEntry() override;
+    // The folders below an entry, filed by kind.
+    struct Children {
+        PathEntryVector packages{};
+        PathEntryVector methods{};
+        PathEntryVector uddClasses{};
+        PathEntryPointer privateEntry{};
+        PathEntryPointer resourcesEntry{};
+    };
+    // What an entry is made of, by name. The first three are always given;
+    // any other field left out is empty. `Items` is PathItemVector, items in
+    // any order, or SortedItems, items in PathItemLess order already (never
+    // null).
+    using SortedItems = std::shared_ptr<const PathItemVector>;
+    template <class Items>
+    struct BasicParts {
+        foundation::storage::vfs::CanonicalAbsoluteIRI iri;
+        ustring descriptor;
+        PathEntryType entryType;
+        Children children{};
+        Items items{};
+        foundation::storage::vfs::PathComparator pathComparator{};
+        std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver{};
+        boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager{};
+    };
+    using Parts = BasicParts<PathItemVector>;
+    using SortedParts = BasicParts<SortedItems>;
 
+    explicit PathEntry(Parts parts);
     // Takes items in PathItemLess order as they are, where the constructor
     // above checks the order: for the factory, which makes a listing's items
     // in that order. Builds with assertions check it here too.
-    PathEntry(foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor, PathEntryType entryType,
-              PathEntryVector packageEntries, PathEntryVector methodEntries, PathEntryVector uddClassEntries,
-              PathEntryPointer privateEntry, PathEntryPointer resourcesEntry,
-              std::shared_ptr<const PathItemVector> sortedItems, foundation::storage::vfs::PathComparator pathComparator,
-              std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> folderObserver,
-              boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager);
+    explicit PathEntry(SortedParts parts);
+    // Publishes PathEntryWillBeDestroyedEvent, then releases the fields.
+    ~PathEntry() override;
+
     // Entries are made here rather than with make_shared, so that their
     // reference counts lie apart from the fields that queries read: every hit
     // of a query changes its entry's count on the caller's thread, and a field
     // on the same cache line, read by a pool thread, would pull that line
     // from core to core at each query.
-    template <class... Args>
-    static std::shared_ptr<const PathEntry> Create(Args&&... args) {
-        return std::shared_ptr<const PathEntry>(new PathEntry(std::forward<Args>(args)...));
+    template <class Items>
+    static std::shared_ptr<const PathEntry> Create(BasicParts<Items> parts) {
+        return std::shared_ptr<const PathEntry>(new PathEntry(std::move(parts)));
     }
 
     // An entry's memory: a plain block with a cache line to spare, aligned
@@ -99,6 +117,13 @@ public:
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
 
 private:
+    // ForEachChildEntry over the fields themselves, which takes no shares.
+    template <class Visit>
+    bool ForEachOwnChild(Visit&& visit) const {
+        return ForEachChildEntry(this, *packageEntries, *methodEntries, *uddClassEntries, privateEntry, resourcesEntry,
+                                 visit);
+    }
+
     // What a query's type test and its look at the items, and a refresh's
     // look at the observer, read comes first, on the cache line of the
     // object's start: a query meets a hundred entries, and a refresh visits

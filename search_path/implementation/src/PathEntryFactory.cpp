@@ -9,7 +9,9 @@
 #include "fl/ustring.hpp"
 #include "host/HostServices.hpp"
 #include "ovutil/LocalEventMgr.hpp"
+#include "tfsearch_path/ChildEntries.hpp"
 #include "tfsearch_path/IFolderMonitor.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathEvents.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
@@ -169,8 +171,12 @@ void StoreWeak(WeakEntryMap& cache, const CanonicalAbsoluteIRI& key, const PathE
 
 } // namespace
 
-void PushChildEntryToCurrentPathEntry(PathEntryFactory::PathEntryChildren& children, const PathEntryPointer& child) {
-    switch (child->GetPathEntryType()) {
+void PushChildEntryToCurrentPathEntry(PathEntry::Children& children, const PathEntryPointer& child) {
+    PushChildEntryToCurrentPathEntry(children, child, child->GetPathEntryType());
+}
+
+void PushChildEntryToCurrentPathEntry(PathEntry::Children& children, const PathEntryPointer& child, PathEntryType kind) {
+    switch (kind) {
     case Package: children.packages.push_back(child); return;
     case Method: children.methods.push_back(child); return;
     case UDDClass: children.uddClasses.push_back(child); return;
@@ -295,11 +301,9 @@ std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> PathEntryFacto
     return observer;
 }
 
-PathEntryFactory::PathEntryChildren PathEntryFactory::ListChildren(const Folder& folder,
-                                                                   const CanonicalAbsoluteIRI& canonical,
-                                                                   PathEntryType type,
-                                                                   FolderMonitoringState state) const {
-    PathEntryChildren children;
+PathEntry::Children PathEntryFactory::ListChildren(const Folder& folder, const CanonicalAbsoluteIRI& canonical,
+                                                   PathEntryType type, FolderMonitoringState state) const {
+    PathEntry::Children children;
     const std::vector<PathEntryType>& valid = GetValidChildEntryTypesForEntryType(type);
     if (valid.empty()) return children;  // such a folder's subfolders aren't read at all
     for (const Folder& sub : folder.listFolders(ustring())) {
@@ -330,12 +334,14 @@ PathEntryPointer PathEntryFactory::BuildEntry(const Folder& folder, FolderMonito
     // Sorted already, so the entry takes them as they are.
     std::shared_ptr<const PathItemVector> items = ListedItems(folder.fileNames(), canonical);
     const PathEntryType type = GetFolderEntryType(folder);
-    PathEntryChildren children = ListChildren(folder, canonical, type, state);
-
-    auto entry = PathEntry::Create(
-        canonical, canonical.toString(), type, std::move(children.packages), std::move(children.methods),
-        std::move(children.uddClasses), std::move(children.privateEntry), std::move(children.resourcesEntry),
-        std::move(items), folder.getPathComparator(), std::move(observer), eventManager);
+    auto entry = PathEntry::Create(PathEntry::SortedParts{.iri = canonical,
+                                                          .descriptor = canonical.toString(),
+                                                          .entryType = type,
+                                                          .children = ListChildren(folder, canonical, type, state),
+                                                          .items = std::move(items),
+                                                          .pathComparator = folder.getPathComparator(),
+                                                          .folderObserver = std::move(observer),
+                                                          .eventManager = eventManager});
 
     StoreWeak(CacheFor(state), canonical, entry);
     if (type == Main && IsUnderInstallRoot(canonical)) {
@@ -351,18 +357,20 @@ PathEntryPointer PathEntryFactory::GetFrozenEntryFor(const PathEntryPointer& ent
 
     const Folder folder(iri, storageSystem);
     auto observer = observerFactory.CreateFrozenObserver(folder);
-    PathEntryChildren children;
-    if (auto resources = entry->GetResourcesEntry()) children.resourcesEntry = GetFrozenEntryFor(resources);
-    if (auto privateChild = entry->GetPrivateEntry()) children.privateEntry = GetFrozenEntryFor(privateChild);
-    for (const auto& child : *entry->GetUDDClassEntries()) children.uddClasses.push_back(GetFrozenEntryFor(child));
-    for (const auto& child : *entry->GetMethodEntries()) children.methods.push_back(GetFrozenEntryFor(child));
-    for (const auto& child : *entry->GetPackageEntries()) children.packages.push_back(GetFrozenEntryFor(child));
+    PathEntry::Children children;
+    // Each copy fills the slot its original filled.
+    ForEachChildEntry(*entry, [&](const PathEntryPointer& child, PathEntryType kind) {
+        PushChildEntryToCurrentPathEntry(children, GetFrozenEntryFor(child), kind);
+    });
     // The items themselves are shared with the given entry; nothing is listed.
-    PathItemVector items = *entry->GetPathItems();
-    return PathEntry::Create(
-        iri, iri.toString(), entry->GetPathEntryType(), std::move(children.packages), std::move(children.methods),
-        std::move(children.uddClasses), std::move(children.privateEntry), std::move(children.resourcesEntry),
-        std::move(items), entry->GetPathComparator(), std::move(observer), eventManager);
+    return PathEntry::Create(PathEntry::Parts{.iri = iri,
+                                              .descriptor = iri.toString(),
+                                              .entryType = entry->GetPathEntryType(),
+                                              .children = std::move(children),
+                                              .items = *entry->GetPathItems(),
+                                              .pathComparator = entry->GetPathComparator(),
+                                              .folderObserver = std::move(observer),
+                                              .eventManager = eventManager});
 }
 
 void PathEntryFactory::StoreToolboxEntry(const PathEntryPointer& entry) const {
@@ -378,7 +386,7 @@ void PathEntryFactory::StoreToolboxEntry(const PathEntryPointer& entry) const {
 
 struct PathEntryFactory::CacheFrame {
     CanonicalAbsoluteIRI iri;
-    PathEntryChildren children;
+    PathEntry::Children children;
     PathItemVector items;
     PathEntryType entryType;
     PathCacheReader::FolderContents* contents;
@@ -416,29 +424,26 @@ std::optional<resource_core::BaseMsgID> FindUnwritable(const IPathEntry& entry, 
                                                        const CanonicalAbsoluteIRI& root) {
     const ustring name = entry.GetIRI().makePathRelativeTo(root);
     if (depth > PathCacheReader::kMaxFolderDepth)
-        return resource_core::BaseMsgID("ORVIAN:CachePath", "FolderTooDeep",
-                                        {name, fl::i18n::utf8_to_ustring(std::to_string(PathCacheReader::kMaxFolderDepth))});
+        return MessageIds::CachePath::FolderTooDeep.Message(
+            {name, fl::i18n::utf8_to_ustring(std::to_string(PathCacheReader::kMaxFolderDepth))});
     if (name.find(u'"') != ustring::npos)
-        return resource_core::BaseMsgID("ORVIAN:CachePath", "QuotationMarkInName", {name});
+        return MessageIds::CachePath::QuotationMarkInName.Message({name});
     for (const auto& item : *entry.GetPathItems())
         if (item->stem.find(u'"') != ustring::npos || item->extension.find(u'"') != ustring::npos)
-            return resource_core::BaseMsgID("ORVIAN:CachePath", "QuotationMarkInName", {name + u'/' + item->FileName()});
-    for (const PathEntryList& children : {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
-        for (const auto& child : *children)
-            if (auto why = FindUnwritable(*child, depth + 1, root)) return why;
-    for (const PathEntryPointer& child : {entry.GetPrivateEntry(), entry.GetResourcesEntry()})
-        if (child)
-            if (auto why = FindUnwritable(*child, depth + 1, root)) return why;
-    return std::nullopt;
+            return MessageIds::CachePath::QuotationMarkInName.Message({name + u'/' + item->FileName()});
+    std::optional<resource_core::BaseMsgID> why;
+    ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) {
+        return (why = FindUnwritable(*child, depth + 1, root)).has_value();
+    });
+    return why;
 }
 
 void WriteCachedEntry(std::ostream& out, const IPathEntry& entry, int depth, const CanonicalAbsoluteIRI& root,
                       const fl::i18n::codecvt_ustring_to_string& toUtf8) {
     out << std::setw(depth + 1) << "" << "<D name=\"" << toUtf8(entry.GetIRI().makePathRelativeTo(root)) << "\">\n";
-    for (const PathEntryList& children : {entry.GetPackageEntries(), entry.GetMethodEntries(), entry.GetUDDClassEntries()})
-        for (const auto& child : *children) WriteCachedEntry(out, *child, depth + 1, root, toUtf8);
-    for (const PathEntryPointer& child : {entry.GetPrivateEntry(), entry.GetResourcesEntry()})
-        if (child) WriteCachedEntry(out, *child, depth + 1, root, toUtf8);
+    ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) {
+        WriteCachedEntry(out, *child, depth + 1, root, toUtf8);
+    });
     for (const auto& item : *entry.GetPathItems())
         out << std::setw(depth + 2) << "" << '<' << KindLetter(item->contentKind.load(std::memory_order_relaxed))
             << " name=\"" << toUtf8(item->FileName()) << "\"/>\n";
@@ -486,11 +491,14 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderConte
         for (const auto& file : frame.contents->files) frame.items.push_back(MakeCachedItem(file, frame.iri, block));
         // Nothing is listed: the folder and its frozen observer don't read the disk.
         auto observer = observerFactory.CreateFrozenObserver(Folder(frame.iri, storageSystem));
-        auto entry = PathEntry::Create(
-            frame.iri, frame.iri.toString(), frame.entryType, std::move(frame.children.packages),
-            std::move(frame.children.methods), std::move(frame.children.uddClasses),
-            std::move(frame.children.privateEntry), std::move(frame.children.resourcesEntry), std::move(frame.items),
-            comparator, std::move(observer), eventManager);
+        auto entry = PathEntry::Create(PathEntry::Parts{.iri = frame.iri,
+                                                        .descriptor = frame.iri.toString(),
+                                                        .entryType = frame.entryType,
+                                                        .children = std::move(frame.children),
+                                                        .items = std::move(frame.items),
+                                                        .pathComparator = comparator,
+                                                        .folderObserver = std::move(observer),
+                                                        .eventManager = eventManager});
         StoreWeak(frozenEntries, frame.iri, entry);
         // The top folder's frame is the caller's to pop.
         if (frames.size() == 1) return entry;

@@ -2,6 +2,7 @@
 // Turns folders into entries, and shares the entries it made while they are
 // alive and up to date.
 #include "PathCacheReader.hpp"
+#include "PathEntry.hpp"
 #include "SearchPathPublicFunctions.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "foundation/msg_svc/eventmgr/EventMgr.hpp"
@@ -44,15 +45,6 @@ public:
     foundation::storage::vfs::CanonicalAbsoluteIRI GetCanonicalFileIRI(
         const foundation::storage::vfs::AbsoluteIRI& file) const override;
 
-    // The children of the entry under construction, filed by kind.
-    struct PathEntryChildren {
-        PathEntryVector packages;
-        PathEntryVector methods;
-        PathEntryVector uddClasses;
-        PathEntryPointer privateEntry;
-        PathEntryPointer resourcesEntry;
-    };
-
 private:
     using WeakEntryMap = tbb::concurrent_hash_map<foundation::storage::vfs::CanonicalAbsoluteIRI,
                                                   std::weak_ptr<const IPathEntry>, IRIHashCompare>;
@@ -66,7 +58,7 @@ private:
     PathEntryPointer GetByPlainRoad(const foundation::storage::vfs::AbsoluteIRI& folder,
                                     FolderMonitoringState state) const;
     PathEntryPointer BuildEntry(const foundation::storage::vfs::Folder& folder, FolderMonitoringState state) const;
-    PathEntryChildren ListChildren(const foundation::storage::vfs::Folder& folder,
+    PathEntry::Children ListChildren(const foundation::storage::vfs::Folder& folder,
                                    const foundation::storage::vfs::CanonicalAbsoluteIRI& canonical,
                                    PathEntryType type, FolderMonitoringState state) const;
     std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> MakeObserver(
@@ -97,8 +89,10 @@ private:
     foundation::msg_svc::eventmgr::ScopedConnection entryDestroyedConnection;
 };
 
-// Files a child by its own type; any other type is fatal.
-void PushChildEntryToCurrentPathEntry(PathEntryFactory::PathEntryChildren& children, const PathEntryPointer& child);
+// Files a child by its own type, or in the slot of `kind`; a kind that is no
+// child's (Main) is fatal.
+void PushChildEntryToCurrentPathEntry(PathEntry::Children& children, const PathEntryPointer& child);
+void PushChildEntryToCurrentPathEntry(PathEntry::Children& children, const PathEntryPointer& child, PathEntryType kind);
 
 // Writes `entry`, a main folder, and the folders below it as a top-level
 // element of the toolbox cache, names relative to `root`. Writes nothing

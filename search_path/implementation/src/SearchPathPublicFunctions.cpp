@@ -7,6 +7,7 @@
 #include "ovutil/LocalEventMgr.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
+#include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 #include "tfsearch_path/PathItem.hpp"
 #include "thornfell/PackageRegistry.hpp"
@@ -31,16 +32,17 @@ namespace detail {
 
 void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::Notification& notification,
                                                      const PathEntryType& type, const ustring& folder) {
-    const char* key = nullptr;
+    namespace ids = MessageIds::mpath;
+    MessageIdentifier refusal;
     switch (type) {
-    case Package: key = "packageDirectoriesNotAllowedOnPath"; break;
+    case Package: refusal = ids::packageDirectoriesNotAllowedOnPath; break;
     case Method:
-    case UDDClass: key = "methodDirectoriesNotAllowedOnPath"; break;
-    case Private: key = "privateDirectoriesNotAllowedOnPath"; break;
-    case Resources: key = "resourcesDirectoriesNotAllowedOnPath"; break;
+    case UDDClass: refusal = ids::methodDirectoriesNotAllowedOnPath; break;
+    case Private: refusal = ids::privateDirectoriesNotAllowedOnPath; break;
+    case Resources: refusal = ids::resourcesDirectoriesNotAllowedOnPath; break;
     default: FL_DIAG_TERMINATE("All illegal path entry types for addpath should have been handled.");
     }
-    notification.add(resource_core::BaseMsgID(MpathComponent, key, {folder}));
+    notification.add(refusal.Message({folder}));
 }
 
 } // namespace detail
@@ -81,22 +83,23 @@ std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> InstallRootFromIns
 
 void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                        foundation::core::except::Notification& notification) {
-    const char* key = nullptr;
+    namespace ids = MessageIds::mpath;
+    MessageIdentifier failure;
     try {
         throw;
     } catch (const foundation::storage::vfs::UnsupportedIRISchemeException&) {
-        key = "invalidLocation";
+        failure = ids::invalidLocation;
     } catch (const foundation::storage::vfs::Exception& e) {
         using foundation::storage::vfs::ErrorCode;
         switch (e.getCode()) {
-        case ErrorCode::InvalidLocation: key = "invalidLocation"; break;
-        case ErrorCode::PermissionDenied: key = "directoryPermissionDenied"; break;
-        case ErrorCode::NotFound: key = "nameNonexistentOrNotADirectory"; break;
-        case ErrorCode::AccessFailure: key = "directoryAccessFailure"; break;
+        case ErrorCode::InvalidLocation: failure = ids::invalidLocation; break;
+        case ErrorCode::PermissionDenied: failure = ids::directoryPermissionDenied; break;
+        case ErrorCode::NotFound: failure = ids::nameNonexistentOrNotADirectory; break;
+        case ErrorCode::AccessFailure: failure = ids::directoryAccessFailure; break;
         default: throw;
         }
     }
-    notification.add(resource_core::BaseMsgID(MpathComponent, key, {GetStringFromIRI(folder)}));
+    notification.add(failure.Message({GetStringFromIRI(folder)}));
 }
 
 } // namespace Thornfell::PathManagement

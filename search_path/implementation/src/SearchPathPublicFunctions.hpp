@@ -87,7 +87,4 @@ inline void PrefetchLine(const void* address) {
 #endif
 }
 
-// The component text of the manager's messages.
-inline constexpr const char* MpathComponent = "ORVIAN:mpath";
-
 } // namespace Thornfell::PathManagement
