@@ -1,6 +1,7 @@
 // The toolbox cache as the factory uses it: entries written from listings
-// load back the same, without a listing; a faulty file keeps what came
-// before its fault; a cache file is replaced whole or not at all.
+// load back the same, without a listing, and a check without a load counts
+// them; a faulty file keeps what came before its fault, and the check
+// refuses it at the same byte; a cache file is replaced whole or not at all.
 #include "PathEntry.hpp"
 #include "PathEntryFactory.hpp"
 #include "support/EngineFixture.hpp"
@@ -16,6 +17,7 @@
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/MessageIdentifiers.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
+#include "tfsearch_path/ToolboxCacheCheck.hpp"
 #include "tfsearch_path/ToolboxCacheWrongFormatException.hpp"
 #include "tfsearch_path/ToolboxPathCache.hpp"
 
@@ -48,6 +50,25 @@ std::string Describe(const IPathEntry& entry) {
     text += "}(";
     ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { text += Describe(*child) + " "; });
     return text + ")";
+}
+
+// The folders and files of entries and of all their children.
+ToolboxCacheCounts Count(const PathEntryVector& entries) {
+    ToolboxCacheCounts counts;
+    for (const auto& entry : entries) {
+        ++counts.folders;
+        counts.files += entry->GetPathItems()->size();
+        PathEntryVector children;
+        for (const PathEntryList& list :
+             {entry->GetPackageEntries(), entry->GetMethodEntries(), entry->GetUDDClassEntries()})
+            children.insert(children.end(), list->begin(), list->end());
+        for (const auto& child : {entry->GetPrivateEntry(), entry->GetResourcesEntry()})
+            if (child) children.push_back(child);
+        const ToolboxCacheCounts below = Count(children);
+        counts.folders += below.folders;
+        counts.files += below.files;
+    }
+    return counts;
 }
 
 std::vector<std::string> Names(const PathEntryVector& entries) {
@@ -130,6 +151,13 @@ TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListi
     Load(out.str());
     EXPECT_THAT(Names(*GetPathEntryFactory().GetToolboxEntries()), UnorderedElementsAre("a", "b"));
     EXPECT_THAT(Stopwatch(), ElementsAre("cachepath"));
+    // The check without a load counts what the load loaded.
+    std::istringstream written(out.str());
+    const ToolboxCacheCounts checked = CheckToolboxCache(written);
+    const ToolboxCacheCounts loaded = Count(*GetPathEntryFactory().GetToolboxEntries());
+    EXPECT_EQ(checked.folders, loaded.folders);
+    EXPECT_EQ(checked.files, loaded.files);
+    EXPECT_GE(checked.folders, 8u);  // a, b and the special folders of a
     tree.file("install/toolbox/a/added.tf");
     tree.remove("install/toolbox/b/two.tf");
     for (std::size_t i = 0; i < mains.size(); ++i) {
@@ -357,6 +385,11 @@ TEST_F(ToolboxCacheTest, AFaultKeepsWhatWasLoadedBeforeItAndTheFactoryUsable) {
     EXPECT_THROW(factory.LoadToolboxCache(in, tree.iri("install/toolbox")), ToolboxCacheWrongFormatException);
     in.clear();
     EXPECT_EQ(in.tellg(), static_cast<std::streamoff>(nested.find("d/plain\"") + 8));
+    // The check without a load refuses the file at the same byte.
+    std::istringstream checked(nested + following + "</Thornfell>\n");
+    EXPECT_THROW(CheckToolboxCache(checked), ToolboxCacheWrongFormatException);
+    checked.clear();
+    EXPECT_EQ(checked.tellg(), static_cast<std::streamoff>(nested.find("d/plain\"") + 8));
     EXPECT_THAT(Names(*factory.GetToolboxEntries()), ::testing::IsSupersetOf({"a", "b", "c"}));
     // A root that isn't there fails as storage does.
     std::istringstream empty(start + "</Thornfell>\n");

@@ -7,11 +7,12 @@
 #include "JsonText.hpp"
 #include "Plural.hpp"
 
-#include "PathCacheReader.hpp"
 #include "fl/i18n/MessageCatalog.hpp"
+#include "fl/i18n/TextConverters.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
 #include "tfsearch_path/IPathEntryFactory.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
+#include "tfsearch_path/ToolboxCacheCheck.hpp"
 #include "tfsearch_path/ToolboxPathCache.hpp"
 
 #include <algorithm>
@@ -66,12 +67,6 @@ void RequireFolderBelow(const std::string& folder, const std::string& root) {
     if (relative.empty() || *relative.begin() == "..")
         throw BadInput(folder + ": lies outside the root " + root);
     if (relative == ".") throw BadInput(folder + ": is the root itself; a cache holds the folders below it");
-}
-
-void Count(const PathCacheReader::FolderContents& folder, CacheCheck& check) {
-    ++check.folders;
-    check.files += folder.files.size();
-    for (const auto& subfolder : folder.subfolders) Count(subfolder, check);
 }
 
 void AddWriteCommand(CLI::App& cache, const GlobalOptions& global) {
@@ -173,10 +168,10 @@ void LoadCacheFile(const std::string& file, const std::string& root) {
 
 CacheCheck CheckCacheFile(std::istream& in) {
     CacheCheck check;
-    fl::i18n::codecvt_string_to_ustring fromUtf8("UTF-8", true);
-    PathCacheReader reader(in, fromUtf8);
     try {
-        reader.ReadFolders([&check](std::shared_ptr<PathCacheReader::FolderContents> folder) { Count(*folder, check); });
+        const ToolboxCacheCounts counts = CheckToolboxCache(in);
+        check.folders = counts.folders;
+        check.files = counts.files;
     } catch (const ToolboxCacheWrongFormatException&) {
         in.clear();
         check.faultAt = in.tellg();

@@ -61,7 +61,7 @@ std::vector<std::filesystem::path> PathsOfEntries(const SharedEntryVector& entri
 
 } // namespace
 
-struct Subscription::State {
+struct TFSP_LOCAL Subscription::State {
     // A connected callback. `active` turns false when its Subscription ends,
     // so that a delivery already under way on another thread skips it.
     struct Slot {
@@ -100,7 +100,7 @@ Subscription::~Subscription() {
 // The facade's state. Changes run one at a time under `mutex`, with the
 // instance current; what Find reads sits apart under `stateMutex`, which is
 // held only for a copy, so that a lookup never waits for a change.
-struct SearchPath::Impl : std::enable_shared_from_this<SearchPath::Impl> {
+struct TFSP_LOCAL SearchPath::Impl : std::enable_shared_from_this<SearchPath::Impl> {
     using SubscriptionSlot = Subscription::State::Slot;
     using SubscriptionRegistry = Subscription::State::Registry;
 

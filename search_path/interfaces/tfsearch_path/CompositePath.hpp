@@ -8,6 +8,7 @@
 // its visible entries in the same order would. Name queries are delegated to
 // the inner paths' indexes and hidden results dropped, so a composite costs
 // little to build and little to ask.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPath.hpp"
 
 #include <memory>
@@ -19,7 +20,7 @@ namespace detail {
 struct CompositeLayout;
 } // namespace detail
 
-class CompositePath : public IPath {
+class TFSP_API CompositePath : public IPath {
 public:
     ~CompositePath() override;
     CompositePath(const CompositePath&) = delete;

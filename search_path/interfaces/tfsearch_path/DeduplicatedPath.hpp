@@ -7,12 +7,13 @@
 // from lists without repeats, and finding them would mean walking the whole
 // of every path at each construction.
 #include "tfsearch_path/CompositePath.hpp"
+#include "tfsearch_path/Export.hpp"
 
 #include <vector>
 
 namespace Thornfell::PathManagement {
 
-class DeduplicatedPath final : public CompositePath {
+class TFSP_API DeduplicatedPath final : public CompositePath {
 public:
     // Null paths count as empty ones. Building costs a lookup in each later
     // path for each entry of the earlier ones, nothing for the last path: put

@@ -1,5 +1,6 @@
 #pragma once
 // The working folder as a small path of its own.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPath.hpp"
 #include "orvian/ComponentIdentifier.hpp"
 
@@ -30,7 +31,7 @@ struct CurrentFolderMemento {
     std::optional<OrvianComponents::ComponentIdentifier> component;
 };
 
-class ICurrentFolderPathManager {
+class TFSP_API ICurrentFolderPathManager {
 public:
     using ChangedHandler = boost::function<void(const std::shared_ptr<const IPath>& oldPath,
                                                 const std::optional<OrvianComponents::ComponentIdentifier>& oldComponent)>;
@@ -54,7 +55,7 @@ public:
     virtual void StopFollowingWorkingFolder() = 0;
 };
 
-class ICurrentFolderPathManagerFactory {
+class TFSP_API ICurrentFolderPathManagerFactory {
 public:
     virtual ~ICurrentFolderPathManagerFactory() = default;
     virtual std::unique_ptr<ICurrentFolderPathManager> CreateCurrentFolderPathManager(CurrentFolderPolicy policy) const = 0;

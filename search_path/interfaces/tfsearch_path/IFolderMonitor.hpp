@@ -1,12 +1,13 @@
 #pragma once
 // Decides, folder by folder, whether a folder is to be watched.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPath.hpp"
 
 #include <memory>
 
 namespace Thornfell::PathManagement {
 
-class IFolderMonitor {
+class TFSP_API IFolderMonitor {
 public:
     virtual ~IFolderMonitor() = default;
     virtual FolderMonitoringState GetFolderMonitoringState(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const = 0;
@@ -22,8 +23,8 @@ public:
 namespace Thornfell::PathManagement {
 
 // The monitor of the engine instance current on this thread.
-IFolderMonitor& GetFolderMonitor();
+TFSP_API IFolderMonitor& GetFolderMonitor();
 // Takes ownership and destroys the monitor held before.
-void SetFolderMonitor(std::unique_ptr<IFolderMonitor>&& monitor);
+TFSP_API void SetFolderMonitor(std::unique_ptr<IFolderMonitor>&& monitor);
 
 } // namespace Thornfell::PathManagement

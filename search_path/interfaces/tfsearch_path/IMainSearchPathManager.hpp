@@ -2,6 +2,7 @@
 // The search path of an engine instance: the one mutable object of the
 // system. Callers serialise its operations; the paths it hands out are
 // immutable and stay valid however far the manager moves on.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/ICurrentFolderPathManager.hpp"
 #include "tfsearch_path/IFolderMonitor.hpp"
 #include "foundation/core/except/Notification.hpp"
@@ -43,7 +44,7 @@ using CanonicalFolderRange = boost::any_range<const foundation::storage::vfs::Ca
 using FolderRange = boost::any_range<const foundation::storage::vfs::AbsoluteIRI, boost::forward_traversal_tag,
                                      const foundation::storage::vfs::AbsoluteIRI&, std::ptrdiff_t>;
 
-class IPathManager {
+class TFSP_API IPathManager {
 public:
     virtual ~IPathManager() = default;
     // What name lookup uses: the current folder ahead of the main path.
@@ -62,7 +63,7 @@ public:
     virtual std::shared_ptr<const IPath> GetMainPath() const = 0;
 };
 
-class IMainSearchPathManager : public IPathManager {
+class TFSP_API IMainSearchPathManager : public IPathManager {
 public:
     virtual IFolderMonitor& GetFolderMonitor() const = 0;
     // Sets `policy` until the last owner of the handle lets go; then the
@@ -79,19 +80,19 @@ public:
 };
 
 // Makes the manager of the engine instance current on this thread.
-std::unique_ptr<IMainSearchPathManager> CreateMainSearchPathManager(
+TFSP_API std::unique_ptr<IMainSearchPathManager> CreateMainSearchPathManager(
     const boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr>& eventManager,
     OrvianComponents::IModularPackageRegistry& registry);
 
 // The manager the host set up for this engine instance (SetMainSearchPathManager).
 // GetMainSearchPathManager throws std::logic_error when there is none.
-IMainSearchPathManager& GetMainSearchPathManager();
-IMainSearchPathManager* GetMainSearchPathManagerIfAvailable();
+TFSP_API IMainSearchPathManager& GetMainSearchPathManager();
+TFSP_API IMainSearchPathManager* GetMainSearchPathManagerIfAvailable();
 // The host's registration; null clears it. The host keeps the manager alive
 // while it is registered.
-void SetMainSearchPathManager(IMainSearchPathManager* manager);
+TFSP_API void SetMainSearchPathManager(IMainSearchPathManager* manager);
 
-void initializeFcn();
-void terminateFcn();
+TFSP_API void initializeFcn();
+TFSP_API void terminateFcn();
 
 } // namespace Thornfell::PathManagement

@@ -2,13 +2,14 @@
 // An immutable ordered list of folder entries with name queries. Every
 // operation is const and may run on any thread without a lock; results come
 // in path order. An absent name is no failure: null, empty or false.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPathEntry.hpp"
 
 #include <boost/optional.hpp>
 
 namespace Thornfell::PathManagement {
 
-class IPath {
+class TFSP_API IPath {
 public:
     virtual ~IPath() = default;
 

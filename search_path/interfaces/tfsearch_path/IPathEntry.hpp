@@ -1,6 +1,7 @@
 #pragma once
 // One folder and the special folders below it that belong to it. Immutable:
 // every operation is const and may run on any thread without a lock.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/PathItem.hpp"
 #include "tfsearch_path/PathTypes.hpp"
 #include "foundation/storage/vfs/PathComparator.hpp"
@@ -21,7 +22,7 @@ using PathEntryList = std::shared_ptr<const PathEntryVector>;
 // The callback of a walk: returns true to stop.
 using PathEntryVisitor = std::function<bool(const PathEntryPointer&)>;
 
-class IPathEntry {
+class TFSP_API IPathEntry {
 public:
     virtual ~IPathEntry() = default;
 

@@ -1,5 +1,6 @@
 #pragma once
 // Turns folders into entries. One for the process; any thread may call it.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPathEntry.hpp"
 #include "foundation/core/except/Notification.hpp"
 
@@ -9,7 +10,7 @@ namespace Thornfell::PathManagement {
 
 class IFolderMonitor;
 
-class IPathEntryFactory {
+class TFSP_API IPathEntryFactory {
 public:
     virtual ~IPathEntryFactory() = default;
 
@@ -41,6 +42,6 @@ public:
 };
 
 // The process-wide factory.
-IPathEntryFactory& GetPathEntryFactory();
+TFSP_API IPathEntryFactory& GetPathEntryFactory();
 
 } // namespace Thornfell::PathManagement

@@ -1,10 +1,11 @@
 #pragma once
 // Makes paths. One for each engine instance.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPath.hpp"
 
 namespace Thornfell::PathManagement {
 
-class IPathFactory {
+class TFSP_API IPathFactory {
 public:
     virtual ~IPathFactory() = default;
     // The entries are moved into the new path in the order given. Any thread.
@@ -19,6 +20,6 @@ public:
 };
 
 // The factory of the engine instance current on this thread.
-const IPathFactory& GetCurrentPathFactory();
+TFSP_API const IPathFactory& GetCurrentPathFactory();
 
 } // namespace Thornfell::PathManagement

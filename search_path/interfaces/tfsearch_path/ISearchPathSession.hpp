@@ -8,13 +8,14 @@
 //
 // Like the manager, a session takes no lock: it is made, used and ended on
 // one thread. Paths it hands out may be read on any thread.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 
 #include <memory>
 
 namespace Thornfell::PathManagement {
 
-class ISearchPathSession {
+class TFSP_API ISearchPathSession {
 public:
     virtual ~ISearchPathSession() = default;
 
@@ -38,6 +39,6 @@ public:
 
 // A new engine instance, current on this thread until the session ends (then
 // the instance current before is current again).
-std::unique_ptr<ISearchPathSession> CreateSearchPathSession();
+TFSP_API std::unique_ptr<ISearchPathSession> CreateSearchPathSession();
 
 } // namespace Thornfell::PathManagement

@@ -1,6 +1,7 @@
 #pragma once
 // The entry of a folder that can't be read: it keeps the folder's place on a
 // path, with no files and no child folders.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPathEntry.hpp"
 #include "tfsearch_path/PathFunctions.hpp"
 
@@ -12,8 +13,8 @@ class IFileFolderObserver;
 
 namespace Thornfell::PathManagement {
 
-class InaccessibleFolderPathEntry final : public IPathEntry,
-                                          public std::enable_shared_from_this<InaccessibleFolderPathEntry> {
+class TFSP_API InaccessibleFolderPathEntry final : public IPathEntry,
+                                                   public std::enable_shared_from_this<InaccessibleFolderPathEntry> {
 public:
     InaccessibleFolderPathEntry(PathEntryType type, foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor);
     ~InaccessibleFolderPathEntry() override;

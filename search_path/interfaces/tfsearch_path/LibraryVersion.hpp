@@ -2,9 +2,11 @@
 // The version of the library a program runs with, which may be newer than
 // the headers it was built against.
 
+#include "tfsearch_path/Export.hpp"
+
 namespace Thornfell::PathManagement {
 
 // "MAJOR.MINOR.PATCH", the version of the build that made the library.
-const char* LibraryVersion() noexcept;
+TFSP_API const char* LibraryVersion() noexcept;
 
 } // namespace Thornfell::PathManagement

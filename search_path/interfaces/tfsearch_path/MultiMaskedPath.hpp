@@ -7,12 +7,13 @@
 // one, hides nothing. Building costs a lookup for each listed entry and one
 // copy of the main entries' list.
 #include "tfsearch_path/CompositePath.hpp"
+#include "tfsearch_path/Export.hpp"
 
 #include <vector>
 
 namespace Thornfell::PathManagement {
 
-class MultiMaskedPath final : public CompositePath {
+class TFSP_API MultiMaskedPath final : public CompositePath {
 public:
     // A null path counts as an empty one.
     MultiMaskedPath(std::shared_ptr<const IPath> path, std::vector<std::shared_ptr<const IPathEntry>> masked);

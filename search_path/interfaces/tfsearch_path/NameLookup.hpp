@@ -1,6 +1,7 @@
 #pragma once
 // What a name typed by a user finds on a path: the rule of SearchPath::Find,
 // for any program that holds an IPath.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPath.hpp"
 
 #include <vector>
@@ -18,12 +19,13 @@ namespace Thornfell::PathManagement {
 //    the package function +pkg/+sub/name.
 // Throws std::invalid_argument for an empty name or one that ends in a
 // separator.
-std::vector<FoundItem> LookUpName(const IPath& path, const ustring& name, const std::vector<ustring>& extensions,
-                                  FilenameMatchingPolicy policy, bool all);
+TFSP_API std::vector<FoundItem> LookUpName(const IPath& path, const ustring& name,
+                                           const std::vector<ustring>& extensions, FilenameMatchingPolicy policy,
+                                           bool all);
 
 // The first file of LookUpName, borrowed from `path` (see FoundItemView):
 // what many threads ask at once without writing anything they share.
-FoundItemView LookUpFirstName(const IPath& path, const ustring& name, const std::vector<ustring>& extensions,
-                              FilenameMatchingPolicy policy);
+TFSP_API FoundItemView LookUpFirstName(const IPath& path, const ustring& name, const std::vector<ustring>& extensions,
+                                       FilenameMatchingPolicy policy);
 
 } // namespace Thornfell::PathManagement

@@ -3,6 +3,7 @@
 // on each PackageRegistryHasBeenChanged, removed packages leave the path,
 // updated ones keep their place with their new folders, new ones come to the
 // front or the back, and the host hears of it through one callback.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 
 #include <functional>
@@ -11,7 +12,7 @@ namespace Thornfell::PathManagement {
 
 using PackageNotificationCallback = std::function<void(const foundation::core::except::Notification&)>;
 
-class PackagesOnPathCoordinator {
+class TFSP_API PackagesOnPathCoordinator {
 public:
     // Subscribes on `eventManager`; `manager` must outlive the coordinator.
     PackagesOnPathCoordinator(foundation::msg_svc::eventmgr::EventMgr& eventManager, IMainSearchPathManager& manager,
@@ -24,7 +25,7 @@ private:
 
 // Makes the coordinator of the current engine instance and keeps it in the
 // instance's state store. A second call leaves the first coordinator in place.
-void InstallPackagesOnPathCoordinator(foundation::msg_svc::eventmgr::EventMgr& eventManager,
-                                      IMainSearchPathManager& manager, PackageNotificationCallback&& notify);
+TFSP_API void InstallPackagesOnPathCoordinator(foundation::msg_svc::eventmgr::EventMgr& eventManager,
+                                               IMainSearchPathManager& manager, PackageNotificationCallback&& notify);
 
 } // namespace Thornfell::PathManagement

@@ -1,11 +1,12 @@
 #pragma once
 // Lets an existing entry take part in a path under another face: forwards
 // every operation to the wrapped entry.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPathEntry.hpp"
 
 namespace Thornfell::PathManagement {
 
-class PathEntryDecorator : public IPathEntry {
+class TFSP_API PathEntryDecorator : public IPathEntry {
 public:
     // `decoratedEntry` is never null.
     explicit PathEntryDecorator(PathEntryPointer decoratedEntry) : decoratedEntry(std::move(decoratedEntry)) {}

@@ -2,6 +2,7 @@
 // What changed between two lists of entries (the main entries of a path
 // before and after a change): which folders came, went, moved, or stand there
 // as a new object.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPathEntry.hpp"
 
 #include <cstdint>
@@ -14,7 +15,7 @@ enum ComparisonFilter : std::int32_t {
     CompareByFolder = 1,
 };
 
-class PathEntryVectorDifferentiator {
+class TFSP_API PathEntryVectorDifferentiator {
 public:
     // All lists empty.
     PathEntryVectorDifferentiator();

@@ -1,5 +1,6 @@
 #pragma once
 // Events that the search path publishes.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPathEntry.hpp"
 #include "foundation/msg_svc/eventmgr/BaseEvent.hpp"
 
@@ -7,7 +8,7 @@ namespace Thornfell::PathManagement {
 
 // Published by an entry as it is destroyed, on the thread that dropped its
 // last share. The entry may be looked at during delivery only.
-class PathEntryWillBeDestroyedEvent
+class TFSP_API PathEntryWillBeDestroyedEvent
     : public foundation::msg_svc::eventmgr::EventBase<PathEntryWillBeDestroyedEvent> {
 public:
     PathEntryWillBeDestroyedEvent(const IPathEntry& entry, foundation::storage::vfs::CanonicalAbsoluteIRI iri)

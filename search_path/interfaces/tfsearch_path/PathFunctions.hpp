@@ -1,5 +1,6 @@
 #pragma once
 // Small functions on names, IRIs and entries.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IPath.hpp"
 #include "foundation/storage/vfs/PathComparator.hpp"
 #include "foundation/storage/vfs/StorageException.hpp"
@@ -25,19 +26,19 @@ namespace Thornfell::PathManagement {
 // Package for a leading "+", Method for a leading "@", Private and Resources
 // for "private" and "resources", else Main. Never UDDClass: only a caller
 // that knows the parent can tell.
-PathEntryType GetPathEntryTypeFromBaseName(const ustring& baseName);
+TFSP_API PathEntryType GetPathEntryTypeFromBaseName(const ustring& baseName);
 
 // The IRI of a folder or file given as an absolute path, or as the text of a
 // "file://" IRI. Throws the storage Exception for a relative path.
-foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text);
+TFSP_API foundation::storage::vfs::AbsoluteIRI GetIRIFromString(const ustring& text);
 // A text fit to show a user and to join with ";": the plain path.
-ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri);
+TFSP_API ustring GetStringFromIRI(const foundation::storage::vfs::AbsoluteIRI& iri);
 
 // The name comparisons of an entry, one for each matching policy: its
 // comparator under that policy's case modifier, a storage failure in a
 // comparison counting as no match. The entry holds them, and hands one out
 // as a FilenameMatcher that shares ownership of the entry.
-class PolicyFilenameMatchers {
+class TFSP_API PolicyFilenameMatchers {
 public:
     explicit PolicyFilenameMatchers(const foundation::storage::vfs::PathComparator& comparator);
 
@@ -97,14 +98,14 @@ private:
 
 // True if `entry`'s comparison under `policy` calls the text of its IRI
 // equal to `iriText`, the text of a folder's IRI ("file://...").
-bool DoesEntryIRITextMatch(const IPathEntry& entry, const ustring& iriText, FilenameMatchingPolicy policy);
+TFSP_API bool DoesEntryIRITextMatch(const IPathEntry& entry, const ustring& iriText, FilenameMatchingPolicy policy);
 
 // `path` made absolute against the working folder ("~" expanded) and then
 // canonical: links and ".." resolved by the storage system as far as the
 // path exists, the names below that kept as they are. Throws the storage
 // Exception for a failure other than a missing name (a folder that may not
 // be read), and FailedToAbsolutizeException for an empty path.
-foundation::storage::vfs::CanonicalAbsoluteIRI CanonicalizeRelativePathAgainstCWD(
+TFSP_API foundation::storage::vfs::CanonicalAbsoluteIRI CanonicalizeRelativePathAgainstCWD(
     const ustring& path, const Thornfell::current_working_folder::ICurrentWorkingFolder& workingFolder);
 
 using PartialPathnameParts = boost::container::small_vector<ustring, 8>;
@@ -113,28 +114,28 @@ using PartialPathnamePartsRange =
 
 // Where the last separator (Constants::PathnameSeparatorStr) of `name`
 // stands, or npos: where the item name of a partial pathname begins.
-std::size_t LastPathnameSeparator(ustring_view name);
+TFSP_API std::size_t LastPathnameSeparator(ustring_view name);
 
 // The folder names of a partial pathname, the innermost last; empty parts
 // (doubled separators) are dropped. May be empty.
-PartialPathnameParts SplitPartialPathname(const ustring& partialPathname);
+TFSP_API PartialPathnameParts SplitPartialPathname(const ustring& partialPathname);
 
 // True if the location of `entry` ends in `parts` (compared with the entry's
 // matcher under `policy`). Parts of package and class folders are written
 // with their "+" or "@". Safe on pool threads.
-bool DoesPartialPathnameMatchPathEntryIRI(const IPath& path, const PartialPathnamePartsRange& parts,
-                                          const PathEntryPointer& entry, const FilenameMatchingPolicy& policy);
+TFSP_API bool DoesPartialPathnameMatchPathEntryIRI(const IPath& path, const PartialPathnamePartsRange& parts,
+                                                   const PathEntryPointer& entry, const FilenameMatchingPolicy& policy);
 
 // The folders of a package that go on the path: those of its records of
 // kind 0, in record order; the first is its root.
-std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersOfPackage(
+TFSP_API std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersOfPackage(
     const Thornfell::PackageRegistry::IPackage& package);
 
 // The folders that stand for `packages` on the path, package after package:
 // a managed package by its root alone (the manager expands it), any other
 // package by each of its folders of kind 0, in record order. A package the
 // registry doesn't hold gives nothing.
-std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersForPackages(
+TFSP_API std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersForPackages(
     const Thornfell::PackageRegistry::IPackageRegistry& registry,
     std::span<const OrvianComponents::ComponentIdentifier> packages);
 

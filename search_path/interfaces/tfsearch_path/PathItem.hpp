@@ -1,5 +1,6 @@
 #pragma once
 // One file of a folder, a query target, and a query result.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/PathTypes.hpp"
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 
@@ -18,7 +19,7 @@ enum ItemContentKind : std::int32_t {
     KindU = 2,
 };
 
-class PathItem {
+class TFSP_API PathItem {
 public:
     PathItem(ustring&& stem, ustring&& extension, foundation::storage::vfs::CanonicalAbsoluteIRI&& folderIRI);
     // The same item from views of its parts, whose strings are made in
@@ -99,7 +100,7 @@ namespace Constants {
 // The characters accepted as folder separators in a partial pathname, used as
 // a set. "\\" is accepted beside "/" so that names written on other systems
 // still split.
-extern const ustring PathnameSeparatorStr;
+extern TFSP_API const ustring PathnameSeparatorStr;
 } // namespace Constants
 
 } // namespace Thornfell::PathManagement

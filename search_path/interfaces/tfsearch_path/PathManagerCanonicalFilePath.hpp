@@ -1,5 +1,6 @@
 #pragma once
 // The canonical name of a file as the search path sees it.
+#include "tfsearch_path/Export.hpp"
 #include "foundation/core/except/Exception.hpp"
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 
@@ -8,7 +9,7 @@
 namespace Thornfell::PathManagement {
 
 // A file name has no main folder above it to be made canonical through.
-class NoParentIRIException : public foundation::core::except::IInternalException {
+class TFSP_API NoParentIRIException : public foundation::core::except::IInternalException {
 public:
     NoParentIRIException() = default;
     NoParentIRIException(const NoParentIRIException&) = default;
@@ -28,6 +29,7 @@ public:
 // folder) is made canonical by the storage system, and the names below it
 // follow unchanged. Throws NoParentIRIException when the walk up passes a
 // root.
-foundation::storage::vfs::AbsoluteIRI PathManagerCanonicalFilePath(const foundation::storage::vfs::AbsoluteIRI& file);
+TFSP_API foundation::storage::vfs::AbsoluteIRI PathManagerCanonicalFilePath(
+    const foundation::storage::vfs::AbsoluteIRI& file);
 
 } // namespace Thornfell::PathManagement

@@ -1,5 +1,6 @@
 #pragma once
 // Events of the search path manager and the current folder.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/IMainSearchPathManager.hpp"
 
 #include <optional>
@@ -10,7 +11,7 @@ using SharedEntryVector = std::shared_ptr<const PathEntryVector>;
 
 // Published around each installation of a new path: Stage 0 before the
 // swap (subscribers still see the old paths), stages 1 and 2 after it.
-class PathChangeEvent : public foundation::msg_svc::eventmgr::EventBase<PathChangeEvent> {
+class TFSP_API PathChangeEvent : public foundation::msg_svc::eventmgr::EventBase<PathChangeEvent> {
 public:
     enum Stage : std::int32_t { BeforeChange = 0, AfterChange = 1, AfterChangeNotified = 2 };
 
@@ -52,7 +53,8 @@ private:
 };
 
 // Published first thing in the manager's destructor, while it is still whole.
-class PathManagerWillBeDestroyedEvent : public foundation::msg_svc::eventmgr::EventBase<PathManagerWillBeDestroyedEvent> {
+class TFSP_API PathManagerWillBeDestroyedEvent
+    : public foundation::msg_svc::eventmgr::EventBase<PathManagerWillBeDestroyedEvent> {
 public:
     explicit PathManagerWillBeDestroyedEvent(const IMainSearchPathManager& manager) : manager_(&manager) {}
     static const std::string& TypeName();
@@ -64,7 +66,7 @@ private:
 
 // Published when the installed component that owns the working folder comes,
 // goes, or changes its identity or version.
-class CurrentFolderComponentHasBeenChangedEvent
+class TFSP_API CurrentFolderComponentHasBeenChangedEvent
     : public foundation::msg_svc::eventmgr::EventBase<CurrentFolderComponentHasBeenChangedEvent> {
 public:
     CurrentFolderComponentHasBeenChangedEvent(std::optional<OrvianComponents::ComponentIdentifier> oldComponent,

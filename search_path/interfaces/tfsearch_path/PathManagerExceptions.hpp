@@ -1,5 +1,6 @@
 #pragma once
 // The exceptions of path changes: a whole change that can't be made.
+#include "tfsearch_path/Export.hpp"
 #include "foundation/core/except/Exception.hpp"
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
 
@@ -12,19 +13,19 @@ using InternalException =
     foundation::core::except::Exception<foundation::core::except::IInternalException, std::exception, void>;
 
 // The mutability policy refused a change of the path.
-class PathAlterationNotSupportedException : public InternalException {
+class TFSP_API PathAlterationNotSupportedException : public InternalException {
 public:
     const char* what() const noexcept override { return "the search path may not be altered now"; }
 };
 
 // A change of the path was asked for while another was being installed.
-class RecursivePathChangeException : public InternalException {
+class TFSP_API RecursivePathChangeException : public InternalException {
 public:
     const char* what() const noexcept override { return "the search path is already being changed"; }
 };
 
 // The frozen state of a folder of a package follows its package.
-class PackageFolderMonitoringChangeException : public InternalException {
+class TFSP_API PackageFolderMonitoringChangeException : public InternalException {
 public:
     explicit PackageFolderMonitoringChangeException(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);
     const char* what() const noexcept override { return message_.c_str(); }

@@ -16,6 +16,7 @@
 // SetFolders or Refresh they call throws (a change can't start while its own
 // callbacks run). An exception a callback throws reaches the caller of the
 // change, which stands; the callbacks after it miss that change.
+#include "tfsearch_path/Export.hpp"
 #include "tfsearch_path/FilenameMatchingPolicy.hpp"
 
 #include <filesystem>
@@ -46,7 +47,7 @@ struct PathChange {
 
 // Keeps a change callback connected until it is destroyed. It may outlive its
 // SearchPath, and may be destroyed inside its own callback.
-class Subscription {
+class TFSP_API Subscription {
 public:
     Subscription() noexcept;
     Subscription(Subscription&&) noexcept;
@@ -60,7 +61,7 @@ private:
     std::unique_ptr<State> state_;
 };
 
-class SearchPath {
+class TFSP_API SearchPath {
 public:
     explicit SearchPath(SearchPathOptions options = {});
     SearchPath(SearchPath&&) noexcept;

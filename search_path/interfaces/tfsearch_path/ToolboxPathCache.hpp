@@ -1,5 +1,6 @@
 #pragma once
 // Saving the toolbox cache file of an entry factory.
+#include "tfsearch_path/Export.hpp"
 #include "foundation/core/except/Exception.hpp"
 #include "foundation/core/except/Notification.hpp"
 #include "foundation/storage/vfs/AbsoluteIRI.hpp"
@@ -10,7 +11,7 @@ namespace Thornfell::PathManagement {
 
 class IPathEntryFactory;
 
-class UnableToSaveToolboxCacheException
+class TFSP_API UnableToSaveToolboxCacheException
     : public foundation::core::except::Exception<foundation::core::except::IInternalException, std::exception, void> {
 public:
     // `reason` names the file and what went wrong, for the user.
@@ -30,8 +31,8 @@ private:
 // UnableToSaveToolboxCacheException when the file can't be written;
 // std::bad_alloc passes as it is. The folders left out go into `leftOut`, if
 // given (IPathEntryFactory::WriteToolboxCache).
-void WriteToolboxPathCache(const foundation::storage::vfs::AbsoluteIRI& cacheFile,
-                           const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory,
-                           foundation::core::except::Notification* leftOut = nullptr);
+TFSP_API void WriteToolboxPathCache(const foundation::storage::vfs::AbsoluteIRI& cacheFile,
+                                    const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory,
+                                    foundation::core::except::Notification* leftOut = nullptr);
 
 } // namespace Thornfell::PathManagement
