@@ -122,4 +122,4 @@ void BM_ReadCache(benchmark::State& state) {
 }
 BENCHMARK(BM_ReadCache)->Unit(benchmark::kMillisecond);
 
-} // namespace
+}  // namespace

@@ -26,7 +26,6 @@ namespace {
 using namespace Thornfell::PathManagement;
 using Clock = std::chrono::steady_clock;
 
-
 const std::vector<ustring> kExtensions = {u".tf", u".tfc", u".tfx"};
 
 struct Setup {
@@ -44,7 +43,8 @@ struct Setup {
 std::shared_ptr<const IPath> ComposeMasked(const Setup& setup) {
     const PathEntryPointer found = setup.mainPath->GetPathEntryFromAbsoluteIRI(setup.currentOnPath->GetIRI());
     return std::make_shared<ConcatenatedPath>(setup.factory.CreatePath({found}),
-                                              std::make_shared<MultiMaskedPath>(setup.mainPath, PathEntryVector{found}));
+                                              std::make_shared<MultiMaskedPath>(setup.mainPath,
+                                                                                PathEntryVector{found}));
 }
 
 std::shared_ptr<const IPath> ComposeDeduplicated(const Setup& setup, const PathEntryPointer& current) {
@@ -94,18 +94,21 @@ void RegisterAll(Setup& setup) {
                                      [path = path](benchmark::State& state) {
                                          const detail::SearchTarget target(u"f10_20", kExtensions);
                                          for (auto _ : state)
-                                             benchmark::DoNotOptimize(path->FindFirstInScope(allEntryTypesScope, target, CaseRuleTwo));
+                                             benchmark::DoNotOptimize(
+                                                 path->FindFirstInScope(allEntryTypesScope, target, CaseRuleTwo));
                                      });
         benchmark::RegisterBenchmark(("FindAllInScope/heldBy100Folders" + suffix).c_str(),
                                      [path = path](benchmark::State& state) {
                                          const detail::SearchTarget target(u"sharedBy100", kExtensions);
                                          for (auto _ : state)
-                                             benchmark::DoNotOptimize(path->FindAllInScope(allEntryTypesScope, target, CaseRuleTwo));
+                                             benchmark::DoNotOptimize(
+                                                 path->FindAllInScope(allEntryTypesScope, target, CaseRuleTwo));
                                      })
             ->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark(("GetPathEntryFromAbsoluteIRI" + suffix).c_str(),
                                      [path = path, iri = setup.mainEntries[1000]->GetIRI()](benchmark::State& state) {
-                                         for (auto _ : state) benchmark::DoNotOptimize(path->GetPathEntryFromAbsoluteIRI(iri));
+                                         for (auto _ : state)
+                                             benchmark::DoNotOptimize(path->GetPathEntryFromAbsoluteIRI(iri));
                                      });
     }
 }
@@ -123,7 +126,7 @@ double MedianPathBuildSeconds(const Setup& setup) {
     return seconds[seconds.size() / 2];
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);

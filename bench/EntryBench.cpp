@@ -120,4 +120,4 @@ void BM_SecondRequestUpToDate(benchmark::State& state) {
 }
 BENCHMARK(BM_SecondRequestUpToDate)->Unit(benchmark::kNanosecond);
 
-} // namespace
+}  // namespace

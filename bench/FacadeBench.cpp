@@ -92,4 +92,4 @@ void BM_SearchPathFindThreads(benchmark::State& state) {
 }
 BENCHMARK(BM_SearchPathFindThreads)->Threads(1)->Threads(2)->Threads(8)->UseRealTime();
 
-} // namespace
+}  // namespace

@@ -118,7 +118,8 @@ void BM_RefreshNothingChanged(benchmark::State& state) {
     foundation::usm::Detail<foundation::usm::scope::Process>::endAll();
     const auto host = MakeHost();
     for (auto _ : state) benchmark::DoNotOptimize(host->GetManager().Refresh(TrustObservers));
-    state.counters["folder_watches"] = static_cast<double>(storage::filefolderobserver::testhooks::WatchCountForTesting(Observers()));
+    state.counters["folder_watches"] =
+        static_cast<double>(storage::filefolderobserver::testhooks::WatchCountForTesting(Observers()));
     state.counters["ancestor_watches"] =
         static_cast<double>(storage::filefolderobserver::testhooks::AncestorWatchCountForTesting(Observers()));
 }
@@ -141,7 +142,10 @@ void BM_CreationToVisible(benchmark::State& state) {
     static constexpr PathEntryType plainFolders[] = {Main};
     const auto finds = [&] {
         const detail::SearchTarget target(u"visible_new", {u".tf"});
-        return host->GetManager().GetSearchPath()->FindFirstInScope(plainFolders, target, StorageSystemRule).has_value();
+        return host->GetManager()
+            .GetSearchPath()
+            ->FindFirstInScope(plainFolders, target, StorageSystemRule)
+            .has_value();
     };
     for (auto _ : state) {
         std::ofstream(folder + "/visible_new.tf").flush();
@@ -165,7 +169,10 @@ void BM_RefreshOneFileAdded(benchmark::State& state) {
     const auto host = MakeHost();
     const std::string folder = Tree().mainFolders()[Tree().mainFolders().size() / 3];
     const auto iri = GetIRIFromString(fl::i18n::utf8_to_ustring(folder));
-    const auto entry = [&] { return host->GetManager().GetMainPath()->GetPathEntryFromAbsoluteIRI(foundation::storage::vfs::CanonicalAbsoluteIRI(iri, u"")); };
+    const auto entry = [&] {
+        return host->GetManager().GetMainPath()->GetPathEntryFromAbsoluteIRI(
+            foundation::storage::vfs::CanonicalAbsoluteIRI(iri, u""));
+    };
     double total = 0;
     int added = 0;
     for (auto _ : state) {
@@ -181,8 +188,9 @@ void BM_RefreshOneFileAdded(benchmark::State& state) {
     const auto listingStart = std::chrono::steady_clock::now();
     const int listings = 20;
     for (int i = 0; i < listings; ++i)
-        benchmark::DoNotOptimize(
-            foundation::storage::vfs::Folder(iri, OrvianStorageSystem::GetStorageSystemReference()).listFiles(u"").size());
+        benchmark::DoNotOptimize(foundation::storage::vfs::Folder(iri, OrvianStorageSystem::GetStorageSystemReference())
+                                     .listFiles(u"")
+                                     .size());
     const double listing = Seconds(listingStart) / listings;
     const double budget = listing + BuildSeconds(*host->GetManager().GetMainPath()->GetMainEntries());
     state.counters["budget_ms"] = 1e3 * budget;
@@ -190,4 +198,4 @@ void BM_RefreshOneFileAdded(benchmark::State& state) {
 }
 BENCHMARK(BM_RefreshOneFileAdded)->Unit(benchmark::kMillisecond)->Iterations(20);
 
-} // namespace
+}  // namespace

@@ -58,7 +58,9 @@ public:
     }
     std::shared_ptr<const IPath> GetMainPath() const override { return inner.GetMainPath(); }
     IFolderMonitor& GetFolderMonitor() const override { return inner.GetFolderMonitor(); }
-    std::shared_ptr<void> PushMutabilityPolicy(PathManagerMutabilityPolicy p) override { return inner.PushMutabilityPolicy(p); }
+    std::shared_ptr<void> PushMutabilityPolicy(PathManagerMutabilityPolicy p) override {
+        return inner.PushMutabilityPolicy(p);
+    }
     void SetMutabilityPolicy(PathManagerMutabilityPolicy p) override { inner.SetMutabilityPolicy(p); }
     std::optional<OrvianComponents::ComponentIdentifier> GetCurrentFolderComponent() const override {
         return inner.GetCurrentFolderComponent();
@@ -76,8 +78,8 @@ public:
 registry::PackageDescription Package(const std::string& root) {
     static const boost::uuids::name_generator_sha1 uuidOf(boost::uuids::nil_uuid());
     const std::string name = std::filesystem::path(root).filename().string();
-    return {.id = OrvianComponents::ComponentIdentifier(fl::i18n::utf8_to_ustring(name), OrvianComponents::ComponentVersion("1"),
-                                                        uuidOf(root)),
+    return {.id = OrvianComponents::ComponentIdentifier(fl::i18n::utf8_to_ustring(name),
+                                                        OrvianComponents::ComponentVersion("1"), uuidOf(root)),
             .root = CanonicalAbsoluteIRI(GetIRIFromString(fl::i18n::utf8_to_ustring(root)), ustring())};
 }
 
@@ -101,7 +103,8 @@ void BM_InstallOnePackage(benchmark::State& state) {
     const std::string extraRoot = Tree().root() + "/installed-package";
     std::filesystem::create_directories(extraRoot + "/member");
     auto extra = Package(extraRoot);
-    extra.pathFolders = {CanonicalAbsoluteIRI(GetIRIFromString(fl::i18n::utf8_to_ustring(extraRoot + "/member")), ustring())};
+    extra.pathFolders = {
+        CanonicalAbsoluteIRI(GetIRIFromString(fl::i18n::utf8_to_ustring(extraRoot + "/member")), ustring())};
     const auto withExtra = registry::PackageRegistryBuilder(*base).Add(extra).Build();
     registrar.Install(base);
 
@@ -110,7 +113,9 @@ void BM_InstallOnePackage(benchmark::State& state) {
     TimedManager timed(manager);
     std::size_t messages = 0;
     InstallPackagesOnPathCoordinator(*foundation::msg_svc::eventmgr::getEngineEventMgr(), timed,
-                                     [&messages](const foundation::core::except::Notification& n) { messages += n.size(); });
+                                     [&messages](const foundation::core::except::Notification& n) {
+                                         messages += n.size();
+                                     });
 
     double changeSeconds = 0;
     for (auto _ : state) {
@@ -148,4 +153,4 @@ void BM_InstallOnePackage(benchmark::State& state) {
 }
 BENCHMARK(BM_InstallOnePackage)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(20);
 
-} // namespace
+}  // namespace

@@ -48,8 +48,9 @@ MemoryUse SampleMemory() {
 }
 
 double BytesAllocatedBetween(const MemoryUse& before, const MemoryUse& after) {
-    const double scalable = static_cast<double>(after.anonymousBytes - before.anonymousBytes) -
-                            (static_cast<double>(after.mallocFromSystem) - static_cast<double>(before.mallocFromSystem));
+    const double scalable =
+        static_cast<double>(after.anonymousBytes - before.anonymousBytes) -
+        (static_cast<double>(after.mallocFromSystem) - static_cast<double>(before.mallocFromSystem));
     const double glibc = static_cast<double>(after.mallocInUse) - static_cast<double>(before.mallocInUse);
     return std::max(0.0, scalable) + glibc;
 }
@@ -91,45 +92,57 @@ void RegisterAll(Setup& setup) {
     // First, and once whatever repetitions are asked for, while the scalable
     // allocator holds no freed memory of earlier paths to reuse: that memory
     // would not show as growth.
-    benchmark::RegisterBenchmark("PathIndexMemory", [&setup](benchmark::State& state) {
-        for (auto _ : state) {
-            const MemoryUse before = SampleMemory();
-            auto path = setup.factory.CreatePath(setup.mainEntries);
-            const MemoryUse after = SampleMemory();
-            state.counters["index_bytes_per_item"] =
-                BytesAllocatedBetween(before, after) / static_cast<double>(setup.items);
-            state.PauseTiming();
-            DropAndSettle(path);
-            state.ResumeTiming();
-        }
-        ReportSize(state, setup);
-    })->Iterations(1)->Repetitions(1)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("PathIndexMemory",
+                                 [&setup](benchmark::State& state) {
+                                     for (auto _ : state) {
+                                         const MemoryUse before = SampleMemory();
+                                         auto path = setup.factory.CreatePath(setup.mainEntries);
+                                         const MemoryUse after = SampleMemory();
+                                         state.counters["index_bytes_per_item"] =
+                                             BytesAllocatedBetween(before, after) / static_cast<double>(setup.items);
+                                         state.PauseTiming();
+                                         DropAndSettle(path);
+                                         state.ResumeTiming();
+                                     }
+                                     ReportSize(state, setup);
+                                 })
+        ->Iterations(1)
+        ->Repetitions(1)
+        ->Unit(benchmark::kMillisecond);
 
-    benchmark::RegisterBenchmark("PathBuild", [&setup](benchmark::State& state) {
-        long faults = 0;
-        for (auto _ : state) {
-            const long before = MinorPageFaults();
-            auto path = setup.factory.CreatePath(setup.mainEntries);
-            faults += MinorPageFaults() - before;
-            state.PauseTiming();
-            DropAndSettle(path);
-            state.ResumeTiming();
-        }
-        ReportSize(state, setup);
-        state.counters["page_faults"] = benchmark::Counter(static_cast<double>(faults), benchmark::Counter::kAvgIterations);
-    })->Unit(benchmark::kMillisecond)->UseRealTime();
+    benchmark::RegisterBenchmark("PathBuild",
+                                 [&setup](benchmark::State& state) {
+                                     long faults = 0;
+                                     for (auto _ : state) {
+                                         const long before = MinorPageFaults();
+                                         auto path = setup.factory.CreatePath(setup.mainEntries);
+                                         faults += MinorPageFaults() - before;
+                                         state.PauseTiming();
+                                         DropAndSettle(path);
+                                         state.ResumeTiming();
+                                     }
+                                     ReportSize(state, setup);
+                                     state.counters["page_faults"] =
+                                         benchmark::Counter(static_cast<double>(faults),
+                                                            benchmark::Counter::kAvgIterations);
+                                 })
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
 
-    benchmark::RegisterBenchmark("PathDropByCaller", [&setup](benchmark::State& state) {
-        for (auto _ : state) {
-            state.PauseTiming();
-            auto path = setup.factory.CreatePath(setup.mainEntries);
-            state.ResumeTiming();
-            path.reset();
-            state.PauseTiming();
-            foundation::memmgr::leaks::takeSnapshot();
-            state.ResumeTiming();
-        }
-    })->Unit(benchmark::kMicrosecond)->UseRealTime();
+    benchmark::RegisterBenchmark("PathDropByCaller",
+                                 [&setup](benchmark::State& state) {
+                                     for (auto _ : state) {
+                                         state.PauseTiming();
+                                         auto path = setup.factory.CreatePath(setup.mainEntries);
+                                         state.ResumeTiming();
+                                         path.reset();
+                                         state.PauseTiming();
+                                         foundation::memmgr::leaks::takeSnapshot();
+                                         state.ResumeTiming();
+                                     }
+                                 })
+        ->Unit(benchmark::kMicrosecond)
+        ->UseRealTime();
 
     auto path = std::shared_ptr<const IPath>(setup.factory.CreatePath(setup.mainEntries));
     const auto findFirst = [path](const ustring& name) {
@@ -156,7 +169,7 @@ void RegisterAll(Setup& setup) {
     })->Unit(benchmark::kMicrosecond);
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);

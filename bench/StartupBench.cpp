@@ -153,7 +153,8 @@ void BM_StartUp(benchmark::State& state) {
         state.counters["python_first_lookup_ms"] = python.at("first_lookup_ms");
         state.counters["vs_python"] = 1e3 * startUp / runs / python.at("first_lookup_ms");
     }
-    if (python.contains("resident_bytes")) state.counters["python_resident_bytes_per_file"] = python.at("resident_bytes") / files;
+    if (python.contains("resident_bytes"))
+        state.counters["python_resident_bytes_per_file"] = python.at("resident_bytes") / files;
 }
 // The second argument 1 builds the entries in turn, as before the parallel
 // road: the difference is what building them at once gains.
@@ -211,4 +212,4 @@ void BM_CacheLoadAgainstListing(benchmark::State& state) {
 }
 BENCHMARK(BM_CacheLoadAgainstListing)->Arg(20000)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(3);
 
-} // namespace
+}  // namespace

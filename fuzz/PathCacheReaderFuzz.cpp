@@ -30,7 +30,7 @@ void Check(const PathCacheReader::FolderContents& folder, std::size_t depth) {
     for (const auto& subfolder : folder.subfolders) Check(subfolder, depth + 1);
 }
 
-} // namespace
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     InputBuffer buffer(data, size);

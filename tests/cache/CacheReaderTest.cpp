@@ -108,20 +108,24 @@ TEST(CacheReaderTest, AcceptsTheWritersFormatAndFreeWhiteSpace) {
     const AcceptCase cases[] = {
         {"no folders", kStart + kEnd, ""},
         {"the writer's layout",
-         kStart + " <D name=\"alpha\">\n  <D name=\"alpha/private\">\n   <N name=\"inner.ext\"/>\n  </D>\n"
-                  "  <C name=\"first.ext\"/>\n  <U name=\"noextension\"/>\n </D>\n" + kEnd,
+         kStart +
+             " <D name=\"alpha\">\n  <D name=\"alpha/private\">\n   <N name=\"inner.ext\"/>\n  </D>\n"
+             "  <C name=\"first.ext\"/>\n  <U name=\"noextension\"/>\n </D>\n" +
+             kEnd,
          "alpha[alpha/private[N:inner.ext] C:first.ext U:noextension]"},
-        {"each top-level folder apart",
-         kStart + " <D name=\"a\">\n </D>\n <D name=\"b\">\n </D>\n" + kEnd, "a[] | b[]"},
+        {"each top-level folder apart", kStart + " <D name=\"a\">\n </D>\n <D name=\"b\">\n </D>\n" + kEnd,
+         "a[] | b[]"},
         {"carriage returns and tabs as white space",
-         "\r\n\t" + kStart.substr(0, kStart.size() - 1) + "\r\n <D\r\n\tname=\"x\">\r\n  <C  name=\"f\"/>\r\n </D>\r\n" +
-             "</Thornfell>\r\n",
+         "\r\n\t" + kStart.substr(0, kStart.size() - 1) +
+             "\r\n <D\r\n\tname=\"x\">\r\n  <C  name=\"f\"/>\r\n </D>\r\n" + "</Thornfell>\r\n",
          "x[C:f]"},
         {"no white space at all", kStart + "<Dname=\"x\"><Cname=\"f\"/></D></Thornfell>", "x[C:f]"},
         {"an empty name, names without escapes",
          kStart + "<D name=\"\"><C name=\"a&amp;b\"/><U name=\"<x> &\"/></D>" + kEnd, "[C:a&amp;b U:<x> &]"},
         {"files before, between and after subfolders",
-         kStart + "<D name=\"m\"><C name=\"1\"/><D name=\"m/+p\"></D><N name=\"2\"/><D name=\"m/@c\"></D><U name=\"3\"/></D>" +
+         kStart +
+             "<D name=\"m\"><C name=\"1\"/><D name=\"m/+p\"></D><N name=\"2\"/><D name=\"m/@c\"></D><U "
+             "name=\"3\"/></D>" +
              kEnd,
          "m[m/+p[] m/@c[] C:1 N:2 U:3]"},
         {"a nested folder's last name as its IRI takes it",
@@ -174,7 +178,8 @@ TEST(CacheReaderTest, DeepNestingNeedsNoDeepStack) {
             fl::i18n::codecvt_string_to_ustring converter("UTF-8", true);
             PathCacheReader reader(in, converter);
             try {
-                reader.ReadFolders([&](std::shared_ptr<PathCacheReader::FolderContents> folder) { reading->folder = folder; });
+                reader.ReadFolders(
+                    [&](std::shared_ptr<PathCacheReader::FolderContents> folder) { reading->folder = folder; });
             } catch (const ToolboxCacheWrongFormatException&) {
                 reading->rejected = true;
             }
@@ -201,7 +206,8 @@ TEST(CacheReaderTest, DeepNestingNeedsNoDeepStack) {
         ++depth;
     EXPECT_EQ(depth, PathCacheReader::kMaxFolderDepth);
     EXPECT_TRUE(million.rejected);
-    EXPECT_EQ(million.stoppedAt, static_cast<std::streamoff>(kStart.size() + 13 * PathCacheReader::kMaxFolderDepth + 2));
+    EXPECT_EQ(million.stoppedAt,
+              static_cast<std::streamoff>(kStart.size() + 13 * PathCacheReader::kMaxFolderDepth + 2));
 }
 
 // A folder's file names share one buffer: they must read back as written,
@@ -212,7 +218,8 @@ TEST(CacheReaderTest, FileNamesReadBackAfterTheirFoldersMoved) {
     std::string dump = "m[";
     for (int i = 0; i < 40; ++i) {
         const std::string sub = "m/+p" + std::to_string(i);
-        const std::string names[] = {"a", "", "a_rather_long_file_name_" + std::to_string(i) + ".tf", "\xC3\xA9t\xC3\xA9.tf"};
+        const std::string names[] = {"a", "", "a_rather_long_file_name_" + std::to_string(i) + ".tf",
+                                     "\xC3\xA9t\xC3\xA9.tf"};
         file += "<D name=\"" + sub + "\">";
         dump += (i ? " " : "") + sub + "[";
         for (std::size_t n = 0; n < std::size(names); ++n) {
@@ -310,5 +317,5 @@ TEST(CacheReaderTest, AStreamThatThrowsOnFailureStillGetsTheFormatFault) {
     }
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

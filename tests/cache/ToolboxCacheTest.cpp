@@ -82,13 +82,13 @@ PathEntryPointer MemoryEntry(const CanonicalAbsoluteIRI& iri, PathEntryType type
                              PathItemVector items) {
     const auto storage = OrvianStorageSystem::GetStorageSystemReference();
     auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
-    return PathEntry::Create(PathEntry::Parts{
-        .iri = iri,
-        .descriptor = iri.toString(),
-        .entryType = type,
-        .children = {.packages = std::move(packages)},
-        .items = std::move(items),
-        .folderObserver = observers.CreateFrozenObserver(foundation::storage::vfs::Folder(iri, storage))});
+    return PathEntry::Create(PathEntry::Parts{.iri = iri,
+                                              .descriptor = iri.toString(),
+                                              .entryType = type,
+                                              .children = {.packages = std::move(packages)},
+                                              .items = std::move(items),
+                                              .folderObserver = observers.CreateFrozenObserver(
+                                                  foundation::storage::vfs::Folder(iri, storage))});
 }
 
 class ToolboxCacheTest : public EngineFixture {
@@ -121,10 +121,9 @@ protected:
 TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListing) {
     // Names the two roads must split alike: trailing, leading, doubled and
     // only dots, none, and letters beyond ASCII.
-    for (const char* file : {"a/one.tf", "a/notes.", "a/.hidden", "a/x.y.z", "a/plain", "a/...", "a/..tf",
-                             "a/Grüße.tf", "a/データ.ＴＦ", "a/+pkg/p.tf",
-                             "a/+pkg/+inner/q.tf", "a/@Cls/Cls.tf", "a/@Cls/@Sub/s.tf", "a/@Cls/private/h.tf",
-                             "a/private/secret.tf", "a/resources/icon.txt", "b/two.tf"})
+    for (const char* file : {"a/one.tf", "a/notes.", "a/.hidden", "a/x.y.z", "a/plain", "a/...", "a/..tf", "a/Grüße.tf",
+                             "a/データ.ＴＦ", "a/+pkg/p.tf", "a/+pkg/+inner/q.tf", "a/@Cls/Cls.tf", "a/@Cls/@Sub/s.tf",
+                             "a/@Cls/private/h.tf", "a/private/secret.tf", "a/resources/icon.txt", "b/two.tf"})
         tree.file(std::string("install/toolbox/") + file);
     tree.file("elsewhere/three.tf");
     tree.file("install/toolbox/quoted/say\"hi\".tf");
@@ -173,9 +172,12 @@ TEST_F(ToolboxCacheTest, WrittenEntriesLoadBackAsTheListingGaveThemWithoutAListi
 // usually are, with names of any character a file name may hold.
 TEST_F(ToolboxCacheTest, RandomTreesWrittenLoadBackToTheSameEntries) {
     std::mt19937 random(20261126);
-    const auto pick = [&random](std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random); };
+    const auto pick = [&random](std::size_t count) {
+        return std::uniform_int_distribution<std::size_t>(0, count - 1)(random);
+    };
     const auto randomName = [&] {
-        static const std::string letters[] = {"a", "B", ".", "_", "&", "<", ">", " ", "'", "\xC3\xA9", "\xE2\x82\xAC", "1"};
+        static const std::string letters[] = {"a", "B", ".", "_", "&", "<", ">", " ", "'", "\xC3\xA9", "\xE2\x82\xAC",
+                                              "1"};
         std::string name;
         for (std::size_t i = 0, length = 1 + pick(6); i < length; ++i) name += letters[pick(std::size(letters))];
         return name == "." || name == ".." ? name + "x" : name;
@@ -285,7 +287,8 @@ TEST_F(ToolboxCacheTest, TheWriterWritesOnlyTheLiveMainFoldersBelowItsRoot) {
     const auto entry = factory.GetPathEntry(tree.iri("install/toolbox/a"));
     std::ostringstream out;
     factory.WriteToolboxCache(out, tree.iri("install/toolbox"));
-    EXPECT_EQ(out.str().substr(out.str().find('\n') + 1), " <D name=\"a\">\n  <C name=\"one.tf\"/>\n </D>\n</Thornfell>\n");
+    EXPECT_EQ(out.str().substr(out.str().find('\n') + 1),
+              " <D name=\"a\">\n  <C name=\"one.tf\"/>\n </D>\n</Thornfell>\n");
 
     const CanonicalAbsoluteIRI root(tree.iri(), {});
     const CanonicalAbsoluteIRI folder(root, u"m");
@@ -307,17 +310,16 @@ TEST_F(ToolboxCacheTest, TheFileIsBelievedAndItsContentKindsComeBack) {
     auto& factory = FreshFactory();
     // No such folders on the disk; "@A/@B" is a class of its class by the
     // parent's frame, and a plain-named folder may stand at the top.
-    const std::string file = start +
-                             " <D name=\"m\">\n"
-                             "  <D name=\"m/@A\">\n"
-                             "   <D name=\"m/@A/@B\">\n"
-                             "   </D>\n"
-                             "  </D>\n"
-                             "  <C name=\"c.tf\"/>\n"
-                             "  <N name=\"n.tf\"/>\n"
-                             "  <U name=\"u\"/>\n"
-                             " </D>\n"
-                             "</Thornfell>\n";
+    const std::string file = start + " <D name=\"m\">\n"
+                                     "  <D name=\"m/@A\">\n"
+                                     "   <D name=\"m/@A/@B\">\n"
+                                     "   </D>\n"
+                                     "  </D>\n"
+                                     "  <C name=\"c.tf\"/>\n"
+                                     "  <N name=\"n.tf\"/>\n"
+                                     "  <U name=\"u\"/>\n"
+                                     " </D>\n"
+                                     "</Thornfell>\n";
     Load(file);
     const auto entry = factory.GetPathEntry(tree.iri("install/toolbox/m"));
     const std::string root = tree.root() + "/install/toolbox/m";
@@ -378,7 +380,8 @@ TEST_F(ToolboxCacheTest, AFaultKeepsWhatWasLoadedBeforeItAndTheFactoryUsable) {
     // A nested folder needs a special name. The fault is named where it is,
     // just past the name, as `cache check` names it; whether the folders
     // after it load is not promised.
-    const std::string nested = start + " <D name=\"d\">\n  <D name=\"d/plain\">\n  </D>\n </D>\n <D name=\"e\">\n </D>\n";
+    const std::string nested =
+        start + " <D name=\"d\">\n  <D name=\"d/plain\">\n  </D>\n </D>\n <D name=\"e\">\n </D>\n";
     std::string following;
     for (int i = 0; i < 2000; ++i) following += " <D name=\"f" + std::to_string(i) + "\">\n </D>\n";
     std::istringstream in(nested + following + "</Thornfell>\n");
@@ -426,7 +429,8 @@ public:
     PathEntryPointer GetMonitoredPathEntry(const AbsoluteIRI&, const IFolderMonitor&) const override { return nullptr; }
     PathEntryPointer GetFrozenEntryFor(const PathEntryPointer& entry) const override { return entry; }
     void LoadToolboxCache(std::istream&, const AbsoluteIRI&) override {}
-    void WriteToolboxCache(std::ostream& out, const AbsoluteIRI&, foundation::core::except::Notification*) const override {
+    void WriteToolboxCache(std::ostream& out, const AbsoluteIRI&,
+                           foundation::core::except::Notification*) const override {
         out << "<Thornfell type=\"Path Cache File\"";
         throw std::runtime_error("no space left on device");
     }
@@ -456,7 +460,8 @@ TEST_F(ToolboxCacheTest, ACacheFileIsReplacedWholeOrNotAtAll) {
     const std::string written = Contents(cache);
     EXPECT_NE(written.find(" <D name=\"a\">\n  <C name=\"one.tf\"/>\n </D>\n</Thornfell>\n"), std::string::npos);
 
-    EXPECT_THROW(WriteToolboxPathCache(tree.iri("cache/toolbox.cache"), tree.iri("install/toolbox"), HalfWritingFactory()),
+    EXPECT_THROW(WriteToolboxPathCache(tree.iri("cache/toolbox.cache"), tree.iri("install/toolbox"),
+                                       HalfWritingFactory()),
                  UnableToSaveToolboxCacheException);
     EXPECT_THROW(WriteToolboxPathCache(tree.iri("missing/toolbox.cache"), tree.iri("install/toolbox"), factory),
                  UnableToSaveToolboxCacheException);
@@ -468,5 +473,5 @@ TEST_F(ToolboxCacheTest, ACacheFileIsReplacedWholeOrNotAtAll) {
     EXPECT_THAT(FilesIn(tree.path("cache")), ElementsAre("taken.cache", "toolbox.cache"));
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

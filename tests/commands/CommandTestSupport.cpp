@@ -9,7 +9,7 @@ namespace tfsp::test {
 
 namespace {
 ustring U(const std::string& text) { return fl::i18n::utf8_to_ustring(text); }
-} // namespace
+}  // namespace
 
 InputMaker Chars(const std::string& text) {
     return [text] {
@@ -35,10 +35,18 @@ InputMaker Strings(std::size_t rows, std::size_t columns, std::vector<std::optio
 }
 
 InputMaker Missing() { return Strings(1, 1, {std::nullopt}); }
-InputMaker Null() { return [] { return matrix::unique_array_ptr(); }; }
-InputMaker Empty(matrix::ClassID classID) { return [classID] { return matrix::createEmpty(classID); }; }
-InputMaker Number(double value) { return [value] { return matrix::createScalar(value); }; }
-InputMaker Stamp(std::uint64_t value) { return [value] { return matrix::createScalar(value); }; }
+InputMaker Null() {
+    return [] { return matrix::unique_array_ptr(); };
+}
+InputMaker Empty(matrix::ClassID classID) {
+    return [classID] { return matrix::createEmpty(classID); };
+}
+InputMaker Number(double value) {
+    return [value] { return matrix::createScalar(value); };
+}
+InputMaker Stamp(std::uint64_t value) {
+    return [value] { return matrix::createScalar(value); };
+}
 
 Inputs::Inputs(const std::vector<InputMaker>& makers) {
     for (const auto& make : makers) {
@@ -77,4 +85,4 @@ Raised CallCommand(const std::function<void()>& command) {
     return raised;
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -51,4 +51,4 @@ struct Raised {
 };
 Raised CallCommand(const std::function<void()>& command);
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -45,10 +45,10 @@ TEST_F(HostCommandsTest, DumpPrintsEachEntryAndItsItemsToTheByte) {
     tree.file("lib/@Shape/Shape.tf");
     tree.file("lib/private/hidden.tf");
     ASSERT_TRUE(SetPath({"lib"}).empty());
-    EXPECT_EQ(Dump(), "PathEntry " + Url("lib") + " is up-to-date\n" + Url("lib/top.tf") + "\n" +
-                          "PathEntry " + Url("lib/+pkg") + " is up-to-date\n" + Url("lib/+pkg/inPackage.tf") + "\n" +
-                          "PathEntry " + Url("lib/@Shape") + " is up-to-date\n" + Url("lib/@Shape/Shape.tf") + "\n" +
-                          "PathEntry " + Url("lib/private") + " is up-to-date\n" + Url("lib/private/hidden.tf") + "\n");
+    EXPECT_EQ(Dump(), "PathEntry " + Url("lib") + " is up-to-date\n" + Url("lib/top.tf") + "\n" + "PathEntry " +
+                          Url("lib/+pkg") + " is up-to-date\n" + Url("lib/+pkg/inPackage.tf") + "\n" + "PathEntry " +
+                          Url("lib/@Shape") + " is up-to-date\n" + Url("lib/@Shape/Shape.tf") + "\n" + "PathEntry " +
+                          Url("lib/private") + " is up-to-date\n" + Url("lib/private/hidden.tf") + "\n");
 
     tree.file("lib/later.tf");
     SynchronizeObservers();
@@ -73,9 +73,13 @@ TEST_F(HostCommandsTest, CanonicalizeArgumentTable) {
         {"characters give characters", 1, {Chars("link/sub")}, "", false, "char:" + tree.path("real/sub")},
         {"a string gives a string", 1, {Str("link/sub")}, "", false, "string:" + tree.path("real/sub")},
         {"no output asked for", 0, {Chars("link")}, "", false, "char:" + tree.path("real")},
-        {"names that don't exist are kept", 1, {Chars("link/gone/x.tf")}, "", false,
+        {"names that don't exist are kept",
+         1,
+         {Chars("link/gone/x.tf")},
+         "",
+         false,
          "char:" + tree.path("real/gone/x.tf")},
-        {"an absolute path with ..", 1, {Str(tree.path("link/sub/..") )}, "", false, "string:" + tree.path("real")},
+        {"an absolute path with ..", 1, {Str(tree.path("link/sub/.."))}, "", false, "string:" + tree.path("real")},
         {"too many outputs", 2, {Chars("link")}, "ORVIAN:maxlhs", false, "null"},
         {"too many inputs", 1, {Chars("link"), Chars("link")}, "ORVIAN:maxrhs", false, "null"},
         {"no input", 1, {}, "ORVIAN:minrhs", false, "null"},
@@ -165,5 +169,5 @@ TEST_F(CachePathTest, ArgumentsAndAFileThatCantBeWritten) {
     EXPECT_EQ(raised.arguments, std::vector<ustring>{fl::i18n::utf8_to_ustring(unwritable)});
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

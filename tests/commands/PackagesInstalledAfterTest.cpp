@@ -21,7 +21,8 @@ using foundation::storage::vfs::CanonicalAbsoluteIRI;
 using matrix::ClassID;
 
 CanonicalAbsoluteIRI Folder(const char* path) {
-    return CanonicalAbsoluteIRI(foundation::storage::vfs::toAbsoluteIRI("file", fl::i18n::utf8_to_ustring(path)), ustring());
+    return CanonicalAbsoluteIRI(foundation::storage::vfs::toAbsoluteIRI("file", fl::i18n::utf8_to_ustring(path)),
+                                ustring());
 }
 
 class PackagesInstalledAfterTest : public EngineFixture {
@@ -29,10 +30,11 @@ protected:
     PackagesInstalledAfterTest() { OrvianComponents::ZPMFeature::Set(true); }
 
     void Install(const char* name, std::uint64_t stamp, bool front, bool managed, std::vector<const char*> folders) {
-        registry::PackageDescription package{
-            OrvianComponents::ComponentIdentifier(fl::i18n::utf8_to_ustring(name), OrvianComponents::ComponentVersion("1"),
-                                                  boost::uuids::random_generator()()),
-            Folder(folders.front())};
+        registry::PackageDescription package{OrvianComponents::ComponentIdentifier(fl::i18n::utf8_to_ustring(name),
+                                                                                   OrvianComponents::ComponentVersion(
+                                                                                       "1"),
+                                                                                   boost::uuids::random_generator()()),
+                                             Folder(folders.front())};
         for (std::size_t i = 1; i < folders.size(); ++i) package.pathFolders.push_back(Folder(folders[i]));
         package.managed = managed;
         package.installStamp = stamp;
@@ -109,5 +111,5 @@ TEST_F(PackagesInstalledAfterTest, WithZpmOffNothingElseIsLookedAt) {
     }
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

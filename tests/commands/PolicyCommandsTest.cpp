@@ -81,8 +81,9 @@ TEST_F(PolicyCommandsTest, ChangeHandleWarningArgumentTable) {
         {"a number", 1, {Number(1)}, 1, kMustBeText, false, "null", 1},
         {"a null array", 1, {Null()}, 1, kMustBeText, false, "null", 1},
     };
-    Check(FeatureDirChangeHandleWarn, [] { return Factory().GetChangeHandleWarning(); },
-          [](int v) { Factory().SetChangeHandleWarning(v); }, cases);
+    Check(
+        FeatureDirChangeHandleWarn, [] { return Factory().GetChangeHandleWarning(); },
+        [](int v) { Factory().SetChangeHandleWarning(v); }, cases);
 }
 
 TEST_F(PolicyCommandsTest, RemotePathPolicyArgumentTable) {
@@ -106,8 +107,9 @@ TEST_F(PolicyCommandsTest, RemotePathPolicyArgumentTable) {
         {"a stamp", 1, {Stamp(1)}, 2, kMustBeText, false, "null", 2},
         {"a null array", 1, {Null()}, 2, kMustBeText, false, "null", 2},
     };
-    Check(FeatureRemotePathPolicy, [] { return Factory().GetRemotePathPolicy(); },
-          [](int v) { Factory().SetRemotePathPolicy(v); }, cases);
+    Check(
+        FeatureRemotePathPolicy, [] { return Factory().GetRemotePathPolicy(); },
+        [](int v) { Factory().SetRemotePathPolicy(v); }, cases);
 }
 
 // The host's names for the policies, set through the commands, give the
@@ -160,5 +162,5 @@ TEST_F(PolicyCommandsTest, PoliciesSetByTheCommandsShapeTheObserversMadeAfterwar
     EXPECT_EQ(warnings("f"), 0u);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -32,13 +32,15 @@ protected:
     }
     PathEntryVector HoldersOfCommon(const IPath& path) const {
         PathEntryVector entries;
-        for (const FoundItem& f : path.FindAllInScope(allEntryTypesScope, common, CaseRuleOne)) entries.push_back(f.GetPathEntry());
+        for (const FoundItem& f : path.FindAllInScope(allEntryTypesScope, common, CaseRuleOne))
+            entries.push_back(f.GetPathEntry());
         return entries;
     }
     // The current folder in front of the main path with that folder masked, as
     // the manager composes it without packages.
     ConcatenatedPath CurrentFolderFirst(const PathEntryPointer& current) const {
-        return ConcatenatedPath(MakePath({current}), std::make_shared<MultiMaskedPath>(mainPath, PathEntryVector{current}));
+        return ConcatenatedPath(MakePath({current}),
+                                std::make_shared<MultiMaskedPath>(mainPath, PathEntryVector{current}));
     }
     void SetUp() override {
         // A main entry with a package that holds a class folder.
@@ -123,12 +125,13 @@ TEST_F(CompositeHidingTest, ConcurrentQueriesFromSeveralThreadsAgree) {
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
             for (int i = 0; i < 50; ++i)
-                agreed[t] += HoldersOfCommon(search) == expected && search.IsEntryOnPath(*mains[t]) &&
-                             search.FindFirstInScope(allEntryTypesScope, common, CaseRuleTwo)->GetPathEntry() == mains[5];
+                agreed[t] +=
+                    HoldersOfCommon(search) == expected && search.IsEntryOnPath(*mains[t]) &&
+                    search.FindFirstInScope(allEntryTypesScope, common, CaseRuleTwo)->GetPathEntry() == mains[5];
         });
     for (std::thread& thread : threads) thread.join();
     EXPECT_THAT(agreed, ::testing::Each(50));
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -25,7 +25,8 @@ std::vector<std::string> Describe(const PathEntryVector& entries) {
 }
 std::vector<std::string> Describe(const std::vector<FoundItem>& found) {
     std::vector<std::string> out;
-    for (const FoundItem& f : found) out.push_back(Describe(f.GetPathEntry()) + "|" + Utf8(f.GetPathItem()->FileName()));
+    for (const FoundItem& f : found)
+        out.push_back(Describe(f.GetPathEntry()) + "|" + Utf8(f.GetPathItem()->FileName()));
     return out;
 }
 std::vector<std::string> Describe(const boost::optional<FoundItem>& found) {
@@ -54,11 +55,22 @@ void ExpectSameAnswers(const IPath& path, const IPath& reference, const PathEntr
     EXPECT_EQ(Describe(*path.GetMainEntries()), Describe(*reference.GetMainEntries()));
     EXPECT_SAME(GetMethodEntries());
     for (const SearchScope& scope : kScopes)
-        for (int stopAfter : {-1, 3}) EXPECT_EQ(Describe(Walk(path, scope, stopAfter)), Describe(Walk(reference, scope, stopAfter)));
-    const std::vector<ustring> names = {u"common", u"foo", u"Foo", u"s1", u"s4", u"absent", u"pkg1/common",
-                                        u"+pkg1/common", u"@cls1/foo", u"Util\\s2", u"+pkg1/@cls1/common", u"/common"};
-    const std::vector<ustring> partials = {u"pkg1", u"+pkg1", u"@cls1", u"util", u"Util", u"private", u"+pkg1/@cls1",
-                                           u"cv/lib", u""};
+        for (int stopAfter : {-1, 3})
+            EXPECT_EQ(Describe(Walk(path, scope, stopAfter)), Describe(Walk(reference, scope, stopAfter)));
+    const std::vector<ustring> names = {u"common",
+                                        u"foo",
+                                        u"Foo",
+                                        u"s1",
+                                        u"s4",
+                                        u"absent",
+                                        u"pkg1/common",
+                                        u"+pkg1/common",
+                                        u"@cls1/foo",
+                                        u"Util\\s2",
+                                        u"+pkg1/@cls1/common",
+                                        u"/common"};
+    const std::vector<ustring> partials = {u"pkg1",    u"+pkg1",       u"@cls1",  u"util", u"Util",
+                                           u"private", u"+pkg1/@cls1", u"cv/lib", u""};
     for (FilenameMatchingPolicy policy : kAllPolicies) {
         for (const SearchScope& scope : kScopes) {
             for (const ustring& name : names)
@@ -70,29 +82,36 @@ void ExpectSameAnswers(const IPath& path, const IPath& reference, const PathEntr
                         << Utf8(name) << " policy " << policy;
                     EXPECT_SAME(FindAllInScope(scope, target, policy)) << Utf8(name) << " policy " << policy;
                 }
-            for (const ustring& partial : partials) EXPECT_SAME(GetPartiallyMatchingEntries(scope, partial, policy)) << Utf8(partial);
-            for (const ustring name : {u"cls1", u"CLS1", u"udd1"}) EXPECT_SAME(GetMethodEntriesByName(scope, name, policy));
+            for (const ustring& partial : partials)
+                EXPECT_SAME(GetPartiallyMatchingEntries(scope, partial, policy)) << Utf8(partial);
+            for (const ustring name : {u"cls1", u"CLS1", u"udd1"})
+                EXPECT_SAME(GetMethodEntriesByName(scope, name, policy));
         }
         for (std::size_t i = 0; i < entries.size(); i += 3) {
             const ustring upper = Upper(entries[i]->GetIRI().getPath());
             EXPECT_SAME(GetPartiallyMatchingEntries(allEntryTypesScope, upper, policy));
             const auto iri = foundation::storage::vfs::toAbsoluteIRI(u"file", upper);
-            EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(iri, policy), reference.GetPathEntryFromAbsoluteIRI(iri, policy)) << Utf8(upper);
+            EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(iri, policy), reference.GetPathEntryFromAbsoluteIRI(iri, policy))
+                << Utf8(upper);
         }
     }
 #undef EXPECT_SAME
     std::mt19937_64 random(11);
     for (const PathEntryPointer& entry : entries) {
         const std::string where = Utf8(entry->GetIRI().getPath());
-        EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(entry->GetIRI()), reference.GetPathEntryFromAbsoluteIRI(entry->GetIRI())) << where;
+        EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(entry->GetIRI()),
+                  reference.GetPathEntryFromAbsoluteIRI(entry->GetIRI()))
+            << where;
         for (FilenameMatchingPolicy policy : kAllPolicies)
             EXPECT_EQ(path.GetPathEntryFromAbsoluteIRI(entry->GetIRI(), policy),
-                      reference.GetPathEntryFromAbsoluteIRI(entry->GetIRI(), policy)) << where;
+                      reference.GetPathEntryFromAbsoluteIRI(entry->GetIRI(), policy))
+                << where;
         EXPECT_EQ(path.IsEntryOnPath(*entry), reference.IsEntryOnPath(*entry)) << where;
         EXPECT_EQ(path.GetMainEntryForEntry(*entry), reference.GetMainEntryForEntry(*entry)) << where;
         EXPECT_EQ(path.GetParentEntryForEntry(*entry), reference.GetParentEntryForEntry(*entry)) << where;
         const IPathEntry& other = *entries[random() % entries.size()];
-        EXPECT_EQ(path.FirstEntryIsBeforeSecondOnPath(*entry, other), reference.FirstEntryIsBeforeSecondOnPath(*entry, other))
+        EXPECT_EQ(path.FirstEntryIsBeforeSecondOnPath(*entry, other),
+                  reference.FirstEntryIsBeforeSecondOnPath(*entry, other))
             << where << " vs " << Utf8(other.GetIRI().getPath());
     }
 }
@@ -104,7 +123,9 @@ protected:
         for (std::size_t index : indices) entries.push_back(mains[index]);
         return entries;
     }
-    PathEntryVector Range(std::size_t begin, std::size_t end) const { return {mains.begin() + begin, mains.begin() + end}; }
+    PathEntryVector Range(std::size_t begin, std::size_t end) const {
+        return {mains.begin() + begin, mains.begin() + end};
+    }
     static PathEntryVector Without(PathEntryVector entries, const PathEntryVector& left) {
         std::erase_if(entries, [&](const PathEntryPointer& e) { return std::ranges::count(left, e) != 0; });
         return entries;
@@ -113,14 +134,19 @@ protected:
         a.insert(a.end(), b.begin(), b.end());
         return a;
     }
-    void ExpectFlat(const IPath& path, const PathEntryVector& shown) const { ExpectSameAnswers(path, *MakePath(shown), all); }
+    void ExpectFlat(const IPath& path, const PathEntryVector& shown) const {
+        ExpectSameAnswers(path, *MakePath(shown), all);
+    }
 
     CompositeTree tree{48};
     const PathEntryVector& mains = tree.mains;  // 26: the last two are "cv/Lib", "cv/lib"
     const PathEntryVector all = [this] {
         PathEntryVector entries;
         for (const PathEntryPointer& main : mains)
-            main->ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& e) { entries.push_back(e); return false; });
+            main->ForEachEntry(allEntryTypesScope, [&](const PathEntryPointer& e) {
+                entries.push_back(e);
+                return false;
+            });
         return entries;
     }();
     const std::shared_ptr<const IPath> mainPath = MakePath(mains);
@@ -167,5 +193,5 @@ TEST_F(CompositeReferenceTest, EmptyCompositesAnswerNothing) {
     ExpectFlat(MultiMaskedPath(mainPath, mains), {});
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -34,4 +34,4 @@ inline PathEntryPointer AnotherObject(const PathEntryPointer& entry) {
     return GetPathEntryFactory().GetPathEntry(entry->GetIRI());
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -33,7 +33,9 @@ protected:
         for (const PathEntryPointer& entry : *list) names += Utf8(entry->GetDescriptor());
         return names;
     }
-    void Compare(const PathEntryVector& before, const PathEntryVector& after) { differences.Compare(before, after, CompareByFolder); }
+    void Compare(const PathEntryVector& before, const PathEntryVector& after) {
+        differences.Compare(before, after, CompareByFolder);
+    }
 
     std::map<std::string, PathEntryPointer> entries;
     PathEntryVectorDifferentiator differences;
@@ -56,8 +58,9 @@ TEST_F(DifferentiatorTest, AddedAndRemovedFoldersMoveNothing) {
 TEST_F(DifferentiatorTest, ReorderedAreTheFoldersOutsideTheLongestRunInOrder) {
     // The current folder moved to the front; of two equal runs, the one moved
     // forward is reported.
-    for (const auto& [before, after, moved] : std::vector<std::array<std::string, 3>>{
-             {"abcdefgh", "fabcdegh", "f"}, {"abcdef", "bcdefa", "a"}, {"ab", "ba", "b"}}) {
+    for (const auto& [before, after, moved] : std::vector<std::array<std::string, 3>>{{"abcdefgh", "fabcdegh", "f"},
+                                                                                      {"abcdef", "bcdefa", "a"},
+                                                                                      {"ab", "ba", "b"}}) {
         Compare(List(before), List(after));
         EXPECT_EQ(Names(differences.GetReordered()), moved) << before << "->" << after;
     }
@@ -97,5 +100,5 @@ TEST(DifferentiatorDeathTest, AnUnknownFilterEndsTheProgram) {
                  "Unrecognized ComparisonFilter passed to PathEntryVectorDifferentiator::Compare");
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -124,12 +124,12 @@ private:
 std::shared_ptr<const IPathEntry> MakeEntry(const TempTree& tree, const std::string& relative, PathEntryType type,
                                             std::shared_ptr<std::atomic<bool>> changed, bool coversChildren,
                                             PathEntryPointer resources = nullptr) {
-    return std::make_shared<PathEntry>(PathEntry::Parts{
-        .iri = CanonicalAbsoluteIRI(tree.iri(relative), ustring()),
-        .descriptor = tree.upath(relative),
-        .entryType = type,
-        .children = {.resourcesEntry = std::move(resources)},
-        .folderObserver = std::make_unique<FakeObserver>(std::move(changed), coversChildren)});
+    return std::make_shared<PathEntry>(
+        PathEntry::Parts{.iri = CanonicalAbsoluteIRI(tree.iri(relative), ustring()),
+                         .descriptor = tree.upath(relative),
+                         .entryType = type,
+                         .children = {.resourcesEntry = std::move(resources)},
+                         .folderObserver = std::make_unique<FakeObserver>(std::move(changed), coversChildren)});
 }
 
 TEST_F(EntryFactoryTest, OutOfDateFollowsWhatTheObserversCover) {
@@ -148,12 +148,11 @@ TEST_F(EntryFactoryTest, DestructionIsAnnouncedOnTheEntrysBus) {
     tree.file("f/a.tf");
     auto bus = ovutil::eventmgr::createLocalEventMgr(boost::none);
     std::vector<std::string> destroyed;
-    auto connection = bus->subscribe(PathEntryWillBeDestroyedEvent::TypeName(),
-                                     [&](const foundation::msg_svc::eventmgr::BaseEvent& event) {
-                                         destroyed.push_back(Utf8(static_cast<const PathEntryWillBeDestroyedEvent&>(event)
-                                                                      .GetCanonicalAbsoluteIRI()
-                                                                      .getName()));
-                                     });
+    auto connection = bus->subscribe(
+        PathEntryWillBeDestroyedEvent::TypeName(), [&](const foundation::msg_svc::eventmgr::BaseEvent& event) {
+            destroyed.push_back(
+                Utf8(static_cast<const PathEntryWillBeDestroyedEvent&>(event).GetCanonicalAbsoluteIRI().getName()));
+        });
     tree.file("f/+p/b.tf");
     GetPathEntryFactory().GetPathEntry(tree.iri("f"));
     // The parent first, then the child whose last share went with it.
@@ -220,5 +219,5 @@ TEST_F(EntryFactoryDeathTest, ImpossibleEntryTypesAreFatal) {
                  "Received unexpected PathEntry Type");
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -33,12 +33,12 @@ TEST_F(EntryStructureTest, SpecialSubfoldersBecomeChildrenOfTheirKind) {
     tree.file("main/@Cls/@Sub/u.tf");
     tree.file("main/@Cls/@Sub/@TooDeep/x.tf");  // a UDD class holds only private
     tree.file("main/@Cls/@Sub/private/up.tf");
-    tree.file("main/@Cls/+notHere/x.tf");        // a class holds no packages
+    tree.file("main/@Cls/+notHere/x.tf");  // a class holds no packages
     tree.file("main/private/h.tf");
     tree.file("main/private/private/hidden.tf");  // private folders aren't read
     tree.file("main/resources/r.txt");
-    tree.file("main/plain/ignored.tf");          // a plain subfolder is nobody's child
-    tree.file("main/+1bad/x.tf");                // not a valid identifier after "+"
+    tree.file("main/plain/ignored.tf");  // a plain subfolder is nobody's child
+    tree.file("main/+1bad/x.tf");        // not a valid identifier after "+"
     tree.file("main/@/x.tf");
 
     const auto main = Entry("main");
@@ -102,7 +102,8 @@ TEST_F(EntryStructureTest, FileNamesSplitAtTheLastDot) {
 }
 
 TEST_F(EntryStructureTest, ItemsAreSortedSoThatCaseVariantsStandTogether) {
-    for (const char* name : {"b.tf", "abc.two", "B.tf", "ABC.one", "Abc.tf", "a.tf"}) tree.file(std::string("f/") + name);
+    for (const char* name : {"b.tf", "abc.two", "B.tf", "ABC.one", "Abc.tf", "a.tf"})
+        tree.file(std::string("f/") + name);
     const auto entry = Entry("f");
     EXPECT_THAT(FileNames(*entry), ElementsAre("a.tf", "ABC.one", "Abc.tf", "abc.two", "B.tf", "b.tf"));
 }
@@ -111,9 +112,9 @@ TEST_F(EntryStructureTest, ItemsAreSortedWhereNamesShareALongPrefix) {
     // Names that run out early, that differ only far into the name, that
     // differ only in case, and that leave ASCII, across and past the
     // surrogates, after a prefix that all of them share.
-    for (const char* name : {"prefix_\xEF\xBC\xA1.tf", "prefix_abcdeZ.tf", "prefix_b.m", "prefix_\xF0\x9F\x98\x80.tf",
-                             "prefix_abcd.tf", "PREFIX_B.tf", "prefix_.tf", "prefix_abcdea.tf", "prefix_\xC3\xA9.tf",
-                             "prefix_a.tf"})
+    for (const char* name :
+         {"prefix_\xEF\xBC\xA1.tf", "prefix_abcdeZ.tf", "prefix_b.m", "prefix_\xF0\x9F\x98\x80.tf", "prefix_abcd.tf",
+          "PREFIX_B.tf", "prefix_.tf", "prefix_abcdea.tf", "prefix_\xC3\xA9.tf", "prefix_a.tf"})
         tree.file(std::string("f/") + name);
     EXPECT_THAT(FileNames(*Entry("f")),
                 ElementsAre("prefix_.tf", "prefix_a.tf", "prefix_abcd.tf", "prefix_abcdea.tf", "prefix_abcdeZ.tf",
@@ -125,8 +126,8 @@ TEST_F(EntryStructureTest, ItemsOfManyLikeNamesComeInTheOrderOfAComparisonSort) 
     // Stems drawn from few letters, in both cases and outside ASCII, so that
     // many agree far into the name or fold alike, and extensions that tell
     // apart what the stems don't.
-    const std::vector<std::string> letters = {"a", "A", "b", "_", "0", "\xC3\xA9", "\xC3\x89", "\xE6\x97\xA5",
-                                              "\xF0\x9F\x98\x80"};
+    const std::vector<std::string> letters = {
+        "a", "A", "b", "_", "0", "\xC3\xA9", "\xC3\x89", "\xE6\x97\xA5", "\xF0\x9F\x98\x80"};
     const std::vector<std::string> extensions = {".tf", ".TF", ".tfc", ""};
     std::mt19937 random(7);
     std::set<std::string> names;
@@ -207,12 +208,13 @@ public:
 
 TEST_F(EntryStructureTest, ChildWalkTakesEachChildOnceInKindOrderAndStopsWhenAsked) {
     // Every kind, two of one.
-    const auto entry = MemoryEntry(tree, "m", Main,
-                                   {.packages = {MemoryEntry(tree, "m/+p", Package), MemoryEntry(tree, "m/+q", Package)},
-                                    .methods = {MemoryEntry(tree, "m/@C", Method)},
-                                    .uddClasses = {MemoryEntry(tree, "m/@C/@U", UDDClass)},
-                                    .privateEntry = MemoryEntry(tree, "m/private", Private),
-                                    .resourcesEntry = MemoryEntry(tree, "m/resources", Resources)});
+    const auto entry =
+        MemoryEntry(tree, "m", Main,
+                    {.packages = {MemoryEntry(tree, "m/+p", Package), MemoryEntry(tree, "m/+q", Package)},
+                     .methods = {MemoryEntry(tree, "m/@C", Method)},
+                     .uddClasses = {MemoryEntry(tree, "m/@C/@U", UDDClass)},
+                     .privateEntry = MemoryEntry(tree, "m/private", Private),
+                     .resourcesEntry = MemoryEntry(tree, "m/resources", Resources)});
     using Visit = std::pair<std::string, PathEntryType>;
     std::vector<Visit> seen;
     const auto record = [&](const PathEntryPointer& child, PathEntryType kind) {
@@ -250,5 +252,5 @@ TEST_F(EntryStructureTest, ChildWalkLeavesOutAnEntryThatIsItsOwnPrivateEntry) {
     EXPECT_THAT(kinds, ElementsAre(Resources));
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -34,4 +34,4 @@ inline detail::SearchTarget Target(const char16_t* name, std::vector<ustring> ex
     return detail::SearchTarget(name, extensions);
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -34,7 +34,8 @@ TEST_F(FindTest, ExtensionOrderOutranksItemOrder) {
     EXPECT_THAT(Names(entry->FindAll(Target(u"abc", {u".two", u".one"}), CaseRuleTwo)),
                 ElementsAre("abc.two", "ABC.one"));
     // An item is listed once for each extension that matches it.
-    EXPECT_THAT(Names(entry->FindAll(Target(u"abc", {u".one", u".ONE"}), CaseRuleTwo)), ElementsAre("ABC.one", "ABC.one"));
+    EXPECT_THAT(Names(entry->FindAll(Target(u"abc", {u".one", u".ONE"}), CaseRuleTwo)),
+                ElementsAre("ABC.one", "ABC.one"));
 }
 
 TEST_F(FindTest, ExactRulesDontFoldCase) {
@@ -78,7 +79,10 @@ TEST_F(FindTest, AMatcherKeepsItsEntryAlive) {
     tree.file("f/abc.tf");
     const std::pair<const char*, std::function<PathEntryPointer()>> makers[] = {
         {"listed", [&] { return GetPathEntryFactory().GetPathEntry(tree.iri("f")); }},
-        {"unreadable", [&] { return std::make_shared<const InaccessibleFolderPathEntry>(Main, CanonicalAbsoluteIRI(tree.iri("f"), u""), u"f"); }}};
+        {"unreadable", [&] {
+             return std::make_shared<const InaccessibleFolderPathEntry>(Main, CanonicalAbsoluteIRI(tree.iri("f"), u""),
+                                                                        u"f");
+         }}};
     for (const auto& [kind, make] : makers) {
         PathEntryPointer entry = make();
         const std::weak_ptr<const IPathEntry> watch = entry;
@@ -97,10 +101,12 @@ TEST_F(FindDeathTest, ABadPolicyIsFatalEvenInAnEmptyFolder) {
     tree.folder("empty");
     const auto entry = GetPathEntryFactory().GetPathEntry(tree.iri("empty"));
     const auto bad = static_cast<FilenameMatchingPolicy>(7);
-    EXPECT_DEATH(entry->FindFirst(Target(u"x", {u".tf"}), bad), "Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
-    EXPECT_DEATH(entry->FindAll(Target(u"x", {u".tf"}), bad), "Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
+    EXPECT_DEATH(entry->FindFirst(Target(u"x", {u".tf"}), bad),
+                 "Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
+    EXPECT_DEATH(entry->FindAll(Target(u"x", {u".tf"}), bad),
+                 "Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
     EXPECT_DEATH(entry->CreateFilenameMatcher(bad), "Unrecognized FilenameMatchingPolicy passed to GetFilenameMatcher");
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

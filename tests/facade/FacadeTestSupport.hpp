@@ -39,4 +39,4 @@ struct TwoFolders {
     TempTree tree{"tfsp-facade"};
 };
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -21,10 +21,10 @@ using Found = std::optional<path>;
 TEST(FacadeFind, FollowsTheRuleForBareNamesAndReachesTheRestByPartialOrDottedNames) {
     TempTree tree("tfsp-facade");
     const path a = tree.folder("a"), b = tree.folder("b");
-    tree.file("a/Shape.tf");          // a plain function first on the path...
-    tree.file("b/@Shape/Shape.tf");   // ...loses to a class constructor later on it
-    tree.file("b/@Shape/area.tf");    // a method
-    tree.file("a/+geo/dist.tf");      // a package function
+    tree.file("a/Shape.tf");         // a plain function first on the path...
+    tree.file("b/@Shape/Shape.tf");  // ...loses to a class constructor later on it
+    tree.file("b/@Shape/area.tf");   // a method
+    tree.file("a/+geo/dist.tf");     // a package function
     tree.file("a/+geo/+flat/dot.tf");
     tree.file("a/+geo/@Inner/Inner.tf");  // a class inside a package
     tree.file("a/private/secret.tf");
@@ -58,7 +58,8 @@ TEST(FacadeFind, FollowsTheRuleForBareNamesAndReachesTheRestByPartialOrDottedNam
     EXPECT_EQ(searchPath.Find("geo.flat"), std::nullopt);
 
     // Find borrows its hit from the snapshot, FindAll takes shares: one rule.
-    for (const char* name : {"Shape", "both", "area", "secret", "@Shape/area", "+geo/dist", "geo.flat.dot", "geo.1dist"}) {
+    for (const char* name :
+         {"Shape", "both", "area", "secret", "@Shape/area", "+geo/dist", "geo.flat.dot", "geo.1dist"}) {
         const auto all = searchPath.FindAll(name);
         EXPECT_EQ(searchPath.Find(name), all.empty() ? std::nullopt : Found(all.front())) << name;
     }
@@ -97,8 +98,8 @@ TEST(FacadeInput, LeavesOutFoldersThatCantStandOnThePathAndKeepsTheOthers) {
     folders.tree.file("first/+pkg/f.tf");
     const path missing = folders.tree.path("no-such-folder");
     SearchPath searchPath;
-    const std::vector<std::string> messages =
-        searchPath.SetFolders(std::vector<path>{folders.first(), missing, "", folders.first() / "+pkg", folders.second()});
+    const std::vector<std::string> messages = searchPath.SetFolders(
+        std::vector<path>{folders.first(), missing, "", folders.first() / "+pkg", folders.second()});
 
     ASSERT_EQ(messages.size(), 3u);
     EXPECT_THAT(messages[0], HasSubstr("empty folder"));
@@ -219,5 +220,5 @@ TEST(FacadeMove, AMovedFromSearchPathRefusesAndTheMovedToOneKeepsThePath) {
     EXPECT_THAT(other.Folders(), ElementsAre(folders.first(), folders.second()));
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -201,5 +201,5 @@ TEST(FacadeCallbacks, ACallbackMayEndItsSearchPath) {
     EXPECT_FALSE(searchPath);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -11,10 +11,10 @@ namespace {
 
 namespace ids = Thornfell::PathManagement::MessageIds;
 
+using resource_core::BaseMsgID;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
-using resource_core::BaseMsgID;
 
 class AlterationTest : public ManagerFixture {
 protected:
@@ -63,16 +63,16 @@ TEST_F(AlterationTest, StorageFailuresThatRootCantGetRoundAreMessages) {
     const std::vector<foundation::storage::vfs::AbsoluteIRI> given{tree.iri("a"), tree.iri("loop"), tree.iri(tooLong),
                                                                    tree.iri("b")};
     Manager().SetPathFolders(FolderRange(given), notification);
-    EXPECT_THAT(Messages(notification),
-                ElementsAre(Message(ids::mpath::nameNonexistentOrNotADirectory, "loop"),
-                            Message(ids::mpath::invalidLocation, tooLong)));
+    EXPECT_THAT(Messages(notification), ElementsAre(Message(ids::mpath::nameNonexistentOrNotADirectory, "loop"),
+                                                    Message(ids::mpath::invalidLocation, tooLong)));
     EXPECT_THAT(MainFolders(), ElementsAre("a", "b"));
 
     // A folder that vanished after its name was made canonical.
     tree.folder("gone");
     const auto gone = Canonical("gone");
     tree.remove("gone");
-    EXPECT_THAT(Messages(SetPath({"gone", "a"})), ElementsAre(Message(ids::mpath::nameNonexistentOrNotADirectory, "gone")));
+    EXPECT_THAT(Messages(SetPath({"gone", "a"})),
+                ElementsAre(Message(ids::mpath::nameNonexistentOrNotADirectory, "gone")));
     EXPECT_THAT(MainFolders(), ElementsAre("a"));
 
     // One that can't be read while it stands on the path keeps its entry, silently.
@@ -177,8 +177,8 @@ TEST_F(AlterationTest, FixedEntriesRefuseAdditionsAndRemovalsUntilTheHandlesGo) 
     EXPECT_FALSE(refuses({"a"}));
 
     // Each handle puts back what it remembers, in whatever order they go.
-    auto first = Manager().PushMutabilityPolicy(PathEntriesFixed);    // remembers mutable
-    auto second = Manager().PushMutabilityPolicy(PathFullyMutable);   // remembers fixed
+    auto first = Manager().PushMutabilityPolicy(PathEntriesFixed);   // remembers mutable
+    auto second = Manager().PushMutabilityPolicy(PathFullyMutable);  // remembers fixed
     first.reset();
     EXPECT_FALSE(refuses({"a", "b"}));
     second.reset();
@@ -253,5 +253,5 @@ TEST_F(AlterationTest, MementosRoundTrip) {
     EXPECT_EQ(Manager().GetPathFolders(), memento->pathFolders);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -35,14 +35,14 @@ TEST_F(AtomicUnitTest, WarnsOfEachKindOfTear) {
         std::vector<std::string> warnings;
     };
     const Step steps[] = {
-        {{"plain", "n"}, {"AddedEntries:\n\tn"}},                         // one folder of two
-        {{}, {}},                                                        // all of it gone: whole again
-        {{"n", "n/x", "plain"}, {}},                                      // together, in order
-        {{"n/x", "n", "plain"}, {"ReorderedEntries:\n\tn"}},              // order turned
-        {{"n", "n/x", "plain", "q", "r"}, {}},                            // the run again
-        {{"n", "plain", "q", "r", "n/x"}, {"ReorderedEntries:\n\tn"}},    // strangers between
-        {{"n", "plain"}, {"RemovedEntries:\n\tn"}},                       // something left behind
-        {{"plain", "n", "n/x", "m", "m/y"}, {}},                          // the managed package takes no part
+        {{"plain", "n"}, {"AddedEntries:\n\tn"}},                       // one folder of two
+        {{}, {}},                                                       // all of it gone: whole again
+        {{"n", "n/x", "plain"}, {}},                                    // together, in order
+        {{"n/x", "n", "plain"}, {"ReorderedEntries:\n\tn"}},            // order turned
+        {{"n", "n/x", "plain", "q", "r"}, {}},                          // the run again
+        {{"n", "plain", "q", "r", "n/x"}, {"ReorderedEntries:\n\tn"}},  // strangers between
+        {{"n", "plain"}, {"RemovedEntries:\n\tn"}},                     // something left behind
+        {{"plain", "n", "n/x", "m", "m/y"}, {}},                        // the managed package takes no part
         {{"plain"}, {}},
     };
     for (const auto& step : steps) EXPECT_THAT(WarningsOf(step.path), ElementsAreArray(step.warnings));
@@ -59,5 +59,5 @@ TEST_F(AtomicUnitTest, AddedAndRemovedInOneAlterationWarnOfBothAndNameAPackageOn
     EXPECT_THAT(WarningsOf({"n", "k", "plain", "k/z"}), IsEmpty()) << "no differences, no warning";
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -57,7 +57,8 @@ TEST_F(CanonicalFilePathTest, AFileWhoseFolderIsOnTheSearchPathComesBackAsItIs) 
 TEST_F(CanonicalFilePathTest, TheRootHasNoParentAndIsAMainFolder) {
     using foundation::storage::vfs::toAbsoluteIRI;
     EXPECT_THROW(PathManagerCanonicalFilePath(toAbsoluteIRI("file", u"/")), NoParentIRIException);
-    EXPECT_EQ(fl::i18n::ustring_to_utf8(PathManagerCanonicalFilePath(toAbsoluteIRI("file", u"/f.tf")).getPath()), "/f.tf");
+    EXPECT_EQ(fl::i18n::ustring_to_utf8(PathManagerCanonicalFilePath(toAbsoluteIRI("file", u"/f.tf")).getPath()),
+              "/f.tf");
 }
 
 // The storage failures a folder of an alteration may meet each become their
@@ -94,5 +95,5 @@ TEST_F(CanonicalFilePathTest, StorageFailuresBecomeMessagesAndOthersGoOn) {
     EXPECT_THROW(reported([] { throw std::runtime_error("not storage"); }), std::runtime_error);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -137,5 +137,5 @@ TEST_F(CompositionTest, TheDestructorAnnouncesItself) {
     EXPECT_EQ(announced, 1);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

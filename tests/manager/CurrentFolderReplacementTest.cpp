@@ -60,7 +60,8 @@ class WatchingFactory final : public ICurrentFolderPathManagerFactory {
 public:
     WatchingFactory(std::unique_ptr<ICurrentFolderPathManagerFactory> real, std::shared_ptr<ReportWatch> watch)
         : real(std::move(real)), watch(std::move(watch)) {}
-    std::unique_ptr<ICurrentFolderPathManager> CreateCurrentFolderPathManager(CurrentFolderPolicy policy) const override {
+    std::unique_ptr<ICurrentFolderPathManager> CreateCurrentFolderPathManager(
+        CurrentFolderPolicy policy) const override {
         return std::make_unique<WatchedManager>(real->CreateCurrentFolderPathManager(policy), watch);
     }
 
@@ -77,10 +78,10 @@ protected:
         auto events = foundation::msg_svc::eventmgr::getEngineEventMgr();
         auto real = std::make_unique<CurrentFolderPathManagerFactory>(events, registry, GetPathEntryFactory(),
                                                                       GetCurrentPathFactory(), monitor);
-        manager = std::make_unique<MainSearchPathManager>(
-            events, registry, GetPathEntryFactory(), GetCurrentPathFactory(),
-            std::make_unique<WatchingFactory>(std::move(real), watch), FollowCurrentFolder, monitor,
-            MainSearchPathManager::Off);
+        manager =
+            std::make_unique<MainSearchPathManager>(events, registry, GetPathEntryFactory(), GetCurrentPathFactory(),
+                                                    std::make_unique<WatchingFactory>(std::move(real), watch),
+                                                    FollowCurrentFolder, monitor, MainSearchPathManager::Off);
         SetPath({"a"});
     }
     // The manager refers to the monitor: it goes first.
@@ -159,5 +160,5 @@ TEST_F(CurrentFolderReplacementTest, OnARegistryChange) {
     EXPECT_THAT(Folders(*Manager().GetSearchPath()), ElementsAre("a"));
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

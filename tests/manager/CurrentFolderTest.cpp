@@ -23,13 +23,12 @@ protected:
         tree.file("other/b.tf");
     }
     std::unique_ptr<CurrentFolderPathManager> Make(const std::string& folder) {
-        auto made = std::make_unique<CurrentFolderPathManager>(
-            foundation::msg_svc::eventmgr::getEngineEventMgr(), registry, GetPathEntryFactory(), GetCurrentPathFactory(),
-            Monitor(), Canonical(folder));
+        auto made = std::make_unique<CurrentFolderPathManager>(foundation::msg_svc::eventmgr::getEngineEventMgr(),
+                                                               registry, GetPathEntryFactory(), GetCurrentPathFactory(),
+                                                               Monitor(), Canonical(folder));
         made->ConnectCurrentFolderChangedHandler(
-            [this](const std::shared_ptr<const IPath>& oldPath, const std::optional<OrvianComponents::ComponentIdentifier>&) {
-                signalled.push_back(oldPath);
-            });
+            [this](const std::shared_ptr<const IPath>& oldPath,
+                   const std::optional<OrvianComponents::ComponentIdentifier>&) { signalled.push_back(oldPath); });
         return made;
     }
     IFolderMonitor& Monitor() {
@@ -71,7 +70,8 @@ TEST_F(CurrentFolderTest, PackageAndClassFoldersGiveAnEmptyPath) {
     for (const char* folder : {"plain/+pkg", "plain/@Cls"}) {
         const auto current = Make(folder);
         EXPECT_THAT(*current->GetCurrentFolderPath()->GetMainEntries(), IsEmpty()) << folder;
-        const auto mainPath = GetCurrentPathFactory().CreatePath({GetPathEntryFactory().GetPathEntry(tree.iri("plain"))});
+        const auto mainPath =
+            GetCurrentPathFactory().CreatePath({GetPathEntryFactory().GetPathEntry(tree.iri("plain"))});
         EXPECT_EQ(current->GetCurrentFolderPathForMainPath(*mainPath), current->GetCurrentFolderPath());
     }
 }
@@ -153,5 +153,5 @@ TEST_F(CurrentFolderTest, RefreshReplacesOnlyAnOutOfDateFolder) {
     EXPECT_NE(came.front(), old);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -137,5 +137,5 @@ TEST_F(EntriesBuiltAheadTest, WithPackagesPlainFoldersGiveWhatTheSerialRoadGives
     ExpectSameRoads(false);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

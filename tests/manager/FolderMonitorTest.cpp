@@ -29,7 +29,8 @@ protected:
 TEST_F(FolderMonitorTest, PackagesOutrankTheInstallRootAndFollowTheirOwnWish) {
     auto monitor = Monitor();
     EXPECT_EQ(monitor.GetFolderMonitoringState(Canonical("install/pkg")), Frozen);
-    OrvianComponents::ComponentIdentifier id(u"pkg", OrvianComponents::ComponentVersion("1"), boost::uuids::random_generator()());
+    OrvianComponents::ComponentIdentifier id(u"pkg", OrvianComponents::ComponentVersion("1"),
+                                             boost::uuids::random_generator()());
     Thornfell::PackageRegistry::PackageDescription package{id, Canonical("install/pkg")};
     package.wantsFolderMonitoring = true;
     auto& registrar = Thornfell::PackageRegistry::GetPackageRegistrarForUpdate();
@@ -93,5 +94,5 @@ TEST_F(FolderMonitorTest, CreationPutsTheMonitorInPlaceAndSetFolderMonitorReplac
     EXPECT_EQ(monitor.GetFolderMonitoringState(Canonical("user")), Monitored);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

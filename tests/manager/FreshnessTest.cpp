@@ -185,12 +185,10 @@ TEST_F(FreshnessTest, NamesThatAreNotUtf8AreFoundByWhatTheyAreAndOpenByTheNameRe
         ustring units;
     };
     const Name names[] = {
-        {"x\xff", u"x\xDCFF"},
-        {"caf\xc3\xa9\xff", u"caf\u00e9\xDCFF"},
-        {"\x80\xfe", u"\xDC80\xDCFE"},
-        {"b\xc3z", u"b\xDCC3z"},  // a sequence cut short
-        {"a\xfe", u"a\xDCFE"},    // these two differ only in a byte that
-        {"a\xff", u"a\xDCFF"},    // isn't text: two names, two files
+        {"x\xff", u"x\xDCFF"},         {"caf\xc3\xa9\xff", u"caf\u00e9\xDCFF"},
+        {"\x80\xfe", u"\xDC80\xDCFE"}, {"b\xc3z", u"b\xDCC3z"},  // a sequence cut short
+        {"a\xfe", u"a\xDCFE"},                                   // these two differ only in a byte that
+        {"a\xff", u"a\xDCFF"},                                   // isn't text: two names, two files
         {"caf\xc3\xa9", u"caf\u00e9"},
     };
     for (const Name& name : names) tree.file("n/" + name.bytes + ".tf", name.bytes);
@@ -198,8 +196,9 @@ TEST_F(FreshnessTest, NamesThatAreNotUtf8AreFoundByWhatTheyAreAndOpenByTheNameRe
     EXPECT_EQ(Manager().GetMainPath()->GetMainEntries()->front()->GetPathItems()->size(), std::size(names));
     for (const Name& name : names) {
         SCOPED_TRACE(::testing::PrintToString(name.bytes));
-        const auto found = Manager().GetSearchPath()->FindFirstInScope(
-            allEntryTypesScope, detail::SearchTarget(name.units, {u".tf"}), CaseRuleOne);
+        const auto found =
+            Manager().GetSearchPath()->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(name.units, {u".tf"}),
+                                                        CaseRuleOne);
         EXPECT_TRUE(found.has_value());
         if (!found) continue;
         EXPECT_EQ(found->GetPathItem()->FileName(), name.units + u".tf");
@@ -224,5 +223,5 @@ TEST_F(FreshnessTest, AFolderWhoseNameIsNotUtf8StandsOnThePathAndIsWatched) {
     EXPECT_EQ(FoundFirst("h"), folder + "/h.tf");
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

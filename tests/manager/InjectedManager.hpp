@@ -31,16 +31,22 @@ class RecordingEntryFactory final : public IPathEntryFactory {
 public:
     using AbsoluteIRI = foundation::storage::vfs::AbsoluteIRI;
 
-    PathEntryPointer GetPathEntry(const CanonicalAbsoluteIRI& folder) const override { return real.GetPathEntry(folder); }
+    PathEntryPointer GetPathEntry(const CanonicalAbsoluteIRI& folder) const override {
+        return real.GetPathEntry(folder);
+    }
     PathEntryPointer GetPathEntry(const AbsoluteIRI& folder) const override { return real.GetPathEntry(folder); }
     PathEntryPointer GetFrozenPathEntry(const CanonicalAbsoluteIRI& folder) const override {
         return real.GetFrozenPathEntry(folder);
     }
-    PathEntryPointer GetFrozenPathEntry(const AbsoluteIRI& folder) const override { return real.GetFrozenPathEntry(folder); }
-    PathEntryPointer CreateUpdatedPathEntry(const CanonicalAbsoluteIRI& folder, const IFolderMonitor& monitor) const override {
+    PathEntryPointer GetFrozenPathEntry(const AbsoluteIRI& folder) const override {
+        return real.GetFrozenPathEntry(folder);
+    }
+    PathEntryPointer CreateUpdatedPathEntry(const CanonicalAbsoluteIRI& folder,
+                                            const IFolderMonitor& monitor) const override {
         {
             std::lock_guard lock(mutex);  // a refresh reads folders on the pool
-            warningsWhileReading[fl::i18n::ustring_to_utf8(folder.getName())].insert(Observers().GetChangeHandleWarning());
+            warningsWhileReading[fl::i18n::ustring_to_utf8(folder.getName())].insert(
+                Observers().GetChangeHandleWarning());
         }
         if (vanishing.count(folder.getPath())) NotFound(folder);
         return real.CreateUpdatedPathEntry(folder, monitor);
@@ -48,7 +54,9 @@ public:
     PathEntryPointer GetMonitoredPathEntry(const AbsoluteIRI& folder, const IFolderMonitor& monitor) const override {
         return real.GetMonitoredPathEntry(folder, monitor);
     }
-    PathEntryPointer GetFrozenEntryFor(const PathEntryPointer& entry) const override { return real.GetFrozenEntryFor(entry); }
+    PathEntryPointer GetFrozenEntryFor(const PathEntryPointer& entry) const override {
+        return real.GetFrozenEntryFor(entry);
+    }
     void LoadToolboxCache(std::istream& in, const AbsoluteIRI& root) override { real.LoadToolboxCache(in, root); }
     void WriteToolboxCache(std::ostream& out, const AbsoluteIRI& root,
                            foundation::core::except::Notification* leftOut) const override {
@@ -72,7 +80,8 @@ public:
 
 private:
     [[noreturn]] static void NotFound(const AbsoluteIRI& folder) {
-        throw foundation::storage::vfs::Exception(foundation::storage::vfs::ErrorCode::NotFound, folder.getPath(), "gone");
+        throw foundation::storage::vfs::Exception(foundation::storage::vfs::ErrorCode::NotFound, folder.getPath(),
+                                                  "gone");
     }
 };
 
@@ -135,4 +144,4 @@ protected:
     std::unique_ptr<IMainSearchPathManager> manager;
 };
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

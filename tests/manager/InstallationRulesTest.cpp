@@ -71,8 +71,7 @@ TEST_F(InstallationRulesTest, AFolderOnThePathThatNoLongerResolvesKeepsItsEntrys
     const PathEntryPointer b = Manager().GetMainPath()->GetMainEntries()->at(1);
     for (const char* folder : {"b", "c"}) entries.unresolvable.insert(tree.iri(folder).getPath());
     const auto notification = set({"b", "a", "c"});
-    EXPECT_THAT(notification.messages(),
-                ElementsAre(ids::mpath::nameNonexistentOrNotADirectory.Message({Text("c")})));
+    EXPECT_THAT(notification.messages(), ElementsAre(ids::mpath::nameNonexistentOrNotADirectory.Message({Text("c")})));
     EXPECT_THAT(PathFolders(), ElementsAre("b", "a"));
     EXPECT_EQ(Manager().GetMainPath()->GetMainEntries()->at(0), b);
 }
@@ -138,5 +137,5 @@ TEST_F(InstallationRulesTest, AnInstallationWithoutDifferencesStillSwapsThePaths
     EXPECT_THAT(monitor.paths, ElementsAre(Manager().GetSearchPath()));
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -26,7 +26,9 @@ using foundation::storage::vfs::CanonicalAbsoluteIRI;
 
 class ManagerFixture : public EngineFixture {
 protected:
-    CanonicalAbsoluteIRI Canonical(const std::string& relative) const { return CanonicalAbsoluteIRI(tree.iri(relative), ustring()); }
+    CanonicalAbsoluteIRI Canonical(const std::string& relative) const {
+        return CanonicalAbsoluteIRI(tree.iri(relative), ustring());
+    }
     void Cd(const std::string& relative) { session->ChangeWorkingFolder(tree.iri(relative)); }
     // The session's manager, made on first use; a test that makes its own
     // manager answers with that one.
@@ -79,13 +81,15 @@ protected:
     OrvianComponents::ComponentIdentifier InstallPackage(const std::string& root, bool managed = true,
                                                          const std::string& version = "1.0",
                                                          const std::vector<std::string>& pathFolders = {}) {
-        OrvianComponents::ComponentIdentifier id(fl::i18n::utf8_to_ustring(root), OrvianComponents::ComponentVersion(version),
+        OrvianComponents::ComponentIdentifier id(fl::i18n::utf8_to_ustring(root),
+                                                 OrvianComponents::ComponentVersion(version),
                                                  boost::uuids::random_generator()());
         Thornfell::PackageRegistry::PackageDescription package{id, Canonical(root)};
         package.managed = managed;
         for (const auto& folder : pathFolders) package.pathFolders.push_back(Canonical(folder));
         auto& registrar = Thornfell::PackageRegistry::GetPackageRegistrarForUpdate();
-        registrar.Install(Thornfell::PackageRegistry::PackageRegistryBuilder(*registrar.GetRegistry()).Add(package).Build());
+        registrar.Install(
+            Thornfell::PackageRegistry::PackageRegistryBuilder(*registrar.GetRegistry()).Add(package).Build());
         return id;
     }
 
@@ -116,4 +120,4 @@ protected:
     OrvianComponents::IModularPackageRegistry& registry = session->GetPackageRegistry();
 };
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -31,13 +31,22 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr PathEntryType kMainFolders[] = {Main};
-constexpr int kStems = 10;        // files are named s0.tf .. s9.tf
+constexpr int kStems = 10;  // files are named s0.tf .. s9.tf
 constexpr int kPathFolders = 8;
 constexpr char kNames[] = "abc";  // each folder's children, three levels deep
 
 enum Kind : int {
-    MakeFile, RemoveFile, RenameFile, MakeFolder, RemoveAny, RenameFolder, RenameAbovePath,
-    ReplaceByFile, ReplaceByLink, ReplaceByLoop, Permissions,
+    MakeFile,
+    RemoveFile,
+    RenameFile,
+    MakeFolder,
+    RemoveAny,
+    RenameFolder,
+    RenameAbovePath,
+    ReplaceByFile,
+    ReplaceByLink,
+    ReplaceByLoop,
+    Permissions,
 };
 // How often each kind is drawn: changes of the tree's structure come less
 // often than those of files.
@@ -88,7 +97,8 @@ protected:
         for (const std::string& folder : RealFolders())
             for (int s = 0; s < kStems; ++s) {
                 const std::string file = folder + "/" + Stem(s) + ".tf";
-                if (fs::symlink_status(tree.path(file), ignored).type() == fs::file_type::regular) files.push_back(file);
+                if (fs::symlink_status(tree.path(file), ignored).type() == fs::file_type::regular)
+                    files.push_back(file);
             }
         return files;
     }
@@ -102,7 +112,8 @@ protected:
         std::vector<std::string> names;
         for (const std::string& name : universe) {
             const std::string parent = fs::path(name).parent_path().string();
-            if (Depth(name) != depth || Exists(name) || (!notBelow.empty() && name.starts_with(notBelow + "/"))) continue;
+            if (Depth(name) != depth || Exists(name) || (!notBelow.empty() && name.starts_with(notBelow + "/")))
+                continue;
             if (parent.empty() || std::find(real.begin(), real.end(), parent) != real.end()) names.push_back(name);
         }
         return names;
@@ -170,7 +181,8 @@ protected:
             std::vector<std::string> above;
             for (const std::string& folder : path)
                 for (fs::path parent = fs::path(folder).parent_path(); !parent.empty(); parent = parent.parent_path())
-                    if (std::find(real.begin(), real.end(), parent.string()) != real.end()) above.push_back(parent.string());
+                    if (std::find(real.begin(), real.end(), parent.string()) != real.end())
+                        above.push_back(parent.string());
             if (above.empty()) return std::nullopt;
             return Rename(Pick(above), true);
         }
@@ -251,7 +263,8 @@ protected:
         fs::directory_iterator it(tree.path(folder), error);
         if (error == std::errc::permission_denied) return lastSeen[folder];
         for (; !error && it != fs::directory_iterator(); it.increment(error))
-            if (it->path().extension() == ".tf" && it->is_regular_file(ignored)) stems.insert(it->path().stem().string());
+            if (it->path().extension() == ".tf" && it->is_regular_file(ignored))
+                stems.insert(it->path().stem().string());
         return lastSeen[folder] = stems;
     }
     // Every lookup against the oracle; what disagrees, or "".
@@ -284,7 +297,8 @@ protected:
         std::cout << number << ". " << change << "\n";
         for (const auto& entry : *Manager().GetSearchPath()->GetMainEntries()) {
             std::cout << "   " << fl::i18n::ustring_to_utf8(entry->GetDescriptor()) << " @" << entry.get() << ":";
-            for (const auto& item : *entry->GetPathItems()) std::cout << " " << fl::i18n::ustring_to_utf8(item->FileName());
+            for (const auto& item : *entry->GetPathItems())
+                std::cout << " " << fl::i18n::ustring_to_utf8(item->FileName());
             std::cout << "\n";
         }
     }
@@ -342,5 +356,5 @@ TEST_F(RefreshModelTest, EveryLookupAfterOneRefreshAgreesWithTheDisk) {
     }
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -55,5 +55,5 @@ TEST_F(RefreshRaceTest, ReadersOfTheOldSearchPathSeeItUnchangedWhileARefreshRepl
     EXPECT_EQ(Folders(*now), folders);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

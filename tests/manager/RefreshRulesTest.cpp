@@ -43,7 +43,8 @@ TEST_F(RefreshRulesTest, ReadsFoldersWithoutChangeHandleWarnings) {
     entries.warningsWhileReading.clear();
     ASSERT_TRUE(Manager().Refresh(ForceRefresh));
     for (const char* folder : {"a", "b"})
-        EXPECT_THAT(entries.warningsWhileReading[folder], ElementsAre(storage::filefolderobserver::WarnNever)) << folder;
+        EXPECT_THAT(entries.warningsWhileReading[folder], ElementsAre(storage::filefolderobserver::WarnNever))
+            << folder;
     EXPECT_EQ(Observers().GetChangeHandleWarning(), storage::filefolderobserver::WarnOnce);
 }
 
@@ -97,5 +98,5 @@ TEST_F(RefreshRulesTest, LeavesComponentFoldersAloneWithThePackagesFeatureOn) {
     EXPECT_EQ(Manager().GetUserSearchPath()->GetMainEntries()->at(1), after[0]);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -18,9 +18,7 @@ using ::testing::IsEmpty;
 
 class RefreshTest : public ManagerFixture {
 protected:
-    RefreshTest() {
-        tree.folders({"a", "b", "cwd"}, "x.tf");
-    }
+    RefreshTest() { tree.folders({"a", "b", "cwd"}, "x.tf"); }
     bool Finds(const std::string& name) { return !FoundFirst(name).empty(); }
     std::vector<std::string> Refreshed(const ChangeLog& log) {
         return log.events.empty() ? std::vector<std::string>{}
@@ -163,5 +161,5 @@ TEST_F(RefreshLoopTest, AFileMadeOrRemovedJustBeforeARefreshIsNeverMissedOnBusyC
     // The threads are asked to stop and joined as `busy` ends, also on a failure.
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

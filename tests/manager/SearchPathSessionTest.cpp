@@ -24,7 +24,8 @@ TEST_F(SearchPathSessionTest, SessionsInSequenceLeaveNothingBehind) {
 
         InstallPackage("p");
         inner->ChangeWorkingFolder(tree.iri("cwd"));
-        EXPECT_THAT(inner->SetPathFolders(CanonicalFolderRange(std::vector{Canonical("a"), Canonical("p")})), IsEmpty());
+        EXPECT_THAT(inner->SetPathFolders(CanonicalFolderRange(std::vector{Canonical("a"), Canonical("p")})),
+                    IsEmpty());
         EXPECT_EQ(GetMainSearchPathManagerIfAvailable(), &inner->GetManager());
         kept = inner->GetManager().GetSearchPath();
         EXPECT_THAT(Folders(*kept), ElementsAre("cwd", "a", "p"));
@@ -42,5 +43,5 @@ TEST_F(SearchPathSessionTest, SessionsInSequenceLeaveNothingBehind) {
     EXPECT_THAT(*Manager().GetPathFolders(), IsEmpty());
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -61,7 +61,9 @@ TEST(CurrentWorkingFolder, StartsFromTheProcessFolderAbsolutizesAndSets) {
     try {
         cwd().set(tree.iri("missing"));
         ADD_FAILURE() << "set accepted a missing folder";
-    } catch (const foundation::storage::vfs::Exception& e) { EXPECT_EQ(e.getErrorCode(), 4); }
+    } catch (const foundation::storage::vfs::Exception& e) {
+        EXPECT_EQ(e.getErrorCode(), 4);
+    }
     EXPECT_EQ(events.size(), 1u);
     EXPECT_EQ(cwd().get().getIRI().getPath(), tree.upath("real"));
 
@@ -71,4 +73,4 @@ TEST(CurrentWorkingFolder, StartsFromTheProcessFolderAbsolutizesAndSets) {
     EXPECT_EQ(cwd().get().getIRI().getPath(), u(process));
 }
 
-} // namespace
+}  // namespace

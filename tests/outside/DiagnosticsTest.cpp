@@ -12,8 +12,9 @@ namespace {
 
 TEST(DiagnosticsDeathTest, TerminateWritesTheMessageAndPlaceThenAborts) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(FL_DIAG_TERMINATE("All illegal path entry types should have been handled."),
-                 "Fatal error: All illegal path entry types should have been handled\\.\n.*DiagnosticsTest\\.cpp:[0-9]+");
+    EXPECT_DEATH(
+        FL_DIAG_TERMINATE("All illegal path entry types should have been handled."),
+        "Fatal error: All illegal path entry types should have been handled\\.\n.*DiagnosticsTest\\.cpp:[0-9]+");
 }
 
 TEST(DiagnosticsThread, FatalSwitchResetsWithProcessScopeAndThreadNameIsCutForTheSystem) {
@@ -42,4 +43,4 @@ TEST(DiagnosticsThread, FatalSwitchResetsWithProcessScopeAndThreadNameIsCutForTh
     EXPECT_EQ(calls, 1);
 }
 
-} // namespace
+}  // namespace

@@ -17,10 +17,10 @@ namespace {
 
 using namespace foundation::msg_svc::eventmgr;
 
-#define TEST_EVENT_TYPE_NAME(name)                                  \
-    static const std::string& TypeName() {                          \
-        static const std::string typeName = "Test::" name;          \
-        return typeName;                                            \
+#define TEST_EVENT_TYPE_NAME(name)                                                                                     \
+    static const std::string& TypeName() {                                                                             \
+        static const std::string typeName = "Test::" name;                                                             \
+        return typeName;                                                                                               \
     }
 
 class AnimalEvent : public EventBase<AnimalEvent> {
@@ -53,8 +53,10 @@ int idOf(const BaseEvent& event) { return dynamic_cast<const AnimalEvent&>(event
 TEST(EventMgr, DeliversByTypeBasesAndMangledLevel) {
     EventMgr bus;
     std::vector<std::string> seen;
-    auto animals = bus.subscribe(AnimalEvent::TypeName(), [&](const BaseEvent& e) { seen.push_back("animal:" + e.getTypeName()); });
-    auto dogs = bus.subscribe(DogEvent::TypeName(), [&](const BaseEvent& e) { seen.push_back("dog:" + e.getTypeName()); });
+    auto animals = bus.subscribe(AnimalEvent::TypeName(),
+                                 [&](const BaseEvent& e) { seen.push_back("animal:" + e.getTypeName()); });
+    auto dogs =
+        bus.subscribe(DogEvent::TypeName(), [&](const BaseEvent& e) { seen.push_back("dog:" + e.getTypeName()); });
     int level1 = 0, level2 = 0;
     auto a = bus.subscribe(mangleEvent(DogEvent::TypeName(), "Level1"), [&](const BaseEvent&) { ++level1; });
     auto b = bus.subscribe(mangleEvent(DogEvent::TypeName(), "Level2"), [&](const BaseEvent&) { ++level2; });
@@ -164,10 +166,11 @@ TEST(EventMgrConcurrent, SubscribePublishAndDisconnectFromManyThreads) {
                 // the slot a moment after it was disconnected here.
                 auto mine = std::make_shared<std::atomic<int>>(0);
                 {
-                    ScopedConnection connection = bus.subscribe(DogEvent::TypeName(), [mine, &perThreadCalls](const BaseEvent&) {
-                        ++*mine;
-                        ++perThreadCalls;
-                    });
+                    ScopedConnection connection =
+                        bus.subscribe(DogEvent::TypeName(), [mine, &perThreadCalls](const BaseEvent&) {
+                            ++*mine;
+                            ++perThreadCalls;
+                        });
                     bus.publish(make<DogEvent>(t), 0);
                 }
                 // Its own dog has to be among those that reached it.
@@ -184,4 +187,4 @@ TEST(EventMgrConcurrent, SubscribePublishAndDisconnectFromManyThreads) {
     EXPECT_EQ(perThreadCalls.load(), callsBefore);
 }
 
-} // namespace
+}  // namespace

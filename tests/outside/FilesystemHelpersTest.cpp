@@ -17,18 +17,21 @@ using fl::i18n::ustring_to_utf8;
 using fl::i18n::utf8_to_ustring;
 
 TEST(FilesystemHelpers, StemAndExtensionSplitAtTheLastDotOfTheName) {
-    const std::tuple<ustring, ustring, ustring> cases[] = {
-        {u"a.b.tfx", u"a.b", u"tfx"}, {u"noext", u"noext", u""},   {u"file.", u"file", u""},
-        {u".profile", u"", u"profile"}, {u"", u"", u""},          {u"dir.x/file", u"dir.x/file", u""},
-        {u"dir.x/file.tf", u"dir.x/file", u"tf"}};
+    const std::tuple<ustring, ustring, ustring> cases[] = {{u"a.b.tfx", u"a.b", u"tfx"},
+                                                           {u"noext", u"noext", u""},
+                                                           {u"file.", u"file", u""},
+                                                           {u".profile", u"", u"profile"},
+                                                           {u"", u"", u""},
+                                                           {u"dir.x/file", u"dir.x/file", u""},
+                                                           {u"dir.x/file.tf", u"dir.x/file", u"tf"}};
     for (const auto& [name, stem, extension] : cases) {
         EXPECT_EQ(extract_extension(name), extension) << ustring_to_utf8(name);
         EXPECT_EQ(extract_stem(name), stem) << ustring_to_utf8(name);
     }
     // The dot itself: a dot of a folder above doesn't count, one at the end does.
-    const std::pair<ustring, std::size_t> dots[] = {{u"a.b.tfx", 3},  {u"file.", 4},  {u"a..", 2},
-                                                    {u".", 0},        {u"noext", ustring::npos},
-                                                    {u"a./", ustring::npos}, {u"x./.", 3}, {u"d.x/f", ustring::npos}};
+    const std::pair<ustring, std::size_t> dots[] = {
+        {u"a.b.tfx", 3},           {u"file.", 4},           {u"a..", 2},  {u".", 0},
+        {u"noext", ustring::npos}, {u"a./", ustring::npos}, {u"x./.", 3}, {u"d.x/f", ustring::npos}};
     for (const auto& [name, dot] : dots) EXPECT_EQ(extension_dot(name), dot) << ustring_to_utf8(name);
 }
 
@@ -56,12 +59,14 @@ TEST(Utf, RoundTripsEveryByteSequenceAndEscapesEachBadByte) {
 
     const auto esc = [](unsigned char byte) { return ustring(1, fl::i18n::escape_byte(byte)); };
     const std::pair<std::string, ustring> cases[] = {
-        {"a\xFF" "b", u"a" + esc(0xFF) + u"b"},
-        {"\xC0\xAF", esc(0xC0) + esc(0xAF)},                    // overlong "/"
-        {"\xED\xA0\x80", esc(0xED) + esc(0xA0) + esc(0x80)},    // an encoded surrogate
-        {"\xED\xB2\x80", esc(0xED) + esc(0xB2) + esc(0x80)},    // the encoded form of an escape itself
-        {"x\xE2\x82", u"x" + esc(0xE2) + esc(0x82)},             // cut short at the end
-        {"\xE2\x82\xC3\xA9", esc(0xE2) + esc(0x82) + u"é"},     // a valid sequence right after
+        {"a\xFF"
+         "b",
+         u"a" + esc(0xFF) + u"b"},
+        {"\xC0\xAF", esc(0xC0) + esc(0xAF)},                  // overlong "/"
+        {"\xED\xA0\x80", esc(0xED) + esc(0xA0) + esc(0x80)},  // an encoded surrogate
+        {"\xED\xB2\x80", esc(0xED) + esc(0xB2) + esc(0x80)},  // the encoded form of an escape itself
+        {"x\xE2\x82", u"x" + esc(0xE2) + esc(0x82)},          // cut short at the end
+        {"\xE2\x82\xC3\xA9", esc(0xE2) + esc(0x82) + u"é"},   // a valid sequence right after
         {"\x80", esc(0x80)},
         {"caf\xC3\xA9\xFF.tf", u"café" + esc(0xFF) + u".tf"},
     };
@@ -81,7 +86,8 @@ TEST(Utf, RoundTripsEveryByteSequenceAndEscapesEachBadByte) {
             ASSERT_TRUE(seen.insert(units).second) << "two byte sequences gave one text";
         }
     // Lone surrogates that are no escape become replacements.
-    EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD" "a");
+    EXPECT_EQ(ustring_to_utf8(ustring(1, char16_t(0xD800)) + u"a"), "\xEF\xBF\xBD"
+                                                                    "a");
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDC00))), "a\xEF\xBF\xBD");
     EXPECT_EQ(ustring_to_utf8(u"a" + ustring(1, char16_t(0xDD00))), "a\xEF\xBF\xBD");
 }
@@ -92,8 +98,10 @@ TEST(Utf, RoundTripsEveryByteSequenceAndEscapesEachBadByte) {
 // both ways.
 TEST(Utf, RunsOfAsciiOfAnyLengthConvertAroundOtherCharacters) {
     std::mt19937 random(11);
-    const std::pair<std::string, ustring> others[] = {
-        {"\xC3\xA9", u"é"}, {"\xE2\x82\xAC", u"€"}, {"\xF0\x9D\x84\x9E", u"\U0001D11E"}, {"\xFF", ustring(1, fl::i18n::escape_byte(0xFF))}};
+    const std::pair<std::string, ustring> others[] = {{"\xC3\xA9", u"é"},
+                                                      {"\xE2\x82\xAC", u"€"},
+                                                      {"\xF0\x9D\x84\x9E", u"\U0001D11E"},
+                                                      {"\xFF", ustring(1, fl::i18n::escape_byte(0xFF))}};
     for (int round = 0; round != 400; ++round) {
         std::string text;
         ustring expected;
@@ -149,10 +157,24 @@ TEST(Utf, AStrictConverterRefusesBadBytes) {
 // wherever the first difference lies within a word, for units above the
 // ASCII range (compared as unsigned) and for prefixes.
 TEST(Utf, CodeUnitOrderIsTheOrderOfUstringCompare) {
-    const ustring texts[] = {u"",          u"a",         u"abc",        u"abcd",      u"abcde",
-                             u"abcdefgh",  u"abcdefgi",  u"abcdefghi",  u"abcdXfgh",  u"abcd\uFFFF",
-                             u"abcd\u0100", u"ab\u0100a", u"ab\u0001b", u"\uE000x",  ustring(1, char16_t(0xD800)),
-                             u"ABCDEFGH",  u"abcdefg\u00E9", u"abcdefgé!"};
+    const ustring texts[] = {u"",
+                             u"a",
+                             u"abc",
+                             u"abcd",
+                             u"abcde",
+                             u"abcdefgh",
+                             u"abcdefgi",
+                             u"abcdefghi",
+                             u"abcdXfgh",
+                             u"abcd\uFFFF",
+                             u"abcd\u0100",
+                             u"ab\u0100a",
+                             u"ab\u0001b",
+                             u"\uE000x",
+                             ustring(1, char16_t(0xD800)),
+                             u"ABCDEFGH",
+                             u"abcdefg\u00E9",
+                             u"abcdefgé!"};
     const auto sign = [](int c) { return (c > 0) - (c < 0); };
     for (const ustring& a : texts)
         for (const ustring& b : texts) {
@@ -160,9 +182,10 @@ TEST(Utf, CodeUnitOrderIsTheOrderOfUstringCompare) {
                 << ustring_to_utf8(a) << " against " << ustring_to_utf8(b);
             const std::size_t common = std::min(a.size(), b.size());
             EXPECT_EQ(fl::i18n::common_prefix_length(a, b),
-                      static_cast<std::size_t>(std::mismatch(a.begin(), a.begin() + common, b.begin()).first - a.begin()))
+                      static_cast<std::size_t>(std::mismatch(a.begin(), a.begin() + common, b.begin()).first -
+                                               a.begin()))
                 << ustring_to_utf8(a) << " against " << ustring_to_utf8(b);
         }
 }
 
-} // namespace
+}  // namespace

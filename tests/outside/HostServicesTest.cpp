@@ -13,8 +13,8 @@ using OrvianComponents::ComponentVersion;
 TEST(HostServices, ValidNamesAreAsciiIdentifiersOfAtMost63Characters) {
     for (const ustring& good : {ustring(u"a"), ustring(u"Abc_12_"), ustring(63, u'x')})
         EXPECT_TRUE(qvIsValidOrvName(good));
-    for (const ustring& bad : {ustring(64, u'x'), ustring(), ustring(u"_a"), ustring(u"1a"), ustring(u"a-b"),
-                               ustring(u"\u00e9t\u00e9")})
+    for (const ustring& bad :
+         {ustring(64, u'x'), ustring(), ustring(u"_a"), ustring(u"1a"), ustring(u"a-b"), ustring(u"\u00e9t\u00e9")})
         EXPECT_FALSE(qvIsValidOrvName(bad)) << bad.size();
 }
 
@@ -37,4 +37,4 @@ TEST(ComponentIdentifier, VersionsCompareNumericallyWithoutTrailingZeros) {
     EXPECT_NE(a, ComponentIdentifier(u"name", ComponentVersion("3.1"), uuid));
 }
 
-} // namespace
+}  // namespace

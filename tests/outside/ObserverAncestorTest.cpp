@@ -31,8 +31,10 @@ TEST_F(ObserverAncestorTest, AChangeIsSeenByTheFirstQuestionAfterSynchronize) {
         auto observer = live(folder);
         ASSERT_FALSE(changed(observer)) << i;
         const std::string file = folder + "/new" + std::to_string(i);
-        if (i % 2) tree.file(file);
-        else std::filesystem::create_directory(tree.path(file));
+        if (i % 2)
+            tree.file(file);
+        else
+            std::filesystem::create_directory(tree.path(file));
         ASSERT_TRUE(changed(observer)) << i;
         tree.remove(file);
     }
@@ -127,4 +129,4 @@ TEST_F(ObserverAncestorTest, WithoutAncestorWatchesTheNameIsCheckedAtEachQuestio
     testhooks::FailAncestorWatchesForTesting(factory(), 0);
 }
 
-} // namespace
+}  // namespace

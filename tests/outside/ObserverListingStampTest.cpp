@@ -86,5 +86,5 @@ TEST_F(ObserverListingStampTest, FoldersWatchedBeforeTheirReadingAreTakenAsRead)
     EXPECT_TRUE(Observe(gone)->hasChanged());
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -69,5 +69,5 @@ TEST_F(ObserverRaceTest, EntriesComeAndGoWhileTheirFoldersChangeAndWatchesStayTr
     for (const PathEntryPointer& entry : busy) EXPECT_TRUE(entry->IsOutOfDate());
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -169,7 +169,8 @@ TEST_F(ObserverTest, FailedWatchWarnsByChangeHandleWarningPolicy) {
     ASSERT_EQ(first.size(), 1u);
     EXPECT_EQ(first[0].getIdentifier(), "ORVIAN:FileFolderObserver:ChangeHandleFallback");
     EXPECT_EQ(first[0].getArguments(),
-              (std::vector<ustring>{tree.upath("a"), fl::i18n::utf8_to_ustring(std::generic_category().message(ENOSPC))}));
+              (std::vector<ustring>{tree.upath("a"),
+                                    fl::i18n::utf8_to_ustring(std::generic_category().message(ENOSPC))}));
     EXPECT_EQ(warningsFor("b").size(), 1u);
     // "once": the first fallback after each setting.
     factory().SetChangeHandleWarning(WarnOnce);
@@ -299,4 +300,4 @@ TEST_F(ObserverTest, ConcurrentHasChangedStaysTrueOnceTrue) {
     EXPECT_FALSE(flipped.load());
 }
 
-} // namespace
+}  // namespace

@@ -55,4 +55,4 @@ protected:
     TempTree tree;
 };
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

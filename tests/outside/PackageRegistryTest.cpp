@@ -22,7 +22,9 @@ ComponentIdentifier component(unsigned char n, const char* version = "1.0") {
     return ComponentIdentifier(u"pkg" + ustring(1, char16_t(u'0' + n)), ComponentVersion(version), uuid);
 }
 
-PackageDescription package(const ComponentIdentifier& id, const char16_t* root) { return {.id = id, .root = folder(root)}; }
+PackageDescription package(const ComponentIdentifier& id, const char16_t* root) {
+    return {.id = id, .root = folder(root)};
+}
 
 std::vector<ComponentIdentifier> all(const IPackageRegistry& registry) {
     return *registry.GetPackages([](const IPackage&, const IPackageRegistry&) { return true; });
@@ -45,7 +47,8 @@ protected:
 
 TEST_F(PackageRegistryTest, OwnerIsThePackageWithTheDeepestRoot) {
     const auto outer = component(1), inner = component(2);
-    const auto registry = PackageRegistryBuilder().Add(package(inner, u"/r/a/sub/b")).Add(package(outer, u"/r/a")).Build();
+    const auto registry =
+        PackageRegistryBuilder().Add(package(inner, u"/r/a/sub/b")).Add(package(outer, u"/r/a")).Build();
     const std::pair<const char16_t*, std::optional<ComponentIdentifier>> cases[] = {
         {u"/r/a/sub/b/x/y", inner}, {u"/r/a/sub/b", inner}, {u"/r/a/sub", outer},
         {u"/r/a", outer},           {u"/r", std::nullopt},  {u"/r/ab", std::nullopt}};
@@ -64,7 +67,8 @@ TEST_F(PackageRegistryTest, PackagesComeInInstallationOrderAndKeepTheirStamps) {
 
     EXPECT_EQ(all(*registry), (std::vector<ComponentIdentifier>{c, a, b}));
     EXPECT_EQ(registry->GetPackage(b)->GetInstallStamp(), 6u);
-    const auto unmanaged = registry->GetPackages([](const IPackage& p, const IPackageRegistry&) { return !p.IsManaged(); });
+    const auto unmanaged =
+        registry->GetPackages([](const IPackage& p, const IPackageRegistry&) { return !p.IsManaged(); });
     EXPECT_EQ(*unmanaged, (std::vector<ComponentIdentifier>{a, b}));
 
     // A registry built from another keeps the stamps and numbers new packages after them.
@@ -74,7 +78,8 @@ TEST_F(PackageRegistryTest, PackagesComeInInstallationOrderAndKeepTheirStamps) {
     EXPECT_EQ(next->GetPackage(d)->GetInstallStamp(), 6u);
     EXPECT_EQ(next->GetPackage(b), nullptr);
     // Identity is UUID and version; the name doesn't count.
-    EXPECT_NE(next->GetPackage(ComponentIdentifier(u"other name", ComponentVersion("1.0.0"), a.GetUniqueID())), nullptr);
+    EXPECT_NE(next->GetPackage(ComponentIdentifier(u"other name", ComponentVersion("1.0.0"), a.GetUniqueID())),
+              nullptr);
     EXPECT_EQ(next->GetPackage(component(1, "2.0")), nullptr);
 }
 
@@ -131,7 +136,8 @@ TEST_F(PackageRegistryTest, FolderRecordsTheirEntriesAndTheComponentPath) {
     EXPECT_EQ(componentObject->GetPath(), componentObject->GetPath());
     EXPECT_EQ(calls, 1);
     EXPECT_EQ(pathFolders, (std::vector<ustring>{u"/p/a", u"/p/a/z", u"/p/a/b"}));
-    EXPECT_EQ(made, (std::map<ustring, int>{{u"/p/a", 1}, {u"/p/a/z", 1}, {u"/p/a/b", 1}, {u"/p/a/doc", 1}, {u"/p/a/z/+inner", 1}}));
+    EXPECT_EQ(made, (std::map<ustring, int>{
+                        {u"/p/a", 1}, {u"/p/a/z", 1}, {u"/p/a/b", 1}, {u"/p/a/doc", 1}, {u"/p/a/z/+inner", 1}}));
 }
 
 TEST_F(PackageRegistryTest, InstallWorksOutTheChangesAndPublishesThemInOrder) {
@@ -140,22 +146,25 @@ TEST_F(PackageRegistryTest, InstallWorksOutTheChangesAndPublishesThemInOrder) {
     EXPECT_TRUE(all(*registrar.GetRegistry()).empty());
 
     auto changing = package(changed, u"/p/c");
-    registrar.Install(PackageRegistryBuilder().Add(package(kept, u"/p/k")).Add(package(gone, u"/p/g")).Add(changing).Build());
+    registrar.Install(
+        PackageRegistryBuilder().Add(package(kept, u"/p/k")).Add(package(gone, u"/p/g")).Add(changing).Build());
     const auto before = registrar.GetRegistry();
 
     std::vector<std::string> events;
     std::shared_ptr<const PackageRegistryChanges> changes;
     const auto bus = foundation::msg_svc::eventmgr::getEngineEventMgr();
-    auto registryConnection = bus->subscribe(
-        foundation::msg_svc::eventmgr::mangleEvent("Thornfell::PackageRegistry::PackageRegistryHasBeenChanged", "Level1"),
-        [&](const foundation::msg_svc::eventmgr::BaseEvent& e) {
-            events.push_back("registry");
-            changes = dynamic_cast<const PackageRegistryHasBeenChanged&>(e).GetChanges();
-            // Subscribers find the new registry in force.
-            EXPECT_EQ(registrar.GetRegistry(), changes->GetRegistryAfter());
-        });
-    auto modularConnection = bus->subscribe("Thornfell::OrvianComponents::ModularPackageRegistryHasBeenChanged",
-                                            [&](const foundation::msg_svc::eventmgr::BaseEvent&) { events.push_back("modular"); });
+    auto registryConnection = bus->subscribe(foundation::msg_svc::eventmgr::mangleEvent(
+                                                 "Thornfell::PackageRegistry::PackageRegistryHasBeenChanged", "Level1"),
+                                             [&](const foundation::msg_svc::eventmgr::BaseEvent& e) {
+                                                 events.push_back("registry");
+                                                 changes =
+                                                     dynamic_cast<const PackageRegistryHasBeenChanged&>(e).GetChanges();
+                                                 // Subscribers find the new registry in force.
+                                                 EXPECT_EQ(registrar.GetRegistry(), changes->GetRegistryAfter());
+                                             });
+    auto modularConnection =
+        bus->subscribe("Thornfell::OrvianComponents::ModularPackageRegistryHasBeenChanged",
+                       [&](const foundation::msg_svc::eventmgr::BaseEvent&) { events.push_back("modular"); });
 
     changing.pathFolders = {folder(u"/p/c/more")};
     const auto after = PackageRegistryBuilder(*before).Remove(gone).Add(changing).Add(package(added, u"/p/n")).Build();
@@ -182,7 +191,8 @@ TEST_F(PackageRegistryTest, APackageChangesWithItsPropertiesNotWithTheirOrder) {
     auto& registrar = GetPackageRegistrarForUpdate();
     std::shared_ptr<const PackageRegistryChanges> changes;
     auto connection = foundation::msg_svc::eventmgr::getEngineEventMgr()->subscribe(
-        foundation::msg_svc::eventmgr::mangleEvent("Thornfell::PackageRegistry::PackageRegistryHasBeenChanged", "Level1"),
+        foundation::msg_svc::eventmgr::mangleEvent("Thornfell::PackageRegistry::PackageRegistryHasBeenChanged",
+                                                   "Level1"),
         [&](const foundation::msg_svc::eventmgr::BaseEvent& e) {
             changes = dynamic_cast<const PackageRegistryHasBeenChanged&>(e).GetChanges();
         });
@@ -201,4 +211,4 @@ TEST_F(PackageRegistryTest, APackageChangesWithItsPropertiesNotWithTheirOrder) {
     EXPECT_TRUE(changedBy({}));
 }
 
-} // namespace
+}  // namespace

@@ -127,4 +127,4 @@ TEST(StateStoreConcurrent, RacingInsertsKeepOneObject) {
     EXPECT_EQ(live.load(), 0);
 }
 
-} // namespace
+}  // namespace

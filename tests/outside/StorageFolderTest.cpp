@@ -16,12 +16,12 @@
 namespace {
 
 using namespace foundation::storage::vfs;
-using tfsp::test::TempTree;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 using ::testing::UnorderedElementsAreArray;
+using tfsp::test::TempTree;
 
 template <class T>
 std::vector<ustring> names(const std::vector<T>& items) {
@@ -44,7 +44,9 @@ int errorCodeOf(F&& action) {
 class StorageFolder : public ::testing::Test {
 protected:
     Folder folder(const std::string& relative) const { return Folder(tree.iri(relative), storage); }
-    Folder canonical(const std::string& relative) const { return Folder(CanonicalAbsoluteIRI(tree.iri(relative), u""), storage); }
+    Folder canonical(const std::string& relative) const {
+        return Folder(CanonicalAbsoluteIRI(tree.iri(relative), u""), storage);
+    }
 
     TempTree tree;
     StorageSystemReference storage = OrvianStorageSystem::GetStorageSystemReference();
@@ -167,7 +169,8 @@ TEST_F(StorageFolder, CanonicalNamesAreTakenWithoutAskingTheDisk) {
 // or not, and a folder removed in between fails to list as it would have.
 TEST_F(StorageFolder, AResolvedFolderListsWhatIsThereAndLeaksNoDescriptor) {
     const auto openDescriptors = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator{});
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                             std::filesystem::directory_iterator{});
     };
     tree.file("top/a.tf");
     tree.folder("top/sub");
@@ -220,8 +223,8 @@ TEST_F(StorageFolder, FailuresCarryTheCodeCallersTellApart) {
 }
 
 TEST(StorageException, ErrnoMapsOntoTheCodesCallersKnow) {
-    const std::pair<int, int> table[] = {{ENOENT, 4}, {ENOTDIR, 4}, {EACCES, 2}, {EPERM, 2},
-                                         {ELOOP, 4},  {ENAMETOOLONG, 1}, {EIO, 9}, {EMFILE, 9}};
+    const std::pair<int, int> table[] = {{ENOENT, 4}, {ENOTDIR, 4},      {EACCES, 2}, {EPERM, 2},
+                                         {ELOOP, 4},  {ENAMETOOLONG, 1}, {EIO, 9},    {EMFILE, 9}};
     for (const auto& [err, code] : table) EXPECT_EQ(Exception::fromErrno(err, u"/x", "op").getErrorCode(), code) << err;
     const Exception e = Exception::fromErrno(ENOENT, u"/dir/é", "opendir");
     EXPECT_THAT(e.what(), HasSubstr("/dir/é"));
@@ -246,4 +249,4 @@ TEST_F(StorageFolder, ConcurrentFirstListingsReadOnce) {
     EXPECT_EQ(seen[0].size(), 40u);
 }
 
-} // namespace
+}  // namespace

@@ -16,9 +16,11 @@ using namespace foundation::storage::vfs;
 AbsoluteIRI iri(const ustring& path) { return toAbsoluteIRI("file", path); }
 
 TEST(StorageIRI, PathIsKeptInGenericForm) {
-    const std::pair<ustring, ustring> cases[] = {
-        {u"//a///b/./c/", u"/a/b/c"}, {u"/a/../b/.", u"/a/../b"},  // ".." is left to the storage system
-        {u"///", u"/"}, {u"/./", u"/"}, {u"/a b/\\c", u"/a b/\\c"}};  // a backslash is an ordinary character
+    const std::pair<ustring, ustring> cases[] = {{u"//a///b/./c/", u"/a/b/c"},
+                                                 {u"/a/../b/.", u"/a/../b"},  // ".." is left to the storage system
+                                                 {u"///", u"/"},
+                                                 {u"/./", u"/"},
+                                                 {u"/a b/\\c", u"/a b/\\c"}};  // a backslash is an ordinary character
     for (const auto& [in, out] : cases) EXPECT_EQ(iri(in).getPath(), out);
     EXPECT_EQ(iri(u"/a/b").toString(), u"file:///a/b");
     EXPECT_EQ(iri(u"/").toString(), u"file:///");
@@ -62,7 +64,8 @@ TEST(StorageIRI, NameParentAndAncestry) {
 // Tables of IRIs are searched by these views (a package's owner, a watched
 // folder): each must carry the very path and hash of the IRI it stands for.
 TEST(StorageIRI, SelfAndAncestorsAreTheParentsWithTheirHashes) {
-    for (const ustring& path : {ustring(u"/"), ustring(u"/a"), ustring(u"/a/bc/d"), ustring(u"/x y/\\z/+p/@C/private")}) {
+    for (const ustring& path :
+         {ustring(u"/"), ustring(u"/a"), ustring(u"/a/bc/d"), ustring(u"/x y/\\z/+p/@C/private")}) {
         const AbsoluteIRI start = iri(path);
         const auto chain = selfAndAncestors(start);
         std::vector<AbsoluteIRI> expected{start};
@@ -114,8 +117,9 @@ TEST(StorageComparator, TextsThatShareTheirEndsAreComparedWhole) {
     // Equal ends settle nothing: what lies between decides, unit by unit.
     const std::tuple<ustring, ustring, bool, bool> cases[] = {
         // a, b, exactly equal, equal when folded
-        {u"aXb", u"aYb", false, false}, {u"a\u00C4b", u"a\u00E4b", false, true}, {u"abc", u"abc", true, true},
-        {u"ab", u"aB", false, true},    {u"a", u"a", true, true},                 {u"", u"", true, true},
+        {u"aXb", u"aYb", false, false}, {u"a\u00C4b", u"a\u00E4b", false, true},
+        {u"abc", u"abc", true, true},   {u"ab", u"aB", false, true},
+        {u"a", u"a", true, true},       {u"", u"", true, true},
         {u"xy", u"yx", false, false},   {u"long name.tf", u"long nAme.tf", false, true}};
     const PathComparator comparator;
     for (const auto& [a, b, exact, folded] : cases) {
@@ -130,15 +134,18 @@ TEST(StorageComparator, TextsThatShareTheirEndsAreComparedWhole) {
 
 TEST(StorageComparator, FoldingIsSimpleUnicodeFolding) {
     const ustring lone(1, char16_t(0xD800));
-    const std::tuple<ustring, ustring, bool> cases[] = {
-        {u"ÄBC", u"äbc", true},
-        {u"Straße", u"STRASSE", false},  // "ß" becomes "ss" only in full folding
-        {u"Straße", u"STRAẞE", true},   {u"Σ", u"ς", true},
-        {u"\u212A", u"k", true},                   // Kelvin sign against ASCII
-        {u"\U00010400x", u"\U00010428X", true},  // beyond the BMP
-        {u"ab", u"abc", false},         {u"abc", u"ab", false},
-        {u"", u"", true},               {lone + u"A", lone + u"a", true},
-        {lone, ustring(1, char16_t(0xDC00)), false}};
+    const std::tuple<ustring, ustring, bool> cases[] = {{u"ÄBC", u"äbc", true},
+                                                        {u"Straße", u"STRASSE",
+                                                         false},  // "ß" becomes "ss" only in full folding
+                                                        {u"Straße", u"STRAẞE", true},
+                                                        {u"Σ", u"ς", true},
+                                                        {u"\u212A", u"k", true},  // Kelvin sign against ASCII
+                                                        {u"\U00010400x", u"\U00010428X", true},  // beyond the BMP
+                                                        {u"ab", u"abc", false},
+                                                        {u"abc", u"ab", false},
+                                                        {u"", u"", true},
+                                                        {lone + u"A", lone + u"a", true},
+                                                        {lone, ustring(1, char16_t(0xDC00)), false}};
     for (const auto& [a, b, equal] : cases) EXPECT_EQ(equalFolded(a, b), equal) << fl::i18n::ustring_to_utf8(a);
 
     const ustring mixed = u"ÄBC\u212A\U00010400Σς" + ustring(1, char16_t(0xDC00));
@@ -173,4 +180,4 @@ TEST(StorageComparator, FoldingIsSimpleUnicodeFolding) {
     }
 }
 
-} // namespace
+}  // namespace

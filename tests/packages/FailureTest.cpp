@@ -36,7 +36,8 @@ TEST_F(PackagesFixture, ChangeDuringAnInstallationIsReportedNotApplied) {
     bool installed = false;
     auto connection = foundation::msg_svc::eventmgr::getEngineEventMgr()->subscribe(
         PathChangeEvent::TypeName(), [&](const foundation::msg_svc::eventmgr::BaseEvent& event) {
-            if (installed || static_cast<const PathChangeEvent&>(event).GetStage() != PathChangeEvent::BeforeChange) return;
+            if (installed || static_cast<const PathChangeEvent&>(event).GetStage() != PathChangeEvent::BeforeChange)
+                return;
             installed = true;
             Install("q", {.name = "q"});
         });
@@ -59,7 +60,8 @@ TEST_F(PackagesFixture, FailureOfTheInstallationIsReportedAsLackOfMemoryOrSwallo
     const Case cases[] = {
         {[] { throw std::bad_alloc(); },
          {ids::mpath::packageMemberFolderRemovedFromPath.Text(), ids::legacy_two_part::nomem.Text()}},
-        {[] { throw std::runtime_error("subscriber failed"); }, {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
+        {[] { throw std::runtime_error("subscriber failed"); },
+         {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
     };
     for (const auto& c : cases) {
         SetPath({"a", "p"});
@@ -92,7 +94,8 @@ TEST_F(PackagesFixture, FailureWhilePlanningLeavesThePath) {
     SetPath({"a"});
     OrvianComponents::ComponentIdentifier id(u"p", OrvianComponents::ComponentVersion("1"),
                                              boost::uuids::random_generator()());
-    registry::PackageDescription package{.id = id, .root = Canonical("p"),
+    registry::PackageDescription package{.id = id,
+                                         .root = Canonical("p"),
                                          .properties = {{"PathPosition", std::int64_t{1}}}};
     EXPECT_THROW(Registrar().Install(registry::PackageRegistryBuilder(*Registrar().GetRegistry()).Add(package).Build()),
                  std::bad_variant_access);
@@ -115,7 +118,8 @@ TEST_F(PackagesFixture, BadManifestIsRefusedAndChangesNothing) {
         {"name = p\n# no version\n", "package.manifest", "gives no version"},
         {"name = p\nversion = 1\nfolder = missing\n", "package.manifest:3", "does not exist"},
         {"name = p\nversion = 1\n\nfolder = ../a\n", "package.manifest:4", "outside the package root"},
-        {"name = p\nversion = 1\nproperty ManualInstall = \"yes\"\n", "package.manifest:3", "ManualInstall must be true or false"},
+        {"name = p\nversion = 1\nproperty ManualInstall = \"yes\"\n", "package.manifest:3",
+         "ManualInstall must be true or false"},
         {"name = p\nversion = 1\nproperty PathPosition = true\n", "package.manifest:3", "PathPosition must be a text"},
         {"name = p\nversion = 1\nmanaged = maybe\n", "package.manifest:3", "'managed' must be true or false"},
     };
@@ -143,9 +147,9 @@ TEST_F(PackagesFixture, BadManifestIsRefusedAndChangesNothing) {
 TEST_F(PackagesFixture, RegistryRefusesClashesAndUnknownNames) {
     Install("p", {.name = "p"});
     const auto registryBefore = Registrar().GetRegistry();
-    EXPECT_THROW(Install("p", {.name = "p"}), registry::PackageInstallationException);        // installed already
-    EXPECT_THROW(Install("p", {.name = "q"}), registry::PackageInstallationException);        // root of p
-    EXPECT_THROW(Update("p", "p", {.name = "q"}), registry::PackageInstallationException);    // another package
+    EXPECT_THROW(Install("p", {.name = "p"}), registry::PackageInstallationException);      // installed already
+    EXPECT_THROW(Install("p", {.name = "q"}), registry::PackageInstallationException);      // root of p
+    EXPECT_THROW(Update("p", "p", {.name = "q"}), registry::PackageInstallationException);  // another package
     EXPECT_THROW(Remove("nothing"), registry::PackageInstallationException);
     EXPECT_EQ(Registrar().GetRegistry(), registryBefore);
     Install("p2", {.name = "p", .version = "2"});
@@ -154,5 +158,5 @@ TEST_F(PackagesFixture, RegistryRefusesClashesAndUnknownNames) {
     EXPECT_EQ(Registrar().GetRegistry()->GetPackages(nullptr)->size(), 1u);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

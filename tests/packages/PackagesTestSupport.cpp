@@ -18,13 +18,15 @@ PackagesFixture::PackagesFixture() {
     OrvianComponents::ComponentFeature::Set(true);
     OrvianComponents::GUPFeature::Set(true);
     InstallPackagesOnPathCoordinator(*foundation::msg_svc::eventmgr::getEngineEventMgr(), Manager(),
-                                     [this](const foundation::core::except::Notification& n) { received.push_back(n); });
+                                     [this](const foundation::core::except::Notification& n) {
+                                         received.push_back(n);
+                                     });
 }
 
 std::string PackagesFixture::WriteManifest(const std::string& root, const PackageSpec& spec) {
     std::string text = "# written by the test\nname = " + spec.name + "\nversion = " + spec.version +
-                       "\nmanaged = " + (spec.managed ? "true" : "false") + "\non-path = " + (spec.onPath ? "true" : "false") +
-                       "\n";
+                       "\nmanaged = " + (spec.managed ? "true" : "false") +
+                       "\non-path = " + (spec.onPath ? "true" : "false") + "\n";
     for (const auto& member : spec.members) {
         tree.folder(root + "/" + member);
         text += "folder = " + member + "\n";
@@ -39,10 +41,10 @@ OrvianComponents::ComponentIdentifier PackagesFixture::Install(const std::string
 }
 
 OrvianComponents::ComponentIdentifier PackagesFixture::Update(const std::string& name, const std::string& root,
-                                                             const PackageSpec& spec) {
+                                                              const PackageSpec& spec) {
     return registry::UpdatePackageFromFolder(Registrar(), name, WriteManifest(root, spec));
 }
 
 void PackagesFixture::Remove(const std::string& name) { registry::RemoveInstalledPackage(Registrar(), name); }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

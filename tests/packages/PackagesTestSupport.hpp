@@ -36,7 +36,8 @@ public:
     // folders, and returns the folder's full path.
     std::string WriteManifest(const std::string& root, const PackageSpec& spec);
     OrvianComponents::ComponentIdentifier Install(const std::string& root, const PackageSpec& spec);
-    OrvianComponents::ComponentIdentifier Update(const std::string& name, const std::string& root, const PackageSpec& spec);
+    OrvianComponents::ComponentIdentifier Update(const std::string& name, const std::string& root,
+                                                 const PackageSpec& spec);
     void Remove(const std::string& name);
 
 protected:
@@ -47,4 +48,4 @@ protected:
     std::vector<foundation::core::except::Notification> received;
 };
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -56,10 +56,12 @@ INSTANTIATE_TEST_SUITE_P(
                         {{"p", {.name = "p", .propertyLines = {"PathPosition = \"Begin\""}}}},
                         {"a", "b", "p"}},
         NewPackagesCase{"ManagedWithManualInstall",
-                        {{"p", {.name = "p", .managed = true, .members = {"m"}, .propertyLines = {"ManualInstall = true"}}}},
+                        {{"p",
+                          {.name = "p", .managed = true, .members = {"m"}, .propertyLines = {"ManualInstall = true"}}}},
                         {"a", "b", "p", "p/m"}},
         NewPackagesCase{"ManagedWithoutManualInstallStaysOff",
-                        {{"p", {.name = "p", .managed = true}}, {"q", {.name = "q", .managed = true, .propertyLines = {"ManualInstall = false"}}}},
+                        {{"p", {.name = "p", .managed = true}},
+                         {"q", {.name = "q", .managed = true, .propertyLines = {"ManualInstall = false"}}}},
                         {"a", "b"}},
         NewPackagesCase{"UnmanagedNotAskingForThePathStaysOff", {{"p", {.name = "p", .onPath = false}}}, {"a", "b"}}),
     [](const auto& info) { return info.param.label; });
@@ -75,7 +77,8 @@ TEST_F(PackagesFixture, OneChangeOrdersNewPackagesByStamp) {
             tree.folder(name);
             ids.emplace_back(fl::i18n::utf8_to_ustring(name), OrvianComponents::ComponentVersion("1"),
                              boost::uuids::random_generator()());
-            packages.push_back({.id = ids.back(), .root = Canonical(name), .installStamp = static_cast<std::uint64_t>(stamp)});
+            packages.push_back(
+                {.id = ids.back(), .root = Canonical(name), .installStamp = static_cast<std::uint64_t>(stamp)});
             if (atFront) packages.back().properties = {{"PathPosition", ustring(u"begin")}};
         }
         registry::PackageRegistryBuilder builder;
@@ -83,9 +86,9 @@ TEST_F(PackagesFixture, OneChangeOrdersNewPackagesByStamp) {
         const auto before = registry::PackageRegistryBuilder().Build();
         foundation::msg_svc::eventmgr::getEngineEventMgr()->publish(
             boost::make_shared<registry::PackageRegistryHasBeenChanged>(
-                std::make_shared<const registry::PackageRegistryChanges>(before, builder.Build(), ids,
-                                                                         std::vector<OrvianComponents::ComponentIdentifier>{},
-                                                                         std::vector<OrvianComponents::ComponentIdentifier>{})),
+                std::make_shared<const registry::PackageRegistryChanges>(
+                    before, builder.Build(), ids, std::vector<OrvianComponents::ComponentIdentifier>{},
+                    std::vector<OrvianComponents::ComponentIdentifier>{})),
             0);
         EXPECT_THAT(MainFolders(), atFront ? ElementsAre("seven", "five") : ElementsAre("five", "seven"));
         SetPath({});
@@ -115,20 +118,29 @@ TEST_P(ChangeOfPackageOnPath, KeepsThePlaceOfTheRoot) {
 
 INSTANTIATE_TEST_SUITE_P(
     Packages, ChangeOfPackageOnPath,
-    ::testing::Values(
-        ChangeCase{"OtherMemberFolders", [](auto& f) { f.Update("p", "p", {.name = "p", .members = {"m2"}}); },
-                   {"a", "p", "p/m2", "b", "p/x", "p2"}, {}},
-        ChangeCase{"NewVersion", [](auto& f) { f.Update("p", "p", {.name = "p", .version = "2", .members = {"m1"}}); },
-                   {"a", "p", "p/m1", "b", "p/x", "p2"}, {}},
-        ChangeCase{"NoLongerAskingForThePath",
-                   [](auto& f) { f.Update("p", "p", {.name = "p", .onPath = false, .members = {"m1"}}); },
-                   {"a", "p", "p/m1", "b", "p/x", "p2"}, {}},
-        ChangeCase{"LooseFolderBecomesMember",
-                   [](auto& f) { f.Update("p", "p", {.name = "p", .members = {"m1", "x"}}); },
-                   {"a", "p", "p/m1", "p/x", "b", "p2"}, {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
-        ChangeCase{"RootMoved", [](auto& f) { f.Update("p", "p2", {.name = "p", .version = "2", .members = {"m1"}}); },
-                   {"a", "p2", "p2/m1", "b", "p/x"}, {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
-        ChangeCase{"Removed", [](auto& f) { f.Remove("p"); }, {"a", "b", "p/x", "p2"}, {}}),
+    ::testing::Values(ChangeCase{"OtherMemberFolders",
+                                 [](auto& f) { f.Update("p", "p", {.name = "p", .members = {"m2"}}); },
+                                 {"a", "p", "p/m2", "b", "p/x", "p2"},
+                                 {}},
+                      ChangeCase{"NewVersion",
+                                 [](auto& f) { f.Update("p", "p", {.name = "p", .version = "2", .members = {"m1"}}); },
+                                 {"a", "p", "p/m1", "b", "p/x", "p2"},
+                                 {}},
+                      ChangeCase{"NoLongerAskingForThePath",
+                                 [](auto& f) { f.Update("p", "p", {.name = "p", .onPath = false, .members = {"m1"}}); },
+                                 {"a", "p", "p/m1", "b", "p/x", "p2"},
+                                 {}},
+                      ChangeCase{"LooseFolderBecomesMember",
+                                 [](auto& f) {
+                                     f.Update("p", "p", {.name = "p", .members = {"m1", "x"}});
+                                 },
+                                 {"a", "p", "p/m1", "p/x", "b", "p2"},
+                                 {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
+                      ChangeCase{"RootMoved",
+                                 [](auto& f) { f.Update("p", "p2", {.name = "p", .version = "2", .members = {"m1"}}); },
+                                 {"a", "p2", "p2/m1", "b", "p/x"},
+                                 {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
+                      ChangeCase{"Removed", [](auto& f) { f.Remove("p"); }, {"a", "b", "p/x", "p2"}, {}}),
     [](const auto& info) { return info.param.label; });
 
 TEST_F(PackagesFixture, UpdateToANewVersionReplacesTheOldOne) {
@@ -163,10 +175,9 @@ TEST_F(PackagesFixture, FolderThatBecomesAMemberIsReported) {
         EXPECT_THAT(MainFolders(), ElementsAreArray(c.expected));
         ASSERT_EQ(received.size(), 1u);
         ASSERT_THAT(Identifiers(received[0]), ElementsAre(ids::mpath::packageMemberFolderRemovedFromPath.Text()));
-        const std::string info =
-            c.withInfo ? fl::i18n::ustring_to_utf8(fl::i18n::MessageCatalog::format(
-                             ids::mpath::AddPackageToPathInfo.Message({tree.upath("p")})))
-                       : "";
+        const std::string info = c.withInfo ? fl::i18n::ustring_to_utf8(fl::i18n::MessageCatalog::format(
+                                                  ids::mpath::AddPackageToPathInfo.Message({tree.upath("p")})))
+                                            : "";
         EXPECT_THAT(Arguments(received[0].messages()[0]), ElementsAre(tree.path("p"), "p", info));
         Remove("p");
     }
@@ -188,5 +199,5 @@ TEST_F(PackagesFixture, SeveralVersionsOnThePathAreReportedInPathOrder) {
     EXPECT_THAT(Arguments(received[2].messages()[0]), ElementsAre("'p@1'", "'p@2', 'p@3'"));
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -84,7 +84,8 @@ protected:
 
 TEST_F(RandomChanges, PathHoldsExactlyThePackagesThatBelongOnIt) {
     std::vector<std::string> loose;
-    for (int i = 0; i < LooseCount; ++i) loose.push_back(tree.folder("loose/l" + std::to_string(i)).substr(tree.root().size() + 1));
+    for (int i = 0; i < LooseCount; ++i)
+        loose.push_back(tree.folder("loose/l" + std::to_string(i)).substr(tree.root().size() + 1));
     SetPath(loose);
     std::map<std::string, ModelPackage> model;
     std::map<std::string, int> versions;
@@ -100,8 +101,7 @@ TEST_F(RandomChanges, PathHoldsExactlyThePackagesThatBelongOnIt) {
             what = "install";
             model.emplace(name, package);
         } else if (Chance(0.6)) {
-            ModelPackage package{RandomRoot(name),
-                                 RandomSpec(name, Chance(0.5) ? ++versions[name] : versions[name])};
+            ModelPackage package{RandomRoot(name), RandomSpec(name, Chance(0.5) ? ++versions[name] : versions[name])};
             package.expectedOnPath = BelongsAfterUpdate(installed->second, package);
             Update(name, package.root, package.spec);
             what = "update";
@@ -119,5 +119,5 @@ TEST_F(RandomChanges, PathHoldsExactlyThePackagesThatBelongOnIt) {
     }
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -85,14 +85,16 @@ TEST_F(PathConcurrencyStressTest, ListsAreInPathOrderHoweverTheBuildWasScheduled
     std::map<const IPathEntry*, std::size_t> placeOnPath;
     for (const WalkedEntry& w : WalkInPathOrder(mains)) placeOnPath.emplace(w.entry.get(), placeOnPath.size());
     auto inPathOrder = [&](const auto& entries) {
-        return std::is_sorted(entries.begin(), entries.end(),
-                              [&](const auto& a, const auto& b) { return placeOnPath[a.get()] < placeOnPath[b.get()]; });
+        return std::is_sorted(entries.begin(), entries.end(), [&](const auto& a, const auto& b) {
+            return placeOnPath[a.get()] < placeOnPath[b.get()];
+        });
     };
     for (int build = 0; build < 8; ++build) {
         const auto path = GetCurrentPathFactory().CreatePath(mains);
         for (const ustring stem : {u"common", u"s7", u"s499"}) {
             PathEntryVector holders;
-            for (const FoundItem& found : path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(stem, {u".tf"}), CaseRuleTwo))
+            for (const FoundItem& found :
+                 path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(stem, {u".tf"}), CaseRuleTwo))
                 holders.push_back(found.GetPathEntry());
             EXPECT_TRUE(inPathOrder(holders)) << Utf8(stem);
             EXPECT_EQ(holders.size(), stem == u"common" ? 1500u * 3 : 1500u * 30 / 500);
@@ -103,5 +105,5 @@ TEST_F(PathConcurrencyStressTest, ListsAreInPathOrderHoweverTheBuildWasScheduled
     }
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -29,7 +29,8 @@ TEST_F(PathEdgeCaseTest, AnEmptyPathAnswersEverythingEmpty) {
     EXPECT_THAT(*path->GetMainEntries(), IsEmpty());
     EXPECT_EQ(path->GetMainEntries(), path->GetMainEntries());  // the same vector, not a copy
     EXPECT_FALSE(path->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(u"x", {u".tf"}), CaseRuleOne));
-    EXPECT_THAT(path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"a/x", {u".tf"}), CaseRuleTwo), IsEmpty());
+    EXPECT_THAT(path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"a/x", {u".tf"}), CaseRuleTwo),
+                IsEmpty());
     EXPECT_THAT(path->GetMethodEntries(), IsEmpty());
     EXPECT_THAT(path->GetPartiallyMatchingEntries(allEntryTypesScope, u"a", CaseRuleOne), IsEmpty());
     EXPECT_FALSE(path->GetPathEntryFromAbsoluteIRI(tree.iri("a"), StorageSystemRule));
@@ -49,7 +50,8 @@ TEST_F(PathEdgeCaseTest, BadInputGivesEmptyResults) {
         // empty name neither.
         for (const ustring name : {u"/x", u"\\x", u"/a/x", u"a/", u"", u"//x"}) {
             EXPECT_FALSE(path->FindFirstInScope(allEntryTypesScope, detail::SearchTarget(name, {u".tf"}), policy));
-            EXPECT_THAT(path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(name, {u".tf"}), policy), IsEmpty());
+            EXPECT_THAT(path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(name, {u".tf"}), policy),
+                        IsEmpty());
         }
         for (const ustring partial : {u"", u"\\", u"/", u"//", u"nowhere/a"})
             EXPECT_THAT(path->GetPartiallyMatchingEntries(allEntryTypesScope, partial, policy), IsEmpty());
@@ -143,11 +145,12 @@ TEST_F(PathEdgeCaseTest, AnEntryWhoseItemsOfOneNameStandApartIsListedOnceForTheN
     const auto entry = std::make_shared<const ShuffledItemsEntry>(Entry("f"));
     ASSERT_EQ(Utf8((*entry->GetPathItems())[1]->FileName()), "b.tf");
     const auto path = MakePath({entry});
-    const auto found = path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"a", {u".tf", u".tfc"}), CaseRuleTwo);
+    const auto found =
+        path->FindAllInScope(allEntryTypesScope, detail::SearchTarget(u"a", {u".tf", u".tfc"}), CaseRuleTwo);
     std::vector<std::string> names;
     for (const FoundItem& hit : found) names.push_back(Utf8(hit.GetPathItem()->FileName()));
     EXPECT_EQ(names, (std::vector<std::string>{"a.tf", "A.tfc"}));
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

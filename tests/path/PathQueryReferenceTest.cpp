@@ -84,7 +84,8 @@ protected:
         for (const WalkedEntry& w : walked) ++entriesByMain[w.mainIndex];
         std::vector<std::size_t> plain;
         std::size_t lastWithChildren = 0;
-        for (std::size_t i = 0; i < mains.size(); ++i) (entriesByMain[i] == 1 ? plain.push_back(i) : void(lastWithChildren = i));
+        for (std::size_t i = 0; i < mains.size(); ++i)
+            (entriesByMain[i] == 1 ? plain.push_back(i) : void(lastWithChildren = i));
         const auto other = [](int k, const std::vector<ustring>& stems) {
             return MemoryEntry(u"/elsewhere/m" + Utf16(std::to_string(k)), Main, stems);
         };
@@ -189,8 +190,14 @@ protected:
 TEST_P(PathQueryReferenceTest, NamesAndPartialPathnamesFindWhatTheWalkFinds) {
     for (const ustring& stem : stems) CheckFind(stem, {}, stem);
     std::mt19937_64 random(Seed());
-    std::vector<std::vector<ustring>> partials = {{u"pkg1"}, {u"+pkg1"}, {u"@cls1"}, {u"cls1"}, {u"+pkg1", u"+pkg2"},
-                                                  {u"util"}, {u"Util"}, {u"+pkg2", u"@cls1", u"@udd1"}};
+    std::vector<std::vector<ustring>> partials = {{u"pkg1"},
+                                                  {u"+pkg1"},
+                                                  {u"@cls1"},
+                                                  {u"cls1"},
+                                                  {u"+pkg1", u"+pkg2"},
+                                                  {u"util"},
+                                                  {u"Util"},
+                                                  {u"+pkg2", u"@cls1", u"@udd1"}};
     for (int i = 0; i < 25; ++i) partials.push_back(RandomParts(random));
     for (const auto& parts : partials) {
         const ustring stem = stems[random() % stems.size()];
@@ -218,7 +225,8 @@ TEST_P(PathQueryReferenceTest, FolderQueriesAndPlacesOnThePathAgreeWithTheWalk) 
                 // two separators at the start make a name absolute too.
                 const ustring location = walked[random() % walked.size()].entry->GetIRI().getPath();
                 const ustring asked = random() % 2 ? Upper(location) : location;
-                EXPECT_EQ(Describe(path->GetPartiallyMatchingEntries(scope, (random() % 2 ? u"/" : u"") + asked, policy)),
+                EXPECT_EQ(Describe(
+                              path->GetPartiallyMatchingEntries(scope, (random() % 2 ? u"/" : u"") + asked, policy)),
                           Describe(EntriesNamed(scope, asked, policy)));
             }
             for (const ustring name : {u"cls1", u"cls2", u"CLS1", u"udd1", u"@cls1", u"pkg1", u""}) {
@@ -237,7 +245,8 @@ TEST_P(PathQueryReferenceTest, FolderQueriesAndPlacesOnThePathAgreeWithTheWalk) 
         for (const WalkedEntry& w : walked) {
             const ustring upper = Upper(w.entry->GetIRI().getPath());
             const PathEntryPointer expected = policy == CaseRuleTwo ? w.entry : nullptr;
-            EXPECT_EQ(path->GetPathEntryFromAbsoluteIRI(foundation::storage::vfs::toAbsoluteIRI(u"file", upper), policy),
+            EXPECT_EQ(path->GetPathEntryFromAbsoluteIRI(foundation::storage::vfs::toAbsoluteIRI(u"file", upper),
+                                                        policy),
                       expected);
         }
     }
@@ -267,11 +276,15 @@ TEST_P(PathQueryReferenceTest, FolderQueriesAndPlacesOnThePathAgreeWithTheWalk) 
         PathEntryVector expected, visited;
         for (const WalkedEntry& w : walked)
             if (scope.contains(w.entry->GetPathEntryType())) expected.push_back(w.entry);
-        EXPECT_FALSE(path->ForEachEntry(scope, [&](const PathEntryPointer& e) { visited.push_back(e); return false; }));
+        EXPECT_FALSE(path->ForEachEntry(scope, [&](const PathEntryPointer& e) {
+            visited.push_back(e);
+            return false;
+        }));
         EXPECT_EQ(visited, expected);
     }
     int calls = 0;
-    EXPECT_TRUE(path->ConcurrentForEachEntry(allEntryTypesScope, [&](const PathEntryPointer&) { return ++calls == 5; }));
+    EXPECT_TRUE(
+        path->ConcurrentForEachEntry(allEntryTypesScope, [&](const PathEntryPointer&) { return ++calls == 5; }));
     EXPECT_EQ(calls, 5);
 }
 
@@ -282,5 +295,5 @@ INSTANTIATE_TEST_SUITE_P(Seeds, PathQueryReferenceTest,
                                     (std::get<1>(info.param) ? "Derived" : "Built");
                          });
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

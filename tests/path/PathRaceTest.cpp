@@ -52,9 +52,10 @@ TEST_F(PathRaceTest, ThreadsBuildQueryAndDropPathsOfTheSameEntriesWhileTheWorker
         threads.emplace_back([&, t] {
             for (int i = 0; i < 12; ++i) {
                 const auto path = factory->CreatePath(mains);
-                const auto own = path->FindFirstInScope(
-                    allEntryTypesScope, detail::SearchTarget(Utf16("own" + std::to_string(t * 12 + i)), {u".tf"}),
-                    CaseRuleOne);
+                const auto own =
+                    path->FindFirstInScope(allEntryTypesScope,
+                                           detail::SearchTarget(Utf16("own" + std::to_string(t * 12 + i)), {u".tf"}),
+                                           CaseRuleOne);
                 if (Holders(*path) != expected || !own || own->GetPathEntry() != mains[t * 12 + i]) ++wrong;
             }  // each path goes here, its maps to the worker
         });
@@ -79,5 +80,5 @@ TEST_F(PathRaceTest, TheWorkerEndsWhileOtherThreadsDropTheirLastPaths) {
     EXPECT_TRUE(NoPathHoldsAnEntry());
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -44,7 +44,8 @@ inline std::vector<WalkedEntry> WalkInPathOrder(const PathEntryVector& mainEntri
     std::function<void(const PathEntryPointer&, const PathEntryPointer&, std::size_t)> visit =
         [&](const PathEntryPointer& entry, const PathEntryPointer& parent, std::size_t mainIndex) {
             walked.push_back({entry, parent, mainIndex});
-            ForEachChildEntry(*entry, [&](const PathEntryPointer& child, PathEntryType) { visit(child, entry, mainIndex); });
+            ForEachChildEntry(*entry,
+                              [&](const PathEntryPointer& child, PathEntryType) { visit(child, entry, mainIndex); });
         };
     for (std::size_t i = 0; i < mainEntries.size(); ++i) visit(mainEntries[i], nullptr, i);
     return walked;
@@ -53,7 +54,7 @@ inline std::vector<WalkedEntry> WalkInPathOrder(const PathEntryVector& mainEntri
 // An entry made in memory, for trees too large to write to disk: its files
 // are the stems with ".tf", and it has no observer.
 inline PathEntryPointer MemoryEntry(const ustring& location, PathEntryType type, const std::vector<ustring>& stems,
-                             PathEntryPointer privateChild = nullptr) {
+                                    PathEntryPointer privateChild = nullptr) {
     const foundation::storage::vfs::CanonicalAbsoluteIRI iri(foundation::storage::vfs::toAbsoluteIRI(u"file", location),
                                                              ustring());
     PathItemVector items;
@@ -95,4 +96,4 @@ public:
     }
 };
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -136,5 +136,5 @@ TEST_F(PathWorkerTest, OneFactoryForEachEngineInstance) {
     EXPECT_NE(&GetCurrentPathFactory(), &factory);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -42,7 +42,8 @@ using ListedHolder = std::tuple<std::uint32_t, std::uint32_t, bool>;
 
 std::vector<ListedHolder> Listed(StemIndex::HolderRange holders) {
     std::vector<ListedHolder> listed;
-    for (const StemIndex::Holder& holder : holders) listed.emplace_back(holder.entry, holder.firstItem, holder.soleItem);
+    for (const StemIndex::Holder& holder : holders)
+        listed.emplace_back(holder.entry, holder.firstItem, holder.soleItem);
     return listed;
 }
 
@@ -155,7 +156,8 @@ TEST_F(StemIndexTest, AnIndexDerivedFromThePreviousOneEqualsOneBuiltAfresh) {
             const StemIndex fresh(entries);
             for (const ustring& stem : stems)
                 ASSERT_EQ(Listed(index->Holders(stem)), Listed(fresh.Holders(stem)))
-                    << "stem " << Utf8(stem) << ", sequence " << sequence << ", after\n" << changes.str();
+                    << "stem " << Utf8(stem) << ", sequence " << sequence << ", after\n"
+                    << changes.str();
         }
     }
     // Both ways of making an index were taken, the overlay most of the time.
@@ -163,5 +165,5 @@ TEST_F(StemIndexTest, AnIndexDerivedFromThePreviousOneEqualsOneBuiltAfresh) {
     EXPECT_GT(rebuilt, 0);
 }
 
-} // namespace
-} // namespace tfsp::test
+}  // namespace
+}  // namespace tfsp::test

@@ -37,4 +37,4 @@ void SynchronizeObservers() {
         .Synchronize();
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

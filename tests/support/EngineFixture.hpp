@@ -34,4 +34,4 @@ bool Eventually(const std::function<bool()>& condition, double seconds = 5.0);
 // observer answers for every change made before the call.
 void SynchronizeObservers();
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -51,7 +51,7 @@ std::unique_ptr<TempTree> StoredTree(const std::vector<std::string>& folders,
     return std::make_unique<TempTree>(TempTree::Kept{}, root);
 }
 
-} // namespace
+}  // namespace
 
 // The draws from the seed come in a fixed order (folders, stems, extensions),
 // and options left at their defaults draw nothing: a new option must keep it so.
@@ -81,7 +81,8 @@ GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) {
             continue;
         }
         const std::size_t name = random() % (options.mainNames.size() + 1);
-        folders.push_back("g" + std::to_string(i) + "/" + (name < options.mainNames.size() ? options.mainNames[name] : unique));
+        folders.push_back("g" + std::to_string(i) + "/" +
+                          (name < options.mainNames.size() ? options.mainNames[name] : unique));
     }
     if (mains > 0) {
         std::set<std::string> made(folders.begin(), folders.end());
@@ -95,12 +96,14 @@ GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) {
         };
         std::uniform_int_distribution<std::size_t> anyMain(0, mains - 1);
         for (std::size_t i = 0; i < packages; ++i)
-            add(nested ? nestedInside(0, folders.size(), "/+pkg") : folders[anyMain(random)] + "/+pkg" + std::to_string(i));
+            add(nested ? nestedInside(0, folders.size(), "/+pkg")
+                       : folders[anyMain(random)] + "/+pkg" + std::to_string(i));
         const std::size_t firstClass = folders.size();
         for (std::size_t i = 0; i < classes; ++i)
             add(nested ? nestedInside(0, firstClass, "/@cls") : folders[anyMain(random)] + "/@Cls" + std::to_string(i));
         const std::size_t endClass = folders.size();
-        for (std::size_t i = 0; i < udds && endClass > firstClass; ++i) add(nestedInside(firstClass, endClass, "/@udd"));
+        for (std::size_t i = 0; i < udds && endClass > firstClass; ++i)
+            add(nestedInside(firstClass, endClass, "/@udd"));
         // A folder holds one private folder at most, and one resources folder.
         const std::vector<std::size_t> holders = Shuffled(nested ? folders.size() : mains, random);
         for (std::size_t i = 0; i < std::min(share(options.privateFraction), holders.size()); ++i)
@@ -133,7 +136,9 @@ GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) {
         }
     }
 
-    std::uniform_int_distribution<std::size_t> anyExtension(0, options.extensions.empty() ? 0 : options.extensions.size() - 1);
+    std::uniform_int_distribution<std::size_t> anyExtension(0, options.extensions.empty()
+                                                                   ? 0
+                                                                   : options.extensions.size() - 1);
     std::vector<std::vector<std::string>> files(folders.size());  // names, by folder
     for (std::size_t f = 0; f < folders.size(); ++f) {
         for (const std::string& stem : stems[f])
@@ -192,4 +197,4 @@ Thornfell::PathManagement::PathEntryVector FrozenMainEntries(const GeneratedTree
     return entries;
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

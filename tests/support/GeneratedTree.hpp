@@ -102,4 +102,4 @@ std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs(const Generate
 // Frozen entries of the main folders, in order: no change watch is set up.
 Thornfell::PathManagement::PathEntryVector FrozenMainEntries(const GeneratedTree& tree);
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

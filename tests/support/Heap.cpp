@@ -25,7 +25,7 @@ void AskForALargeBlock() {
     std::free(block);
 }
 
-} // namespace
+}  // namespace
 
 void SettleHeap() {
     // One share for each thread of the pool, the calling one among them: a
@@ -44,4 +44,4 @@ void SettleHeap() {
         tbb::static_partitioner());
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -13,4 +13,4 @@ namespace tfsp::test {
 // buffer) or a cache load paid for the teardown of the round before.
 void SettleHeap();
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

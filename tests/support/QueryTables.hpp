@@ -20,8 +20,8 @@ inline constexpr pm::PathEntryType kMainTypes[] = {pm::Main};
 inline constexpr pm::PathEntryType kPackageAndMethodTypes[] = {pm::Package, pm::Method};
 inline constexpr pm::PathEntryType kBelowClassTypes[] = {pm::Private, pm::UDDClass, pm::Resources};
 inline constexpr pm::SearchScope kScopes[] = {pm::allEntryTypesScope, pm::SearchScope(kMainTypes),
-                                              pm::SearchScope(kPackageAndMethodTypes), pm::SearchScope(kBelowClassTypes),
-                                              pm::SearchScope()};
+                                              pm::SearchScope(kPackageAndMethodTypes),
+                                              pm::SearchScope(kBelowClassTypes), pm::SearchScope()};
 
 inline const std::vector<std::vector<ustring>> kExtensionLists = {{u".tf"}, {u".tfc", u".tf", u""}, {u".tfx", u""}};
 
@@ -32,10 +32,10 @@ inline pm::FoundItemView ViewOf(const boost::optional<pm::FoundItem>& found) {
     return {found->GetPathItem().get(), found->GetPathEntry().get()};
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test
 
 namespace Thornfell::PathManagement {
 inline void PrintTo(const FoundItemView& view, std::ostream* out) {
     *out << "{item " << view.item << ", entry " << view.entry << "}";
 }
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

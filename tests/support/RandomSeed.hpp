@@ -12,4 +12,4 @@ inline std::uint64_t SeedFromEnvironment(const char* variable) {
     return std::random_device{}();
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -32,7 +32,7 @@ std::string resolved(const std::string& path) {
     return result;
 }
 
-} // namespace
+}  // namespace
 
 TempTree::TempTree(const std::string& prefix) {
     const char* tmp = std::getenv("TMPDIR");
@@ -113,4 +113,4 @@ bool permissionsAreEnforced() {
     return false;
 }
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -48,4 +48,4 @@ private:
 // Whether permission bits stop this process (not so for root).
 bool permissionsAreEnforced();
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

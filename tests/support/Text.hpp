@@ -9,4 +9,4 @@ namespace tfsp::test {
 std::string Utf8(const ustring& text);
 ustring Utf16(const std::string& text);
 
-} // namespace tfsp::test
+}  // namespace tfsp::test

@@ -26,7 +26,7 @@ struct stat StatOf(const std::string& path, const std::string& label, const char
     return info;
 }
 
-} // namespace
+}  // namespace
 
 std::string AbsolutePath(const std::string& argument) {
     if (argument.empty()) throw BadInput("an empty path");
@@ -54,4 +54,4 @@ void RequireFile(const std::string& path, const std::string& label) {
         throw BadInput((label.empty() ? path : label) + ": a folder, not a file");
 }
 
-} // namespace tfpath
+}  // namespace tfpath

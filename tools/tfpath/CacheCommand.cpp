@@ -64,8 +64,7 @@ void RequireFolderBelow(const std::string& folder, const std::string& root) {
     const auto canonicalFolder = std::filesystem::canonical(AbsolutePath(folder), error);
     if (error) throw BadInput(folder + ": " + error.message());
     const auto relative = canonicalFolder.lexically_relative(canonicalRoot);
-    if (relative.empty() || *relative.begin() == "..")
-        throw BadInput(folder + ": lies outside the root " + root);
+    if (relative.empty() || *relative.begin() == "..") throw BadInput(folder + ": lies outside the root " + root);
     if (relative == ".") throw BadInput(folder + ": is the root itself; a cache holds the folders below it");
 }
 
@@ -79,7 +78,8 @@ void AddWriteCommand(CLI::App& cache, const GlobalOptions& global) {
         "write", "put folders on a path, then write the cache of those below --root; nothing is written when a "
                  "folder is refused");
     command->add_option("FILE", options->file, "the cache file to write")->required();
-    command->add_option("DIR", options->folders, "the folders to put on the path; all plain folders of the root if none");
+    command->add_option("DIR", options->folders,
+                        "the folders to put on the path; all plain folders of the root if none");
     command->callback([options, &global] {
         const std::string root = CacheRoot(global, "cache write");
         for (const auto& folder : options->folders) RequireFolderBelow(folder, root);
@@ -125,7 +125,8 @@ void AddCheckCommand(CLI::App& cache) {
         if (!in) throw BadInput(options->file + ": can't be opened");
         const CacheCheck check = CheckCacheFile(in);
         if (check.faultAt)
-            throw BadInput(options->file + ": not a toolbox cache file: fault at byte " + std::to_string(*check.faultAt));
+            throw BadInput(options->file + ": not a toolbox cache file: fault at byte " +
+                           std::to_string(*check.faultAt));
         if (options->json)
             std::cout << JsonText(nlohmann::ordered_json{{"file", AbsolutePath(options->file)},
                                                          {"folderCount", check.folders},
@@ -137,13 +138,13 @@ void AddCheckCommand(CLI::App& cache) {
     });
 }
 
-} // namespace
+}  // namespace
 
 void WriteCacheFile(const std::string& file, const std::string& root, foundation::core::except::Notification& leftOut) {
     RequireFolder(root);
     try {
         WriteToolboxPathCache(GetIRIFromString(AbsoluteFolderArgument(file)), ArgumentIRI(root), GetPathEntryFactory(),
-                          &leftOut);
+                              &leftOut);
     } catch (const UnableToSaveToolboxCacheException& e) {
         throw BadInput(e.what());
     }
@@ -187,4 +188,4 @@ void AddCacheCommand(CLI::App& app, const GlobalOptions& global) {
     AddCheckCommand(*cache);
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -27,11 +27,11 @@ void WriteCacheFile(const std::string& file, const std::string& root, foundation
 void LoadCacheFile(const std::string& file, const std::string& root);
 
 struct CacheCheck {
-    std::size_t folders = 0;                 // folder elements, nested ones too
-    std::size_t files = 0;                   // file lines
-    std::optional<std::streamoff> faultAt;   // the byte offset of the first fault
+    std::size_t folders = 0;                // folder elements, nested ones too
+    std::size_t files = 0;                  // file lines
+    std::optional<std::streamoff> faultAt;  // the byte offset of the first fault
 };
 // Reads a cache file from `in` without building anything.
 CacheCheck CheckCacheFile(std::istream& in);
 
-} // namespace tfpath
+}  // namespace tfpath

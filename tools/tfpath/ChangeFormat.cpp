@@ -76,7 +76,7 @@ nlohmann::ordered_json FileList(const std::string& folder, const std::vector<std
     return list;
 }
 
-} // namespace
+}  // namespace
 
 const char* StageName(PathChangeEvent::Stage stage) {
     switch (stage) {
@@ -133,7 +133,8 @@ std::vector<std::string> DescribeFolderChanges(const PathChangeEvent& event,
     return lines;
 }
 
-nlohmann::ordered_json FolderChangesToJson(const PathChangeEvent& event, const std::vector<RefreshedFolder>& refreshed) {
+nlohmann::ordered_json FolderChangesToJson(const PathChangeEvent& event,
+                                           const std::vector<RefreshedFolder>& refreshed) {
     const Lists& search = event.GetSearchPathDifferences();
     nlohmann::ordered_json object{{"added", FolderList(*search.added)},
                                   {"removed", FolderList(*search.removed)},
@@ -149,4 +150,4 @@ nlohmann::ordered_json FolderChangesToJson(const PathChangeEvent& event, const s
     return object;
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -36,4 +36,4 @@ std::vector<std::string> DescribeFolderChanges(const Thornfell::PathManagement::
 nlohmann::ordered_json FolderChangesToJson(const Thornfell::PathManagement::PathChangeEvent& event,
                                            const std::vector<RefreshedFolder>& refreshed);
 
-} // namespace tfpath
+}  // namespace tfpath

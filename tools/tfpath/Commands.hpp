@@ -11,9 +11,9 @@ namespace tfpath {
 
 // Settings every command shares; applied before a command runs.
 struct GlobalOptions {
-    std::string installRoot;           // --root
-    std::vector<std::string> features; // --feature component|gup|zpm
-    bool verbose = false;              // --verbose: diagnostic log to stderr
+    std::string installRoot;            // --root
+    std::vector<std::string> features;  // --feature component|gup|zpm
+    bool verbose = false;               // --verbose: diagnostic log to stderr
 };
 
 void AddListCommand(CLI::App& app, const GlobalOptions& global);
@@ -47,4 +47,4 @@ void RequireFolders(const std::vector<std::string>& paths);
 
 std::string ToUtf8(const ustring& text);
 
-} // namespace tfpath
+}  // namespace tfpath

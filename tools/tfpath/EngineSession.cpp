@@ -39,4 +39,4 @@ std::size_t EngineSession::SetPathFolders(const std::vector<std::string>& folder
     return notification.size();
 }
 
-} // namespace tfpath
+}  // namespace tfpath

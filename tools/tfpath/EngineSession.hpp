@@ -26,4 +26,4 @@ private:
     std::unique_ptr<Thornfell::PathManagement::ISearchPathSession> session_;
 };
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -31,7 +31,8 @@ void AddEntryCommand(CLI::App& app, const GlobalOptions& global) {
         try {
             entry = GetPathEntryFactory().GetPathEntry(GetIRIFromString(AbsoluteFolderArgument(options->folder)));
         } catch (const foundation::storage::vfs::Exception& e) {
-            throw BadInput(options->folder + ": can't be read (storage error " + std::to_string(e.getErrorCode()) + ")");
+            throw BadInput(options->folder + ": can't be read (storage error " + std::to_string(e.getErrorCode()) +
+                           ")");
         }
         const nlohmann::ordered_json json = EntryToJson(*entry);
         if (options->json)
@@ -46,4 +47,4 @@ void AddEntryCommand(CLI::App& app, const GlobalOptions& global) {
     });
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -52,7 +52,7 @@ nlohmann::ordered_json TreeJson(const IPathEntry& entry) {
     return children;
 }
 
-} // namespace
+}  // namespace
 
 nlohmann::ordered_json EntryToJson(const IPathEntry& entry) {
     nlohmann::ordered_json files = nlohmann::ordered_json::array();
@@ -62,7 +62,8 @@ nlohmann::ordered_json EntryToJson(const IPathEntry& entry) {
                          {"stem", ToUtf8(item->stem)},
                          {"extension", ToUtf8(item->extension)}});
     nlohmann::ordered_json children = nlohmann::ordered_json::array();
-    ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { children.push_back(EntryToJson(*child)); });
+    ForEachChildEntry(entry,
+                      [&](const PathEntryPointer& child, PathEntryType) { children.push_back(EntryToJson(*child)); });
     nlohmann::ordered_json object = FolderJson(entry);
     object["files"] = std::move(files);
     object["entries"] = std::move(children);
@@ -104,4 +105,4 @@ void PrintSearchPath(std::ostream& out, const IPath& path, bool tree, bool json)
     }
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -28,4 +28,4 @@ void PrintEntry(std::ostream& out, const Thornfell::PathManagement::IPathEntry& 
 // with `tree`, the entries below each ("entries": [{"folder", "type"}]).
 void PrintSearchPath(std::ostream& out, const Thornfell::PathManagement::IPath& path, bool tree, bool json);
 
-} // namespace tfpath
+}  // namespace tfpath

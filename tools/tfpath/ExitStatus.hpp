@@ -25,4 +25,4 @@ public:
 // error what it didn't find, and has printed what its --json form prints.
 inline CLI::RuntimeError NothingFound() { return CLI::RuntimeError(kNothingFound); }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -21,4 +21,4 @@ void ApplyGlobalOptions(const GlobalOptions& global) {
     if (global.verbose) foundation::log::enableConsoleOutput(64);
 }
 
-} // namespace tfpath
+}  // namespace tfpath

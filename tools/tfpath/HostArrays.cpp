@@ -10,8 +10,7 @@ matrix::unique_array_ptr TextArgument(const std::string& text) { return matrix::
 
 std::string TextOf(const qvArray_tag* array) {
     if (!array) return "";
-    if (matrix::getClassID(*array) == matrix::ClassID::Char)
-        return fl::i18n::ustring_to_utf8(matrix::getChars(*array));
+    if (matrix::getClassID(*array) == matrix::ClassID::Char) return fl::i18n::ustring_to_utf8(matrix::getChars(*array));
     const auto strings = matrix::getStrings(*array);
     return strings.size() == 1 && strings.front() ? fl::i18n::ustring_to_utf8(*strings.front()) : "";
 }
@@ -29,4 +28,4 @@ void RunHostCommand(const std::function<void()>& command) {
     }
 }
 
-} // namespace tfpath
+}  // namespace tfpath

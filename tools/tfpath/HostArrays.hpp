@@ -21,4 +21,4 @@ std::string Describe(const foundation::core::except::MessageException& exception
 // host refuses the input), printed on standard error as the host shows it.
 void RunHostCommand(const std::function<void()>& command);
 
-} // namespace tfpath
+}  // namespace tfpath

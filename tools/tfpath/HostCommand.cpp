@@ -81,13 +81,15 @@ void AddCanonicalize(CLI::App& app, const GlobalOptions& global) {
     command->callback([options, &global] {
         ApplyGlobalOptions(global);
         EngineSession session(options->cd);
-        const auto input = options->string ? Thornfell::String::createStringArray(fl::i18n::utf8_to_ustring(options->path))
-                                           : TextArgument(options->path);
+        const auto input = options->string
+                               ? Thornfell::String::createStringArray(fl::i18n::utf8_to_ustring(options->path))
+                               : TextArgument(options->path);
         const qvArray_tag* inputs[] = {input.get()};
         matrix::OutputSlots outputs;
         RunHostCommand([&] { HiddenCanonicalizepath(1, outputs.data(), 1, inputs); });
         if (options->json)
-            std::cout << JsonText(nlohmann::ordered_json{{"input", options->path}, {"canonical", TextOf(outputs[0])}}, 2)
+            std::cout << JsonText(nlohmann::ordered_json{{"input", options->path}, {"canonical", TextOf(outputs[0])}},
+                                  2)
                       << "\n";
         else
             std::cout << TextOf(outputs[0]) << "\n";
@@ -102,7 +104,8 @@ void AddPolicy(CLI::App& app, const GlobalOptions& global) {
     };
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("policy", "set an observer policy and print the one before it");
-    command->add_option("POLICY", options->which, "remote (folders on network file systems) or warning (no change handle)")
+    command
+        ->add_option("POLICY", options->which, "remote (folders on network file systems) or warning (no change handle)")
         ->required()
         ->check(CLI::IsMember({"remote", "warning"}));
     command->add_option("VALUE", options->value,
@@ -116,14 +119,15 @@ void AddPolicy(CLI::App& app, const GlobalOptions& global) {
         const auto run = options->which == "remote" ? FeatureRemotePathPolicy : FeatureDirChangeHandleWarn;
         RunHostCommand([&] { run(1, outputs.data(), 1, inputs); });
         if (options->json)
-            std::cout << JsonText(nlohmann::ordered_json{{"policy", options->which}, {"previous", TextOf(outputs[0])}}, 2)
+            std::cout << JsonText(nlohmann::ordered_json{{"policy", options->which}, {"previous", TextOf(outputs[0])}},
+                                  2)
                       << "\n";
         else
             std::cout << TextOf(outputs[0]) << "\n";
     });
 }
 
-} // namespace
+}  // namespace
 
 void AddHostCommands(CLI::App& app, const GlobalOptions& global) {
     AddDump(app, global);
@@ -131,4 +135,4 @@ void AddHostCommands(CLI::App& app, const GlobalOptions& global) {
     AddPolicy(app, global);
 }
 
-} // namespace tfpath
+}  // namespace tfpath

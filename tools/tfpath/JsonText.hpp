@@ -15,4 +15,4 @@ std::string JsonText(const Json& value, int indent = -1) {
     return value.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-} // namespace tfpath
+}  // namespace tfpath

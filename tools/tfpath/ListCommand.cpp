@@ -19,7 +19,8 @@ void AddListCommand(CLI::App& app, const GlobalOptions& global) {
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("ls", "list a folder as the storage layer sees it; status 1 when it is empty");
+    CLI::App* command =
+        app.add_subcommand("ls", "list a folder as the storage layer sees it; status 1 when it is empty");
     command->add_option("DIR", options->folder, "the folder")->required();
     command->add_flag("--json", options->json, "print JSON");
     command->callback([options, &global] {
@@ -30,7 +31,8 @@ void AddListCommand(CLI::App& app, const GlobalOptions& global) {
                                      OrvianStorageSystem::GetStorageSystemReference());
             const std::string path = ToUtf8(folder.getCanonicalLocation().getPath());
             const std::string prefix = path.ends_with('/') ? path : path + "/";
-            nlohmann::ordered_json out{{"folder", path}, {"files", nlohmann::ordered_json::array()},
+            nlohmann::ordered_json out{{"folder", path},
+                                       {"files", nlohmann::ordered_json::array()},
                                        {"folders", nlohmann::ordered_json::array()}};
             for (const auto& file : folder.listFiles(ustring())) {
                 const std::string name = ToUtf8(file.getName());
@@ -53,9 +55,10 @@ void AddListCommand(CLI::App& app, const GlobalOptions& global) {
                 throw NothingFound();
             }
         } catch (const vfs::Exception& e) {
-            throw BadInput(options->folder + ": can't be listed (storage error " + std::to_string(e.getErrorCode()) + ")");
+            throw BadInput(options->folder + ": can't be listed (storage error " + std::to_string(e.getErrorCode()) +
+                           ")");
         }
     });
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -46,7 +46,8 @@ void ListPackages(ScriptSession& session, bool json) {
         return;
     }
     for (const auto& package : list)
-        session.out() << "package " << package["name"].get<std::string>() << " " << package["version"].get<std::string>()
+        session.out() << "package " << package["name"].get<std::string>() << " "
+                      << package["version"].get<std::string>()
                       << (package["managed"].get<bool>() ? " managed" : " unmanaged")
                       << (package["onPath"].get<bool>() ? " on-path " : " off-path ")
                       << package["folder"].get<std::string>() << "\n";
@@ -58,7 +59,9 @@ void ChangeRegistry(ScriptSession& session, const std::string& done,
                     const std::function<OrvianComponents::ComponentIdentifier(registry::PackageRegistrar&)>& change) {
     // The host installs the coordinator once; later calls keep the first.
     InstallPackagesOnPathCoordinator(*foundation::msg_svc::eventmgr::getEngineEventMgr(), session.manager(),
-                                     [&session](const foundation::core::except::Notification& n) { session.Report(n); });
+                                     [&session](const foundation::core::except::Notification& n) {
+                                         session.Report(n);
+                                     });
     OrvianComponents::ComponentIdentifier id(u"", {}, {});
     try {
         id = change(registry::GetPackageRegistrarForUpdate());
@@ -100,7 +103,7 @@ void PackageCommand(ScriptSession& session, Words words) {
     }
 }
 
-} // namespace
+}  // namespace
 
 void AddPackageSessionCommands(SessionCommandTable& table) {
     table["package"] = {PackageCommand,
@@ -110,4 +113,4 @@ void AddPackageSessionCommands(SessionCommandTable& table) {
                          {"package list [--json]", "name, version, managed, on the path or not, root"}}};
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -7,4 +7,4 @@ namespace tfpath {
 // package install|update|remove|list.
 void AddPackageSessionCommands(SessionCommandTable& table);
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -34,4 +34,4 @@ void AddPathCommand(CLI::App& app, const GlobalOptions& global) {
     });
 }
 
-} // namespace tfpath
+}  // namespace tfpath

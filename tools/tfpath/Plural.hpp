@@ -10,4 +10,4 @@ inline std::string Counted(std::size_t count, std::string_view noun) {
     return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -85,4 +85,4 @@ void PrintFound(std::ostream& out, const std::vector<FoundItem>& found, bool all
     out << JsonText(value, 2) << "\n";
 }
 
-} // namespace tfpath
+}  // namespace tfpath

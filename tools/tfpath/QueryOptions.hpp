@@ -38,7 +38,6 @@ std::vector<Thornfell::PathManagement::FoundItem> FindFiles(const Thornfell::Pat
 // What FindFiles found, on `out`: one file a line, or JSON: with `all` an
 // array of FoundToJson objects, else one such object, or null when nothing
 // was found.
-void PrintFound(std::ostream& out, const std::vector<Thornfell::PathManagement::FoundItem>& found, bool all,
-                bool json);
+void PrintFound(std::ostream& out, const std::vector<Thornfell::PathManagement::FoundItem>& found, bool all, bool json);
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -107,7 +107,7 @@ void RunLine(ScriptSession& session, const std::string& line) {
     }
 }
 
-} // namespace
+}  // namespace
 
 void AddRunCommand(CLI::App& app, const GlobalOptions& global) {
     auto file = std::make_shared<std::string>();
@@ -147,4 +147,4 @@ void AddRunCommand(CLI::App& app, const GlobalOptions& global) {
     });
 }
 
-} // namespace tfpath
+}  // namespace tfpath

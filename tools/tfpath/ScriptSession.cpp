@@ -62,9 +62,7 @@ void ScriptSession::ShowEvents(bool on) {
         });
 }
 
-bool TakeFlag(std::vector<std::string>& words, const std::string& flag) {
-    return std::erase(words, flag) > 0;
-}
+bool TakeFlag(std::vector<std::string>& words, const std::string& flag) { return std::erase(words, flag) > 0; }
 
 std::optional<std::string> TakeOption(std::vector<std::string>& words, const std::string& option) {
     const auto it = std::find(words.begin(), words.end(), option);
@@ -80,4 +78,4 @@ void RefuseOptions(const std::vector<std::string>& words, const std::string& com
         if (word.starts_with("--")) throw SessionError(command + ": unknown option '" + word + "'");
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -99,4 +99,4 @@ std::optional<std::string> TakeOption(std::vector<std::string>& words, const std
 // SessionError for a word left over that looks like an option.
 void RefuseOptions(const std::vector<std::string>& words, const std::string& command);
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -34,10 +34,10 @@ void RunCache(ScriptSession& session, const std::vector<std::string>& words) {
     }
 }
 
-} // namespace
+}  // namespace
 
 void AddCacheSessionCommands(SessionCommandTable& table) {
     table["cache"] = {RunCache, {{"cache write|load FILE ROOT", "the toolbox cache of the folders below ROOT"}}};
 }
 
-} // namespace tfpath
+}  // namespace tfpath

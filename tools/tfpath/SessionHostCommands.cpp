@@ -42,11 +42,12 @@ void PackagesAfter(ScriptSession& session, const std::vector<std::string>& words
     PrintList(session, "back:", outputs[1].get());
 }
 
-} // namespace
+}  // namespace
 
 void AddHostSessionCommands(SessionCommandTable& table) {
-    table["packages-after"] = {
-        PackagesAfter, {{"packages-after STAMP", "folders of the packages installed after STAMP (--feature zpm)"}}};
+    table["packages-after"] = {PackagesAfter,
+                               {{"packages-after STAMP",
+                                 "folders of the packages installed after STAMP (--feature zpm)"}}};
 }
 
-} // namespace tfpath
+}  // namespace tfpath

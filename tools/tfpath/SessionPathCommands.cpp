@@ -89,7 +89,8 @@ void PathCommand(ScriptSession& session, Words words) {
         RefuseOptions(words, "path remove");
         std::vector<AbsoluteIRI> notOnPath;
         const auto rest = PathWithout(session, FolderArguments(session, words, 1, "path remove"), &notOnPath);
-        for (const auto& folder : notOnPath) session.err() << "note: " << ToUtf8(GetStringFromIRI(folder)) << " is not on the path\n";
+        for (const auto& folder : notOnPath)
+            session.err() << "note: " << ToUtf8(GetStringFromIRI(folder)) << " is not on the path\n";
         session.SetPathFolders(rest);
     } else if (sub == "show") {
         const bool tree = TakeFlag(words, "--tree");
@@ -101,7 +102,8 @@ void PathCommand(ScriptSession& session, Words words) {
         const auto folders = session.manager().GetPathFolders();
         session.out() << "path folders, " << folders->size() << ":\n";
         std::size_t position = 0;
-        for (const auto& folder : *folders) session.out() << "  " << ++position << "  " << ToUtf8(GetStringFromIRI(folder)) << "\n";
+        for (const auto& folder : *folders)
+            session.out() << "  " << ++position << "  " << ToUtf8(GetStringFromIRI(folder)) << "\n";
     } else {
         throw SessionError("path: unknown subcommand '" + sub + "'");
     }
@@ -186,7 +188,7 @@ void MementoCommand(ScriptSession& session, const Words& words) {
     }
 }
 
-} // namespace
+}  // namespace
 
 void AddPathSessionCommands(SessionCommandTable& table) {
     table["path"] = {PathCommand,
@@ -206,4 +208,4 @@ void AddPathSessionCommands(SessionCommandTable& table) {
     table["memento"] = {MementoCommand, {{"memento save|restore NAME", "save the path, or go back to it"}}};
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -20,4 +20,4 @@ void AddVersionCommand(CLI::App& app) {
     });
 }
 
-} // namespace tfpath
+}  // namespace tfpath

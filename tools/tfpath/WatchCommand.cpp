@@ -80,7 +80,7 @@ std::vector<std::string> ExistingFolders(const std::vector<std::string>& folders
     return existing;
 }
 
-} // namespace
+}  // namespace
 
 void AddWatchCommand(CLI::App& app, const GlobalOptions& global) {
     struct Options {
@@ -90,8 +90,8 @@ void AddWatchCommand(CLI::App& app, const GlobalOptions& global) {
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand(
-        "watch", "put the folders on a path and print what each refresh changed, until Ctrl-C");
+    CLI::App* command =
+        app.add_subcommand("watch", "put the folders on a path and print what each refresh changed, until Ctrl-C");
     command->add_option("DIR", options->folders, "folders of the path, in order")->required();
     command->add_option("--cd", options->cd, "the working folder (default: the process's)");
     command->add_option("--interval", options->interval, "milliseconds between refreshes, 1 to 86400000")
@@ -141,4 +141,4 @@ void AddWatchCommand(CLI::App& app, const GlobalOptions& global) {
     });
 }
 
-} // namespace tfpath
+}  // namespace tfpath

@@ -21,23 +21,27 @@ void AddWhichCommand(CLI::App& app, const GlobalOptions& global) {
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("which", "find the file that a name stands for on a path of the given folders");
-    command->add_option("NAME", options->query.name,
-                        "the name, without extension; a partial pathname (+pkg/name, @Cls/name, private/name) or a "
-                        "package function's dotted name (pkg.name) reaches those folders")
+    CLI::App* command =
+        app.add_subcommand("which", "find the file that a name stands for on a path of the given folders");
+    command
+        ->add_option("NAME", options->query.name,
+                     "the name, without extension; a partial pathname (+pkg/name, @Cls/name, private/name) or a "
+                     "package function's dotted name (pkg.name) reaches those folders")
         ->required();
     command->add_option("DIR", options->folders, "the folders, in order; without any, the working folder alone");
-    command->add_option("--ext", options->query.extensions,
-                        "extensions in order of preference, comma separated; an empty element is no extension")
+    command
+        ->add_option("--ext", options->query.extensions,
+                     "extensions in order of preference, comma separated; an empty element is no extension")
         ->capture_default_str();
     command->add_option("--policy", options->query.policy, "name matching: exact, fold or storage")
         ->check(CLI::IsMember({"exact", "fold", "storage"}))
         ->capture_default_str();
     command->add_flag("--all", options->query.all, "list every file the name finds, in order");
     command->add_flag("--json", options->json, "print JSON: the file's object, null, or with --all an array");
-    CLI::Option* scope = command->add_option(
-        "--scope", options->scope,
-        std::string("look for NAME itself in these entry types, comma separated: ") + kEntryTypeNames);
+    CLI::Option* scope =
+        command->add_option("--scope", options->scope,
+                            std::string("look for NAME itself in these entry types, comma separated: ") +
+                                kEntryTypeNames);
     command->add_option("--cd", options->cd, "the working folder, put first on the path");
     command->callback([options, scope, &global] {
         ApplyGlobalOptions(global);
@@ -61,4 +65,4 @@ void AddWhichCommand(CLI::App& app, const GlobalOptions& global) {
     });
 }
 
-} // namespace tfpath
+}  // namespace tfpath

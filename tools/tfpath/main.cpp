@@ -32,7 +32,7 @@ int Refuse(const CLI::App& app, const CLI::ParseError& e) {
     return tfpath::kFailed;
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     CLI::App app{"tfpath: folders, entries and name lookup as the search path sees them"};

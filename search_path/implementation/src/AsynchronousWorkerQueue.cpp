@@ -59,4 +59,4 @@ void AsynchronousWorkerQueue::WaitUntilIdle() {
     }
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -84,4 +84,4 @@ void AsynchronousWorkerQueue::Enqueue(std::packaged_task<R()>&& task) noexcept {
     }
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -11,7 +11,7 @@ namespace {
     throw foundation::core::except::MessageException(refusal.Message());
 }
 
-} // namespace
+}  // namespace
 
 ustring_view GetTextArgument(const qvArray_tag* argument, bool strict) {
     if (!argument) RefuseText(MessageIds::string::MustBeStringScalarOrCharacterVector);
@@ -33,4 +33,4 @@ void RaiseMessage(resource_core::BaseMsgID message) {
     throw exception;
 }
 
-} // namespace Thornfell::PathManagement::detail
+}  // namespace Thornfell::PathManagement::detail

@@ -17,4 +17,4 @@ ustring_view GetTextArgument(const qvArray_tag* argument, bool strict);
 // Reports the message to the host and throws it.
 [[noreturn]] void RaiseMessage(resource_core::BaseMsgID message);
 
-} // namespace Thornfell::PathManagement::detail
+}  // namespace Thornfell::PathManagement::detail

@@ -50,7 +50,8 @@ PathEntryPointer CreateCurrentFolderEntry(const IPathEntryFactory& entryFactory,
                                           const std::optional<ComponentIdentifier>& component,
                                           const IModularPackageRegistry& registry) {
     FL_FUNCTION_TRACE(currentFolderLogger);
-    currentFolderLogger.write(2, " currentFolderIri.toString()=" + fl::i18n::ustring_to_utf8(currentFolderIri.toString()));
+    currentFolderLogger.write(2,
+                              " currentFolderIri.toString()=" + fl::i18n::ustring_to_utf8(currentFolderIri.toString()));
     if (component) {
         // Inside a component the component's own entry stands, whatever its
         // kind. A registry that has no entry for the folder leaves it to the
@@ -60,7 +61,8 @@ PathEntryPointer CreateCurrentFolderEntry(const IPathEntryFactory& entryFactory,
     }
     try {
         PathEntryPointer entry = entryFactory.CreateUpdatedPathEntry(currentFolderIri, folderMonitor);
-        if (entry->GetPathEntryType() == Private) return std::make_shared<PrivateToMainEntryDecorator>(std::move(entry));
+        if (entry->GetPathEntryType() == Private)
+            return std::make_shared<PrivateToMainEntryDecorator>(std::move(entry));
         return entry;
     } catch (const foundation::storage::vfs::Exception&) {
         // The folder keeps its place even though it can't be read.
@@ -89,7 +91,7 @@ std::shared_ptr<const IPath> CreateCurrentFolderPath(const IPathFactory& pathFac
     return pathFactory.CreatePath({});
 }
 
-} // namespace
+}  // namespace
 
 bool SameComponent(const std::optional<ComponentIdentifier>& a, const std::optional<ComponentIdentifier>& b) {
     if (a.has_value() != b.has_value()) return false;
@@ -143,7 +145,9 @@ void CurrentFolderPathManager::HandleCurrentFolderChanged(const CanonicalAbsolut
     MakeCurrent(folder);
     folderChangedSignal(oldPath, oldComponent);
     if (!SameComponent(oldComponent, currentComponent))
-        eventManager->publish(boost::make_shared<CurrentFolderComponentHasBeenChangedEvent>(oldComponent, currentComponent), 0);
+        eventManager->publish(boost::make_shared<CurrentFolderComponentHasBeenChangedEvent>(oldComponent,
+                                                                                            currentComponent),
+                              0);
 }
 
 void CurrentFolderPathManager::HandleModularPackageRegistryChanged() {
@@ -178,4 +182,4 @@ void CurrentFolderPathManager::RestoreMemento(const CurrentFolderMemento& mement
     currentComponent = memento.component;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -19,7 +19,9 @@ public:
                              const IFolderMonitor& folderMonitor,
                              const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);
 
-    std::optional<OrvianComponents::ComponentIdentifier> GetCurrentFolderComponent() const override { return currentComponent; }
+    std::optional<OrvianComponents::ComponentIdentifier> GetCurrentFolderComponent() const override {
+        return currentComponent;
+    }
     std::shared_ptr<const IPath> GetCurrentFolderPath() const override { return currentPath; }
     std::shared_ptr<const IPath> GetCurrentFolderPathForMainPath(const IPath& mainPath) const override;
     void ConnectCurrentFolderChangedHandler(ChangedHandler handler) override;
@@ -36,9 +38,10 @@ private:
     // and makes them current.
     void MakeCurrent(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);
 
-    using FolderChangedSignal = boost::signals2::signal<
-        void(const std::shared_ptr<const IPath>&, const std::optional<OrvianComponents::ComponentIdentifier>&),
-        boost::signals2::optional_last_value<void>, int>;
+    using FolderChangedSignal =
+        boost::signals2::signal<void(const std::shared_ptr<const IPath>&,
+                                     const std::optional<OrvianComponents::ComponentIdentifier>&),
+                                boost::signals2::optional_last_value<void>, int>;
 
     boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager;
     foundation::msg_svc::eventmgr::ScopedConnection folderChangeConnection;
@@ -57,4 +60,4 @@ private:
 bool SameComponent(const std::optional<OrvianComponents::ComponentIdentifier>& a,
                    const std::optional<OrvianComponents::ComponentIdentifier>& b);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

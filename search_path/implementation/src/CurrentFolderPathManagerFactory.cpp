@@ -14,4 +14,4 @@ std::unique_ptr<ICurrentFolderPathManager> CurrentFolderPathManagerFactory::Crea
                                                       folderMonitor, folder);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

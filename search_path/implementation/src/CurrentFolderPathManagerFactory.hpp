@@ -20,7 +20,8 @@ public:
 
     // Policy 0 follows the working folder of this moment; any other gives
     // the null manager.
-    std::unique_ptr<ICurrentFolderPathManager> CreateCurrentFolderPathManager(CurrentFolderPolicy policy) const override;
+    std::unique_ptr<ICurrentFolderPathManager> CreateCurrentFolderPathManager(
+        CurrentFolderPolicy policy) const override;
 
 private:
     boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> eventManager;
@@ -30,4 +31,4 @@ private:
     const IFolderMonitor& folderMonitor;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

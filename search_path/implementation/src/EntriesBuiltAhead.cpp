@@ -49,4 +49,4 @@ void EntriesBuiltAhead::GiveWarningsOf(const foundation::storage::vfs::Canonical
     heldWarnings_.erase(held);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

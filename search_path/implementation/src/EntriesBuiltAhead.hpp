@@ -53,4 +53,4 @@ private:
 // while it waits for the loop.
 void ForEachFolderAhead(std::size_t count, const std::function<void(std::size_t)>& body);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -59,7 +59,7 @@ FolderMonitorState& GetFolderMonitorState() {
     if (auto* state = Store::find<FolderMonitorState>(id)) return *state;
     return Store::findOrInsert<FolderMonitorState>(id, [] { return std::make_unique<FolderMonitorState>(); });
 }
-} // namespace
+}  // namespace
 
 IFolderMonitor& GetFolderMonitor() {
     auto& state = GetFolderMonitorState();
@@ -77,4 +77,4 @@ void SetFolderMonitor(std::unique_ptr<IFolderMonitor>&& monitor) {
     state.monitor = std::move(monitor);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -16,7 +16,8 @@ public:
     FolderMonitor(std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> installRoot,
                   std::shared_ptr<const IPath> path, PackageRegistry::IPackageRegistrar& packageRegistrar);
 
-    FolderMonitoringState GetFolderMonitoringState(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const override;
+    FolderMonitoringState GetFolderMonitoringState(
+        const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const override;
     FolderMonitoringState GetParentFolderMonitoringState(
         const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const override;
     // Both throw PackageFolderMonitoringChangeException for a folder of a package.
@@ -27,10 +28,11 @@ public:
 private:
     bool IsFolderOfPackage(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const;
 
-    std::unordered_set<foundation::storage::vfs::CanonicalAbsoluteIRI, foundation::storage::vfs::AbsoluteIRIHash> frozenFolders;
+    std::unordered_set<foundation::storage::vfs::CanonicalAbsoluteIRI, foundation::storage::vfs::AbsoluteIRIHash>
+        frozenFolders;
     const std::optional<foundation::storage::vfs::CanonicalAbsoluteIRI> installRoot;
     std::shared_ptr<const IPath> path;
     PackageRegistry::IPackageRegistrar& packageRegistrar;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -57,7 +57,7 @@ constexpr std::array<ustring_view, 3> kRemotePolicyNames{u"Reload", u"TimecheckD
 
 std::string Narrow(const AbsoluteIRI& iri) { return fl::i18n::ustring_to_utf8(iri.toString()); }
 
-} // namespace
+}  // namespace
 
 void FeatureCachePath(int outputCount, qvArray_tag**, int inputCount, qvArray_tag**) {
     if (outputCount > 0) matrix::detail::error_maxlhs();
@@ -75,7 +75,8 @@ void FeatureCachePath(int outputCount, qvArray_tag**, int inputCount, qvArray_ta
         WriteToolboxPathCache(cacheIri, rootIri, GetPathEntryFactory(), &leftOut);
         for (const auto& message : leftOut) qvWarningMsgId(message);
     } catch (const UnableToSaveToolboxCacheException&) {
-        RaiseMessage(MessageIds::CachePath::FailedToSave.Message({fl::filesystem::codecvt_narrow_string_to_ustring(cacheFile)}));
+        RaiseMessage(
+            MessageIds::CachePath::FailedToSave.Message({fl::filesystem::codecvt_narrow_string_to_ustring(cacheFile)}));
     }
 }
 
@@ -136,4 +137,4 @@ void HiddenCanonicalizepath(int outputCount, qvArray_tag** outputs, int inputCou
         outputs[0] = matrix::to_orvian(Thornfell::String::createStringArray(result));
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -6,4 +6,4 @@ namespace Thornfell::PathManagement {
 // a new version rebuilds one file.
 const char* LibraryVersion() noexcept { return TFSP_VERSION; }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -56,7 +56,8 @@ CanonicalFolderVector UniqueFolders(const CanonicalFolderRange& folders) {
 // Drops null entries and later entries of a folder already kept.
 void KeepFirstOfEachFolder(PathEntryVector& entries) {
     IRISet seen;
-    std::erase_if(entries, [&seen](const PathEntryPointer& entry) { return !entry || !seen.insert(entry->GetIRI()).second; });
+    std::erase_if(entries,
+                  [&seen](const PathEntryPointer& entry) { return !entry || !seen.insert(entry->GetIRI()).second; });
 }
 
 PathEntryVectorDifferentiator Difference(const PathEntryVector& before, const PathEntryVector& after) {
@@ -68,7 +69,8 @@ PathEntryVectorDifferentiator Difference(const PathEntryVector& before, const Pa
 // Finds the entries that went out of date, and replaces them in parallel.
 class PathEntryRefresher {
 public:
-    PathEntryRefresher(PathEntryList entries, const IPathEntryFactory& entryFactory, const IFolderMonitor& folderMonitor,
+    PathEntryRefresher(PathEntryList entries, const IPathEntryFactory& entryFactory,
+                       const IFolderMonitor& folderMonitor,
                        const std::shared_ptr<const IPackageRegistry>& packageRegistry, bool packagesFeatureOn)
         : entries(std::move(entries)), entryFactory(entryFactory), folderMonitor(folderMonitor) {
         for (std::size_t i = 0; i < this->entries->size(); ++i) {
@@ -110,23 +112,25 @@ private:
 
         {
             tbb::task_group group;
-            for (const std::size_t i : outOfDateIndices) group.run([this, i, &goneFolder] {
-                const PathEntryPointer old = updatedEntries[i];
-                PathEntryPointer fresh;
-                try {
-                    fresh = old->GetUpdatedPathEntry(entryFactory, folderMonitor);
-                } catch (const foundation::storage::vfs::Exception& e) {
-                    if (e.getCode() != foundation::storage::vfs::ErrorCode::NotFound) return;  // unreadable for now: the old entry stays
-                    // A vanished folder keeps its place; so does one that came
-                    // back and went again since its last inaccessible entry.
-                    goneFolder = true;
-                    fresh = std::make_shared<InaccessibleFolderPathEntry>(old->GetPathEntryType(), old->GetIRI(),
-                                                                          old->GetDescriptor());
-                }
-                if (fresh == old) return;
-                results.push_back({fresh, old, i});
-                updatedEntries[i] = std::move(fresh);
-            });
+            for (const std::size_t i : outOfDateIndices)
+                group.run([this, i, &goneFolder] {
+                    const PathEntryPointer old = updatedEntries[i];
+                    PathEntryPointer fresh;
+                    try {
+                        fresh = old->GetUpdatedPathEntry(entryFactory, folderMonitor);
+                    } catch (const foundation::storage::vfs::Exception& e) {
+                        if (e.getCode() != foundation::storage::vfs::ErrorCode::NotFound)
+                            return;  // unreadable for now: the old entry stays
+                        // A vanished folder keeps its place; so does one that came
+                        // back and went again since its last inaccessible entry.
+                        goneFolder = true;
+                        fresh = std::make_shared<InaccessibleFolderPathEntry>(old->GetPathEntryType(), old->GetIRI(),
+                                                                              old->GetDescriptor());
+                    }
+                    if (fresh == old) return;
+                    results.push_back({fresh, old, i});
+                    updatedEntries[i] = std::move(fresh);
+                });
             group.wait();
         }
         std::sort(results.begin(), results.end(), [](const Result& a, const Result& b) { return a.index < b.index; });
@@ -153,7 +157,7 @@ struct PathChangeEvents {
     }
 };
 
-} // namespace
+}  // namespace
 
 // The folders of an alteration sorted while the packages feature is on.
 struct MainSearchPathManager::ClassifiedFolders {
@@ -186,11 +190,12 @@ MainSearchPathManager::MainSearchPathManager(boost::shared_ptr<foundation::msg_s
     // Last: a constructor that fails leaves no subscription behind.
     const std::string registryChanged = OrvianComponents::ModularPackageRegistryHasBeenChanged::TypeName();
     registryConnection =
-        eventManager->subscribe(registryChanged, [this, registryChanged](const foundation::msg_svc::eventmgr::BaseEvent& event) {
-            if (!event.isKindOf(registryChanged)) throw std::bad_cast();
-            currentFolderManager->HandleModularPackageRegistryChanged();
-            ReleaseRetiredCurrentFolderManagers();
-        });
+        eventManager->subscribe(registryChanged,
+                                [this, registryChanged](const foundation::msg_svc::eventmgr::BaseEvent& event) {
+                                    if (!event.isKindOf(registryChanged)) throw std::bad_cast();
+                                    currentFolderManager->HandleModularPackageRegistryChanged();
+                                    ReleaseRetiredCurrentFolderManagers();
+                                });
 }
 
 MainSearchPathManager::~MainSearchPathManager() {
@@ -219,8 +224,9 @@ std::optional<ComponentIdentifier> MainSearchPathManager::GetCurrentFolderCompon
 }
 
 void MainSearchPathManager::SetCurrentFolderPathManager() {
-    std::unique_ptr<ICurrentFolderPathManager> replaced = std::exchange(
-        currentFolderManager, currentFolderManagerFactory->CreateCurrentFolderPathManager(currentFolderPolicy));
+    std::unique_ptr<ICurrentFolderPathManager> replaced =
+        std::exchange(currentFolderManager,
+                      currentFolderManagerFactory->CreateCurrentFolderPathManager(currentFolderPolicy));
     // A subscriber of an installation may replace the manager whose report
     // started that installation, and whose handler is still running: it is
     // kept alive, silent, until the manager is idle again.
@@ -231,7 +237,8 @@ void MainSearchPathManager::SetCurrentFolderPathManager() {
     replaced.reset();
     const ICurrentFolderPathManager* sender = currentFolderManager.get();
     currentFolderManager->ConnectCurrentFolderChangedHandler(
-        [this, sender](const std::shared_ptr<const IPath>& oldPath, const std::optional<ComponentIdentifier>& oldComponent) {
+        [this, sender](const std::shared_ptr<const IPath>& oldPath,
+                       const std::optional<ComponentIdentifier>& oldComponent) {
             // What a replaced manager reports, if it ever does, is no longer
             // the current folder.
             if (sender != currentFolderManager.get()) return;
@@ -255,7 +262,8 @@ std::shared_ptr<const IPath> MainSearchPathManager::ComposeSearchPath(const IPat
                                                                       const std::shared_ptr<const IPath>& mainPath,
                                                                       const std::shared_ptr<const IPath>& current,
                                                                       PackagesFeaturePhase phase) {
-    if (phase != Off) return std::make_shared<const DeduplicatedPath>(std::vector<std::shared_ptr<const IPath>>{current, mainPath});
+    if (phase != Off)
+        return std::make_shared<const DeduplicatedPath>(std::vector<std::shared_ptr<const IPath>>{current, mainPath});
     const PathEntryList currentEntries = current->GetMainEntries();
     if (currentEntries->empty()) return mainPath;
     const PathEntryPointer& first = currentEntries->front();
@@ -271,9 +279,9 @@ std::shared_ptr<const IPath> MainSearchPathManager::ComposeSearchPath(const IPat
     return std::make_shared<const ConcatenatedPath>(front, masked);
 }
 
-std::shared_ptr<const IPath> MainSearchPathManager::ComposeUserSearchPath(const std::shared_ptr<const IPath>& current,
-                                                                          const std::optional<ComponentIdentifier>& component,
-                                                                          const std::shared_ptr<const IPath>& userPath) {
+std::shared_ptr<const IPath> MainSearchPathManager::ComposeUserSearchPath(
+    const std::shared_ptr<const IPath>& current, const std::optional<ComponentIdentifier>& component,
+    const std::shared_ptr<const IPath>& userPath) {
     // A current folder inside an installed component adds nothing here.
     if (component) return userPath;
     if (current->GetMainEntries()->empty()) return userPath;
@@ -308,8 +316,8 @@ void MainSearchPathManager::HandleCurrentFolderPathChanged(const std::shared_ptr
         searchDifferences = Difference(*old.searchPath->GetMainEntries(), *searchPath->GetMainEntries());
         userSearchDifferences = Difference(*old.userSearchPath->GetMainEntries(), *userSearchPath->GetMainEntries());
     } else {
-        searchDifferences = CurrentFolderDifferences(oldPath, currentFolderManager->GetCurrentFolderPath(), *old.searchPath,
-                                                     *searchPath);
+        searchDifferences = CurrentFolderDifferences(oldPath, currentFolderManager->GetCurrentFolderPath(),
+                                                     *old.searchPath, *searchPath);
         userSearchDifferences = searchDifferences;
     }
     InstallNewPath(old.userPath, old.mainPath, userSearchPath, searchPath, std::shared_ptr(pathFolders),
@@ -327,22 +335,19 @@ PathEntryVectorDifferentiator MainSearchPathManager::CurrentFolderDifferences(
     };
     const bool oldOverlaps = oldCurrent && overlaps(*oldCurrent);
     const bool newOverlaps = newCurrent && overlaps(*newCurrent);
-    if (oldOverlaps || newOverlaps)
-        return Difference(*oldSearchPath.GetMainEntries(), *newSearchPath.GetMainEntries());
+    if (oldOverlaps || newOverlaps) return Difference(*oldSearchPath.GetMainEntries(), *newSearchPath.GetMainEntries());
     // Neither stands on the path: only the current folders themselves differ.
     const PathEntryVector before = oldCurrent ? *oldCurrent->GetMainEntries() : PathEntryVector{};
     const PathEntryVector after = newCurrent ? *newCurrent->GetMainEntries() : PathEntryVector{};
     return Difference(before, after);
 }
 
-void MainSearchPathManager::InstallNewPath(std::shared_ptr<const IPath> userPath, std::shared_ptr<const IPath> mainPath,
-                                           std::shared_ptr<const IPath> userSearchPath,
-                                           std::shared_ptr<const IPath> searchPath,
-                                           std::shared_ptr<const CanonicalFolderVector>&& folders,
-                                           std::shared_ptr<const ComponentVector>&& components, bool isCurrentFolderChange,
-                                           const PathEntryVectorDifferentiator& searchDifferences,
-                                           const PathEntryVectorDifferentiator& userSearchDifferences,
-                                           bool currentFolderPositionChanged) {
+void MainSearchPathManager::InstallNewPath(
+    std::shared_ptr<const IPath> userPath, std::shared_ptr<const IPath> mainPath,
+    std::shared_ptr<const IPath> userSearchPath, std::shared_ptr<const IPath> searchPath,
+    std::shared_ptr<const CanonicalFolderVector>&& folders, std::shared_ptr<const ComponentVector>&& components,
+    bool isCurrentFolderChange, const PathEntryVectorDifferentiator& searchDifferences,
+    const PathEntryVectorDifferentiator& userSearchDifferences, bool currentFolderPositionChanged) {
     PathChangeEvents events{eventManager, {}};
     const bool searchChanged = !searchDifferences.GetRemoved()->empty() || !searchDifferences.GetAdded()->empty() ||
                                !searchDifferences.GetReordered()->empty() ||
@@ -396,10 +401,9 @@ void MainSearchPathManager::InstallPaths(std::shared_ptr<const IPath> userPath, 
     const InstalledPaths old = *paths;
     auto [userSearchPath, searchPath] = ComposeSearchPaths(userPath, mainPath);
     const auto searchDifferences = Difference(*old.searchPath->GetMainEntries(), *searchPath->GetMainEntries());
-    const auto userSearchDifferences =
-        packagesFeaturePhase == Off
-            ? searchDifferences
-            : Difference(*old.userSearchPath->GetMainEntries(), *userSearchPath->GetMainEntries());
+    const auto userSearchDifferences = packagesFeaturePhase == Off ? searchDifferences
+                                                                   : Difference(*old.userSearchPath->GetMainEntries(),
+                                                                                *userSearchPath->GetMainEntries());
     if (!pathChangeInProgress) {
         // A folder that leaves the path is no longer frozen by name.
         const auto registry = packagesFeaturePhase != Off ? Registry() : nullptr;
@@ -416,7 +420,8 @@ void MainSearchPathManager::InstallPaths(std::shared_ptr<const IPath> userPath, 
                    std::move(components), false, searchDifferences, userSearchDifferences, positionChanged);
 }
 
-bool MainSearchPathManager::CurrentFolderPositionChanged(const IPath& newUserPath, const ComponentVector& newComponents) const {
+bool MainSearchPathManager::CurrentFolderPositionChanged(const IPath& newUserPath,
+                                                         const ComponentVector& newComponents) const {
     if (const auto component = GetCurrentFolderComponent()) {
         const ComponentVector& oldComponents = *componentsOnPath;
         if (&oldComponents == &newComponents) return false;
@@ -476,7 +481,8 @@ PathEntryPointer MainSearchPathManager::TryMakeMainEntry(const CanonicalAbsolute
     return entry;
 }
 
-void MainSearchPathManager::SetPathFolders(const FolderRange& folders, foundation::core::except::Notification& notification) {
+void MainSearchPathManager::SetPathFolders(const FolderRange& folders,
+                                           foundation::core::except::Notification& notification) {
     const auto current = GetMainPath();
     const std::vector<AbsoluteIRI> given(folders.begin(), folders.end());
     // Each name is resolved on the pool, a system call or more for each of
@@ -552,19 +558,21 @@ MainSearchPathManager::ClassifiedFolders MainSearchPathManager::ClassifyPathFold
             entry = package ? package->GetFolderEntry(folder) : nullptr;
             if (package && package->IsManaged()) {
                 if (!entry || entry->GetPathEntryType() != Main) {
-                    detail::AddErrorToNotificationForProcessingNonMainEntry(
-                        notification, entry ? entry->GetPathEntryType() : Package, GetStringFromIRI(folder));
+                    detail::AddErrorToNotificationForProcessingNonMainEntry(notification,
+                                                                            entry ? entry->GetPathEntryType() : Package,
+                                                                            GetStringFromIRI(folder));
                     continue;
                 }
                 if (folder != package->GetRoot()) {
                     notification.add(MessageIds::mpath::packageMemberFoldersNotAllowedOnPath.Message(
-                        {GetStringFromIRI(folder), registry->GetDisplayName(*component), GetStringFromIRI(package->GetRoot())}));
+                        {GetStringFromIRI(folder), registry->GetDisplayName(*component),
+                         GetStringFromIRI(package->GetRoot())}));
                     continue;
                 }
                 // The root stands for all the folders of its package.
                 const auto installed = packageRegistry.GetComponent(*component);
-                const PathEntryList expansion = installed ? installed->GetPath()->GetMainEntries()
-                                                          : std::make_shared<const PathEntryVector>();
+                const PathEntryList expansion =
+                    installed ? installed->GetPath()->GetMainEntries() : std::make_shared<const PathEntryVector>();
                 auto& entries = packagesLast ? classified.packageEntries : classified.combinedEntries;
                 entries.insert(entries.end(), expansion->begin(), expansion->end());
                 (packagesLast ? classified.packageFolders : classified.combinedFolders).push_back(folder);
@@ -610,8 +618,7 @@ void MainSearchPathManager::SetPathFoldersWithPackages(const CanonicalFolderVect
     } else {
         KeepFirstOfEachFolder(classified.combinedEntries);
     }
-    if (classified.plainAfterPackage)
-        notification.add(MessageIds::mpath::packagesMustBeLastOnPath.Message());
+    if (classified.plainAfterPackage) notification.add(MessageIds::mpath::packagesMustBeLastOnPath.Message());
     std::shared_ptr<const IPath> userPath = pathFactory.CreatePath(classified.plainEntries);
     std::shared_ptr<const IPath> mainPath = pathFactory.CreatePath(std::move(classified.combinedEntries));
     InstallPaths(std::move(userPath), std::move(mainPath),
@@ -645,9 +652,10 @@ bool PackageFoldersContiguous(const PackageRegistry::IPackage& package, const IP
 bool AnyPackageFolderOnPath(const PackageRegistry::IPackage& package, const IPath& userPath) {
     if (userPath.GetPathEntryFromAbsoluteIRI(package.GetRoot())) return true;
     const auto folders = package.GetFolders();
-    return std::any_of(folders->begin(), folders->end(), [&userPath](const PackageRegistry::PackageFolderRecord& record) {
-        return OnThePath(*record.kinds) && userPath.GetPathEntryFromAbsoluteIRI(record.folder);
-    });
+    return std::any_of(folders->begin(), folders->end(),
+                       [&userPath](const PackageRegistry::PackageFolderRecord& record) {
+                           return OnThePath(*record.kinds) && userPath.GetPathEntryFromAbsoluteIRI(record.folder);
+                       });
 }
 
 // The packages, not managed ones, whose folders among `entries` leave them
@@ -673,7 +681,7 @@ void WarnOfBrokenPackages(const BrokenPackages& broken, MessageIdentifier warnin
     qvWarningMsgId(warning.Message({names}));
 }
 
-} // namespace
+}  // namespace
 
 void MainSearchPathManager::CheckPackagesAtomicUnits(const PathEntryVectorDifferentiator& differences,
                                                      const IPath& userPath, const IPackageRegistry& registry) const {
@@ -785,15 +793,16 @@ std::unique_ptr<IMainSearchPathManager> CreateMainSearchPathManager(
     auto& registrar = PackageRegistry::GetPackageRegistrar();
     auto emptyPath = GetCurrentPathFactory().CreatePath({});
     SetFolderMonitor(std::make_unique<FolderMonitor>(InstallRootFromInstallPath(), std::move(emptyPath), registrar));
-    auto managerFactory = std::make_unique<CurrentFolderPathManagerFactory>(
-        eventManager, registry, GetPathEntryFactory(), GetCurrentPathFactory(), GetFolderMonitor());
+    auto managerFactory =
+        std::make_unique<CurrentFolderPathManagerFactory>(eventManager, registry, GetPathEntryFactory(),
+                                                          GetCurrentPathFactory(), GetFolderMonitor());
     auto phase = MainSearchPathManager::Off;
     if (OrvianComponents::ComponentFeature::IsOn())
         phase = OrvianComponents::GUPFeature::IsOn() ? MainSearchPathManager::PackagesInPlace
-                                                      : MainSearchPathManager::PackagesLast;
-    return std::make_unique<MainSearchPathManager>(eventManager, registry, GetPathEntryFactory(), GetCurrentPathFactory(),
-                                                   std::move(managerFactory), FollowCurrentFolder, GetFolderMonitor(),
-                                                   phase);
+                                                     : MainSearchPathManager::PackagesLast;
+    return std::make_unique<MainSearchPathManager>(eventManager, registry, GetPathEntryFactory(),
+                                                   GetCurrentPathFactory(), std::move(managerFactory),
+                                                   FollowCurrentFolder, GetFolderMonitor(), phase);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

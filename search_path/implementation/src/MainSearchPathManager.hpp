@@ -42,7 +42,8 @@ public:
     std::shared_ptr<const IPath> GetSearchPath() const override { return paths->searchPath; }
     std::shared_ptr<const IPath> GetUserSearchPath() const override { return paths->userSearchPath; }
     bool Refresh(RefreshType type) override;
-    void SetPathFolders(const CanonicalFolderRange& folders, foundation::core::except::Notification& notification) override;
+    void SetPathFolders(const CanonicalFolderRange& folders,
+                        foundation::core::except::Notification& notification) override;
     void SetPathFolders(const FolderRange& folders, foundation::core::except::Notification& notification) override;
     std::shared_ptr<const IPath> GetMainPath() const override { return paths->mainPath; }
     IFolderMonitor& GetFolderMonitor() const override { return folderMonitor; }
@@ -62,7 +63,8 @@ public:
                                                           const std::shared_ptr<const IPath>& current,
                                                           PackagesFeaturePhase phase);
     static std::shared_ptr<const IPath> ComposeUserSearchPath(
-        const std::shared_ptr<const IPath>& current, const std::optional<OrvianComponents::ComponentIdentifier>& component,
+        const std::shared_ptr<const IPath>& current,
+        const std::optional<OrvianComponents::ComponentIdentifier>& component,
         const std::shared_ptr<const IPath>& userPath);
 
 private:
@@ -98,7 +100,8 @@ private:
     bool CurrentFolderPositionChanged(const IPath& newUserPath, const ComponentVector& newComponents) const;
     PathEntryVectorDifferentiator CurrentFolderDifferences(const std::shared_ptr<const IPath>& oldCurrent,
                                                            const std::shared_ptr<const IPath>& newCurrent,
-                                                           const IPath& oldSearchPath, const IPath& newSearchPath) const;
+                                                           const IPath& oldSearchPath,
+                                                           const IPath& newSearchPath) const;
     PathEntryPointer GetEntryForFolder(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
                                        const IPath& fallbackPath) const;
     PathEntryPointer TryMakeMainEntry(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder,
@@ -106,7 +109,8 @@ private:
                                       foundation::core::except::Notification& notification) const;
     ClassifiedFolders ClassifyPathFolders(const CanonicalFolderVector& folders, EntriesBuiltAhead& builtAhead,
                                           foundation::core::except::Notification& notification) const;
-    void SetPathFoldersWithPackages(const CanonicalFolderVector& folders, foundation::core::except::Notification& notification);
+    void SetPathFoldersWithPackages(const CanonicalFolderVector& folders,
+                                    foundation::core::except::Notification& notification);
     void SetPathFromEntries(PathEntryVector entries);
     void MarkPathEntriesOutOfDate(RefreshType type);
     void CheckPackagesAtomicUnits(const PathEntryVectorDifferentiator& differences, const IPath& userPath,
@@ -135,4 +139,4 @@ private:
     const PackagesFeaturePhase packagesFeaturePhase;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -74,7 +74,8 @@ struct FoundItems {
         found.emplace_back(std::move(item), classFolder);
         return !all;
     }
-    void query(const IPath& path, SearchScope scope, const detail::SearchTarget& target, FilenameMatchingPolicy policy) {
+    void query(const IPath& path, SearchScope scope, const detail::SearchTarget& target,
+               FilenameMatchingPolicy policy) {
         if (all) {
             std::vector<FoundItem> hits = path.FindAllInScope(scope, target, policy);
             found.insert(found.end(), std::make_move_iterator(hits.begin()), std::make_move_iterator(hits.end()));
@@ -94,12 +95,13 @@ struct FirstView {
         found = {classFolder->FindFirst(target, policy).get(), classFolder.get()};
         return bool(found);
     }
-    void query(const IPath& path, SearchScope scope, const detail::SearchTarget& target, FilenameMatchingPolicy policy) {
+    void query(const IPath& path, SearchScope scope, const detail::SearchTarget& target,
+               FilenameMatchingPolicy policy) {
         found = path.FindFirstViewInScope(scope, target, policy);
     }
 };
 
-} // namespace
+}  // namespace
 
 std::vector<FoundItem> LookUpName(const IPath& path, const ustring& name, const std::vector<ustring>& extensions,
                                   FilenameMatchingPolicy policy, bool all) {
@@ -115,4 +117,4 @@ FoundItemView LookUpFirstName(const IPath& path, const ustring& name, const std:
     return sink.found;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

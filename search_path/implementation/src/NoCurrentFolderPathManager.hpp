@@ -9,7 +9,9 @@ class NoCurrentFolderPathManager final : public ICurrentFolderPathManager {
 public:
     explicit NoCurrentFolderPathManager(const IPathFactory& pathFactory) : pathFactory(pathFactory) {}
 
-    std::optional<OrvianComponents::ComponentIdentifier> GetCurrentFolderComponent() const override { return std::nullopt; }
+    std::optional<OrvianComponents::ComponentIdentifier> GetCurrentFolderComponent() const override {
+        return std::nullopt;
+    }
     std::shared_ptr<const IPath> GetCurrentFolderPath() const override { return pathFactory.CreatePath({}); }
     std::shared_ptr<const IPath> GetCurrentFolderPathForMainPath(const IPath&) const override {
         return pathFactory.CreatePath({});
@@ -25,4 +27,4 @@ private:
     const IPathFactory& pathFactory;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -52,7 +52,7 @@ ustring TextOf(const ComponentIdentifier& id) {
     return u"'" + id.GetName() + u"@" + fl::i18n::utf8_to_ustring(id.GetVersion().toString()) + u"'";
 }
 
-} // namespace
+}  // namespace
 
 PackageChangeApplier::PackageChangeApplier(IMainSearchPathManager& manager,
                                            const PackageNotificationCallback& notificationCallback,
@@ -87,7 +87,8 @@ void PackageChangeApplier::CollectAffectedFolders() {
             for (const auto& folder : folders | ranges::views::drop(1)) affectedFolders.insert(folder);
         }
     for (std::size_t i = 0; i < changedBefore.size(); ++i)
-        if (changedBefore[i]->GetRoot() != changedAfter[i]->GetRoot()) affectedFolders.insert(changedAfter[i]->GetRoot());
+        if (changedBefore[i]->GetRoot() != changedAfter[i]->GetRoot())
+            affectedFolders.insert(changedAfter[i]->GetRoot());
 }
 
 // Folders that have just become members of a package leave the path as
@@ -154,7 +155,8 @@ void PackageChangeApplier::PlanNewPath() {
 
     pending |= ranges::actions::remove_if([](const PackagePointer& package) { return !package; });
     pending |= ranges::actions::remove_if([this](const PackagePointer& package) { return !BelongsOnPath(package); });
-    ranges::stable_sort(pending, std::less<>(), [](const PackagePointer& package) { return package->GetInstallStamp(); });
+    ranges::stable_sort(pending, std::less<>(),
+                        [](const PackagePointer& package) { return package->GetInstallStamp(); });
     const auto split =
         ranges::stable_partition(pending, [](const PackagePointer& package) { return GoesToFrontOfPath(*package); });
     for (auto it = pending.begin(); it != split; ++it) Place(*it, false);
@@ -218,4 +220,4 @@ void PackageChangeApplier::ReportSeveralVersions() {
     }
 }
 
-} // namespace Thornfell::PathManagement::detail
+}  // namespace Thornfell::PathManagement::detail

@@ -27,8 +27,8 @@ public:
 private:
     using PackagePointer = std::shared_ptr<const PackageRegistry::IPackage>;
     using PackageList = std::vector<PackagePointer>;
-    using FolderSet = std::unordered_set<foundation::storage::vfs::CanonicalAbsoluteIRI,
-                                         foundation::storage::vfs::AbsoluteIRIHash>;
+    using FolderSet =
+        std::unordered_set<foundation::storage::vfs::CanonicalAbsoluteIRI, foundation::storage::vfs::AbsoluteIRIHash>;
 
     void CollectAffectedFolders();
     void ReportMemberFolders();
@@ -60,4 +60,4 @@ private:
     foundation::core::except::Notification notification;
 };
 
-} // namespace Thornfell::PathManagement::detail
+}  // namespace Thornfell::PathManagement::detail

@@ -45,7 +45,7 @@ matrix::unique_array_ptr JoinedFolders(const PackageRegistry::IPackageRegistry& 
     return matrix::create(joined.data(), joined.size());
 }
 
-} // namespace
+}  // namespace
 
 void GetPathForPackagesInstalledAfter(int outputCount, matrix::unique_array_ptr* outputs, int inputCount,
                                       const qvArray_tag** inputs) {
@@ -56,10 +56,11 @@ void GetPathForPackagesInstalledAfter(int outputCount, matrix::unique_array_ptr*
     const std::uint64_t stamp = StampOf(inputs[0]);
     const auto registry = PackageRegistry::GetPackageRegistrar().GetRegistry();
     const bool componentsOn = OrvianComponents::ComponentFeature::IsOn();
-    auto ids = *registry->GetPackages([&](const PackageRegistry::IPackage& package, const PackageRegistry::IPackageRegistry&) {
-        if (!componentsOn && package.IsManaged()) return false;
-        return package.GetInstallStamp() > stamp;
-    });
+    auto ids =
+        *registry->GetPackages([&](const PackageRegistry::IPackage& package, const PackageRegistry::IPackageRegistry&) {
+            if (!componentsOn && package.IsManaged()) return false;
+            return package.GetInstallStamp() > stamp;
+        });
     const auto stampOf = [&](const ComponentIdentifier& id) { return registry->GetPackage(id)->GetInstallStamp(); };
     std::sort(ids.begin(), ids.end(), [&](const auto& a, const auto& b) { return stampOf(a) < stampOf(b); });
     const auto split = std::stable_partition(ids.begin(), ids.end(), [&](const ComponentIdentifier& id) {
@@ -71,4 +72,4 @@ void GetPathForPackagesInstalledAfter(int outputCount, matrix::unique_array_ptr*
     outputs[1] = JoinedFolders(*registry, split, ids.end());
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

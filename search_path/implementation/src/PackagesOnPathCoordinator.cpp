@@ -19,19 +19,20 @@ foundation::usm::SlotID CoordinatorSlot() {
     return slot;
 }
 
-} // namespace
+}  // namespace
 
 PackagesOnPathCoordinator::PackagesOnPathCoordinator(foundation::msg_svc::eventmgr::EventMgr& eventManager,
                                                      IMainSearchPathManager& manager,
                                                      PackageNotificationCallback&& notify) {
     const std::string& typeName = PackageRegistryHasBeenChanged::TypeName();
-    connection = eventManager.subscribe(
-        foundation::msg_svc::eventmgr::mangleEvent(typeName, "Level1"),
-        [&manager, notify = std::move(notify), &typeName](const foundation::msg_svc::eventmgr::BaseEvent& event) {
-            if (!event.isKindOf(typeName)) throw std::bad_cast();
-            const auto& changed = static_cast<const PackageRegistryHasBeenChanged&>(event);
-            detail::PackageChangeApplier(manager, notify, changed.GetChanges()).Run();
-        });
+    connection = eventManager.subscribe(foundation::msg_svc::eventmgr::mangleEvent(typeName, "Level1"),
+                                        [&manager, notify = std::move(notify),
+                                         &typeName](const foundation::msg_svc::eventmgr::BaseEvent& event) {
+                                            if (!event.isKindOf(typeName)) throw std::bad_cast();
+                                            const auto& changed =
+                                                static_cast<const PackageRegistryHasBeenChanged&>(event);
+                                            detail::PackageChangeApplier(manager, notify, changed.GetChanges()).Run();
+                                        });
 }
 
 void InstallPackagesOnPathCoordinator(foundation::msg_svc::eventmgr::EventMgr& eventManager,
@@ -40,4 +41,4 @@ void InstallPackagesOnPathCoordinator(foundation::msg_svc::eventmgr::EventMgr& e
     Store::insert(CoordinatorSlot(), coordinator);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

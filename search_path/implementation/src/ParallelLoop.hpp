@@ -29,4 +29,4 @@ void ParallelForEachInRange(const tbb::blocked_range<std::size_t>& range, const 
         tbb::auto_partitioner());
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -37,7 +37,7 @@ using EntrySlotRange = Path::EntrySlotRange;
 // Sorted by address, hence in path order. Room for one slot inline: most
 // names are held by one folder.
 using EntrySlotList = boost::container::small_vector<EntrySlot, 1, SlotListAllocator<EntrySlot>>;
-} // namespace
+}  // namespace
 
 struct Path::PathEntryInfoCacheItem {
     PathEntryPointer entry;
@@ -110,7 +110,8 @@ std::shared_ptr<const PathEntryVector> CreateAllEntriesVector(const PathEntryVec
 
 void AddToInfoCache(PathEntryInfoCache& cache, const PathEntryPointer& entry, EntrySlot parentSlot) {
     PathEntryInfoCache::accessor accessor;
-    if (cache.insert(accessor, PathEntryInfoCache::value_type(entry->GetIRI(), Path::PathEntryInfoCacheItem{entry, parentSlot})))
+    if (cache.insert(accessor,
+                     PathEntryInfoCache::value_type(entry->GetIRI(), Path::PathEntryInfoCacheItem{entry, parentSlot})))
         return;
     // A folder that stands on the path as a main entry and also as the private
     // folder of another entry is known by its main entry, whichever of the
@@ -130,7 +131,8 @@ std::unique_ptr<PathEntryInfoCache> CreatePathEntryInfoCache(const PathEntryVect
         // Children are entered by their parent, so that their parent slot is
         // known; only a main entry enters itself, as its own parent.
         if (entry.GetPathEntryType() == Main) AddToInfoCache(*cache, *slot, slot);
-        ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) { AddToInfoCache(*cache, child, slot); });
+        ForEachChildEntry(entry,
+                          [&](const PathEntryPointer& child, PathEntryType) { AddToInfoCache(*cache, child, slot); });
     });
     return cache;
 }
@@ -233,7 +235,8 @@ void AddOwned(std::vector<FoundItem>& result, const PathEntryPointer& entry, Pat
     for (PathItemPointer& item : items) result.emplace_back(std::move(item), entry);
 }
 void AddOwned(FoundItemReferences& partial, const PathEntryPointer& entry, PathItemVector&& items) {
-    for (const PathItemPointer& item : partial.owned.emplace_back(std::move(items))) partial.hits.push_back({&entry, &item});
+    for (const PathItemPointer& item : partial.owned.emplace_back(std::move(items)))
+        partial.hits.push_back({&entry, &item});
 }
 
 // The entries this library makes itself; any other is asked through IPathEntry.
@@ -402,8 +405,8 @@ public:
     void operator()(const Candidate& candidate, boost::optional<FoundItem>& result) const {
         const PathEntryPointer& entry = EntryOf(candidate);
         const PathEntry* own = AsPathEntry(*entry);
-        PathItemPointer item = own ? own->FindFirstIn(RunOf(*own, candidate), target_, policy_)
-                                   : entry->FindFirst(target_, policy_);
+        PathItemPointer item =
+            own ? own->FindFirstIn(RunOf(*own, candidate), target_, policy_) : entry->FindFirst(target_, policy_);
         if (item && predicate_(entry)) result.emplace(std::move(item), entry);
     }
 
@@ -455,25 +458,20 @@ private:
 
 bool IsPathnameSeparator(char16_t c) { return Constants::PathnameSeparatorStr.find(c) != ustring::npos; }
 
-} // namespace
+}  // namespace
 
 // ------------------------------------------------------------- construction
 
 Path::Path(PathEntryVector mainEntriesIn, std::weak_ptr<AsynchronousWorkerQueue> queue,
            foundation::storage::vfs::StorageSystemReference storage)
-    : workerQueue(std::move(queue)),
-      mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
-      allEntries(CreateAllEntriesVector(*mainEntries)),
-      pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
-      stemIndex(*allEntries),
-      pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
+    : workerQueue(std::move(queue)), mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
+      allEntries(CreateAllEntriesVector(*mainEntries)), pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
+      stemIndex(*allEntries), pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
       storageSystem(std::move(storage)) {}
 
 Path::Path(const Path& previous, PathEntryVector mainEntriesIn)
-    : workerQueue(previous.workerQueue),
-      mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
-      allEntries(CreateAllEntriesVector(*mainEntries)),
-      pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
+    : workerQueue(previous.workerQueue), mainEntries(std::make_shared<const PathEntryVector>(std::move(mainEntriesIn))),
+      allEntries(CreateAllEntriesVector(*mainEntries)), pathEntryInfoCache(CreatePathEntryInfoCache(*allEntries)),
       stemIndex(previous.stemIndex, *previous.allEntries, *allEntries),
       pathEntryBasenameToPathEntriesMap(CreatePathEntryBasenameToPathEntriesMap(*allEntries)),
       storageSystem(previous.storageSystem) {}
@@ -538,8 +536,9 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
     if (lastSeparator == ustring::npos) {
         const AlwaysTrue anyLocation;
         const ForEachEntryCallback<Strategy, AlwaysTrue> callback(target, policy, anyLocation);
-        return ParallelInvokeCallbackOnEntries<Strategy>(
-            StemCandidates{stemIndex.Holders(callback.normalizedName()), *allEntries}, scope, callback);
+        return ParallelInvokeCallbackOnEntries<Strategy>(StemCandidates{stemIndex.Holders(callback.normalizedName()),
+                                                                        *allEntries},
+                                                         scope, callback);
     }
     // A rooted name is no partial pathname, and a path query doesn't resolve
     // absolute file names.
@@ -555,8 +554,9 @@ typename Strategy::Result Path::FindSearchTarget(const SearchScope& scope, const
     // The innermost folder narrows the candidates far more than the item name:
     // only the entries of that base name can hold the item.
     if (parts.empty())
-        return ParallelInvokeCallbackOnEntries<Strategy>(
-            StemCandidates{stemIndex.Holders(callback.normalizedName()), *allEntries}, scope, callback);
+        return ParallelInvokeCallbackOnEntries<Strategy>(StemCandidates{stemIndex.Holders(callback.normalizedName()),
+                                                                        *allEntries},
+                                                         scope, callback);
     return ParallelInvokeCallbackOnEntries<Strategy>(LookUpEntriesByBasename(parts.back()), scope, callback);
 }
 
@@ -697,4 +697,4 @@ bool Path::FirstEntryIsBeforeSecondOnPath(const IPathEntry& first, const IPathEn
 
 bool Path::IsEntryOnPath(const IPathEntry& entry) const { return FindInfoCacheItem(entry.GetIRI()) != nullptr; }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

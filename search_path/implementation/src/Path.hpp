@@ -54,7 +54,8 @@ public:
                                                 FilenameMatchingPolicy policy) const override;
     PathEntryPointer GetMainEntryForEntry(const IPathEntry& entry) const override;
     PathEntryPointer GetParentEntryForEntry(const IPathEntry& entry) const override;
-    PathEntryPointer GetPathEntryFromAbsoluteIRI(const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const override;
+    PathEntryPointer GetPathEntryFromAbsoluteIRI(
+        const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const override;
     PathEntryPointer GetPathEntryFromAbsoluteIRI(const foundation::storage::vfs::AbsoluteIRI& iri,
                                                  FilenameMatchingPolicy policy) const override;
     boost::optional<FoundItem> FindFirstInScope(SearchScope scope, const detail::SearchTarget& target,
@@ -94,4 +95,4 @@ private:
     foundation::storage::vfs::StorageSystemReference storageSystem;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

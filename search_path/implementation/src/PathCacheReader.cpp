@@ -171,7 +171,7 @@ ustring_view LastComponent(ustring_view name) {
     }
 }
 
-} // namespace
+}  // namespace
 
 PathCacheReader::PathCacheReader(std::istream& in, fl::i18n::codecvt_string_to_ustring& textConverter)
     : stream(&in), buffer(in.rdbuf()), converter(&textConverter) {}
@@ -289,4 +289,4 @@ void PathCacheReader::ReadFolders(const std::function<void(std::shared_ptr<Folde
     }
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

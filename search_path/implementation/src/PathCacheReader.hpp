@@ -102,4 +102,4 @@ private:
     std::size_t filesInLastFolder = 0;  // of the folder closed last
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

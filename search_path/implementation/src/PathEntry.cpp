@@ -31,9 +31,8 @@ PathEntryList Share(PathEntryVector&& entries) {
 // where the words are equal: a comparison of whole stems went over that
 // start each time.
 bool InPathItemOrder(const PathItemVector& items) {
-    const std::size_t shared = SharedStemStart(items, [](const PathItemPointer& item) -> ustring_view {
-        return item->normalizedStem;
-    });
+    const std::size_t shared =
+        SharedStemStart(items, [](const PathItemPointer& item) -> ustring_view { return item->normalizedStem; });
     std::uint64_t previous = 0;
     for (std::size_t i = 0; i != items.size(); ++i) {
         const std::uint64_t word = LeadingUnitsWord(ustring_view(items[i]->normalizedStem).substr(shared));
@@ -56,7 +55,7 @@ struct NormalizedStemLess {
     bool operator()(const PathItemPointer& item, ustring_view key) const { return item->normalizedStem < key; }
 };
 
-} // namespace
+}  // namespace
 
 bool PathItemPrecedes(const PathItem& a, const PathItem& b) {
     if (int c = fl::i18n::compare_code_units(a.normalizedStem, b.normalizedStem)) return c < 0;
@@ -82,18 +81,12 @@ PathEntry::PathEntry(SortedParts parts)
                                         parts.children.uddClasses, parts.children.privateEntry,
                                         parts.children.resourcesEntry,
                                         [](const PathEntryPointer&, PathEntryType) { return true; })),
-      folderObserver(std::move(parts.folderObserver)),
-      items(*parts.items),
-      iri(std::move(parts.iri)),
-      descriptor(std::move(parts.descriptor)),
-      packageEntries(Share(std::move(parts.children.packages))),
+      folderObserver(std::move(parts.folderObserver)), items(*parts.items), iri(std::move(parts.iri)),
+      descriptor(std::move(parts.descriptor)), packageEntries(Share(std::move(parts.children.packages))),
       methodEntries(Share(std::move(parts.children.methods))),
       uddClassEntries(Share(std::move(parts.children.uddClasses))),
-      privateEntry(std::move(parts.children.privateEntry)),
-      resourcesEntry(std::move(parts.children.resourcesEntry)),
-      pathItems(std::move(parts.items)),
-      pathComparator(std::move(parts.pathComparator)),
-      matchers(pathComparator),
+      privateEntry(std::move(parts.children.privateEntry)), resourcesEntry(std::move(parts.children.resourcesEntry)),
+      pathItems(std::move(parts.items)), pathComparator(std::move(parts.pathComparator)), matchers(pathComparator),
       eventManager(std::move(parts.eventManager)) {
     // The runs of one stem that the queries take, and the places that a
     // path's stem index keeps, are those of this order.
@@ -192,7 +185,8 @@ PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMa
 
 bool PathEntry::ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
     if (scope.contains(GetPathEntryType()) && visitor(shared_from_this())) return true;
-    return ForEachOwnChild([&](const PathEntryPointer& child, PathEntryType) { return child->ForEachEntry(scope, visitor); });
+    return ForEachOwnChild(
+        [&](const PathEntryPointer& child, PathEntryType) { return child->ForEachEntry(scope, visitor); });
 }
 
 bool PathEntry::ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {
@@ -213,4 +207,4 @@ PathEntryPointer PathEntry::GetUpdatedPathEntry(const IPathEntryFactory& factory
     return factory.CreateUpdatedPathEntry(GetIRI(), monitor);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -113,7 +113,8 @@ public:
     bool ConcurrentForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const override;
     FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const override;
     bool IsOutOfDate() const override;
-    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const override;
+    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory,
+                                         const IFolderMonitor& monitor) const override;
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return pathComparator; }
 
 private:
@@ -182,4 +183,4 @@ std::size_t SharedStemStart(const Items& items, StemOf stemOf) {
     return shared;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

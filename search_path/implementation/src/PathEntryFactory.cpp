@@ -45,7 +45,8 @@ namespace {
 // stays valid for as long as anyone holds it, whatever became of its entry.
 class PathItemBlock {
 public:
-    explicit PathItemBlock(std::size_t capacity) : items_(std::allocator<PathItem>().allocate(capacity)), capacity_(capacity) {}
+    explicit PathItemBlock(std::size_t capacity)
+        : items_(std::allocator<PathItem>().allocate(capacity)), capacity_(capacity) {}
     ~PathItemBlock() {
         std::destroy_n(items_, size_);
         std::allocator<PathItem>().deallocate(items_, capacity_);
@@ -111,7 +112,8 @@ void SortByWord(std::span<KeyedItem> keyed, std::span<KeyedItem> spare) {
     for (auto run = keyed.begin(); run != keyed.end();) {
         const auto end = std::find_if(run + 1, keyed.end(), [&](const KeyedItem& k) { return k.word != run->word; });
         if (end - run > 1)
-            std::sort(run, end, [](const KeyedItem& a, const KeyedItem& b) { return PathItemPrecedes(*a.item, *b.item); });
+            std::sort(run, end,
+                      [](const KeyedItem& a, const KeyedItem& b) { return PathItemPrecedes(*a.item, *b.item); });
         run = end;
     }
 }
@@ -125,7 +127,7 @@ void SortByWord(std::span<KeyedItem> keyed, std::span<KeyedItem> spare) {
 // eighth of an entry's build: each comparison went through two pointers to
 // reach each text.
 std::shared_ptr<const PathItemVector> ListedItems(std::span<const ustring_view> names,
-                                                 const CanonicalAbsoluteIRI& folder) {
+                                                  const CanonicalAbsoluteIRI& folder) {
     const auto block = std::make_shared<PathItemBlock>(names.size());
     // The items' keys, then as much room for the sort: on the stack for a
     // folder of usual size, as a heap block here cost as much as the sort.
@@ -169,13 +171,14 @@ void StoreWeak(WeakEntryMap& cache, const CanonicalAbsoluteIRI& key, const PathE
     accessor->second = entry;
 }
 
-} // namespace
+}  // namespace
 
 void PushChildEntryToCurrentPathEntry(PathEntry::Children& children, const PathEntryPointer& child) {
     PushChildEntryToCurrentPathEntry(children, child, child->GetPathEntryType());
 }
 
-void PushChildEntryToCurrentPathEntry(PathEntry::Children& children, const PathEntryPointer& child, PathEntryType kind) {
+void PushChildEntryToCurrentPathEntry(PathEntry::Children& children, const PathEntryPointer& child,
+                                      PathEntryType kind) {
     switch (kind) {
     case Package: children.packages.push_back(child); return;
     case Method: children.methods.push_back(child); return;
@@ -204,7 +207,8 @@ const std::vector<PathEntryType>& GetValidChildEntryTypesForEntryType(PathEntryT
 
 PathEntryType GetFolderEntryType(const Folder& folder) {
     const PathEntryType type = GetPathEntryTypeFromBaseName(folder.getName());
-    if (type == Method && folder.hasParent() && GetPathEntryTypeFromBaseName(folder.getIRI().getParent().getName()) == Method)
+    if (type == Method && folder.hasParent() &&
+        GetPathEntryTypeFromBaseName(folder.getIRI().getParent().getName()) == Method)
         return UDDClass;
     return type;
 }
@@ -215,9 +219,10 @@ PathEntryFactory::PathEntryFactory(std::optional<CanonicalAbsoluteIRI> root,
                                    boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> events)
     : installRoot(std::move(root)), storageSystem(std::move(storage)), observerFactory(observers),
       eventManager(std::move(events)) {
-    entryDestroyedConnection = eventManager->subscribe(
-        PathEntryWillBeDestroyedEvent::TypeName(),
-        [this](const foundation::msg_svc::eventmgr::BaseEvent& event) { OnEntryDestroyed(event); });
+    entryDestroyedConnection = eventManager->subscribe(PathEntryWillBeDestroyedEvent::TypeName(),
+                                                       [this](const foundation::msg_svc::eventmgr::BaseEvent& event) {
+                                                           OnEntryDestroyed(event);
+                                                       });
 }
 
 PathEntryFactory::~PathEntryFactory() { entryDestroyedConnection.disconnect(); }
@@ -263,7 +268,8 @@ PathEntryPointer PathEntryFactory::CreateUpdatedPathEntry(const CanonicalAbsolut
     return GetPathEntry(folder);
 }
 
-PathEntryPointer PathEntryFactory::GetMonitoredPathEntry(const AbsoluteIRI& folder, const IFolderMonitor& monitor) const {
+PathEntryPointer PathEntryFactory::GetMonitoredPathEntry(const AbsoluteIRI& folder,
+                                                         const IFolderMonitor& monitor) const {
     PathEntryPointer known = LockFrom(monitoredEntries, folder);
     if (!known) known = LockFrom(frozenEntries, folder);
     const CanonicalAbsoluteIRI canonical =
@@ -426,8 +432,7 @@ std::optional<resource_core::BaseMsgID> FindUnwritable(const IPathEntry& entry, 
     if (depth > PathCacheReader::kMaxFolderDepth)
         return MessageIds::CachePath::FolderTooDeep.Message(
             {name, fl::i18n::utf8_to_ustring(std::to_string(PathCacheReader::kMaxFolderDepth))});
-    if (name.find(u'"') != ustring::npos)
-        return MessageIds::CachePath::QuotationMarkInName.Message({name});
+    if (name.find(u'"') != ustring::npos) return MessageIds::CachePath::QuotationMarkInName.Message({name});
     for (const auto& item : *entry.GetPathItems())
         if (item->stem.find(u'"') != ustring::npos || item->extension.find(u'"') != ustring::npos)
             return MessageIds::CachePath::QuotationMarkInName.Message({name + u'/' + item->FileName()});
@@ -440,14 +445,16 @@ std::optional<resource_core::BaseMsgID> FindUnwritable(const IPathEntry& entry, 
 
 void WriteCachedEntry(std::ostream& out, const IPathEntry& entry, int depth, const CanonicalAbsoluteIRI& root,
                       const fl::i18n::codecvt_ustring_to_string& toUtf8) {
-    out << std::setw(depth + 1) << "" << "<D name=\"" << toUtf8(entry.GetIRI().makePathRelativeTo(root)) << "\">\n";
+    out << std::setw(depth + 1) << ""
+        << "<D name=\"" << toUtf8(entry.GetIRI().makePathRelativeTo(root)) << "\">\n";
     ForEachChildEntry(entry, [&](const PathEntryPointer& child, PathEntryType) {
         WriteCachedEntry(out, *child, depth + 1, root, toUtf8);
     });
     for (const auto& item : *entry.GetPathItems())
         out << std::setw(depth + 2) << "" << '<' << KindLetter(item->contentKind.load(std::memory_order_relaxed))
             << " name=\"" << toUtf8(item->FileName()) << "\"/>\n";
-    out << std::setw(depth + 1) << "" << "</D>\n";
+    out << std::setw(depth + 1) << ""
+        << "</D>\n";
 }
 
 bool IsFormatFault(const std::exception_ptr& failure) {
@@ -460,7 +467,7 @@ bool IsFormatFault(const std::exception_ptr& failure) {
     }
 }
 
-} // namespace
+}  // namespace
 
 PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderContents& contents,
                                                     std::vector<CacheFrame>& frames, const CanonicalAbsoluteIRI& root,
@@ -507,8 +514,7 @@ PathEntryPointer PathEntryFactory::BuildCachedEntry(PathCacheReader::FolderConte
     }
 }
 
-void PathEntryFactory::LoadCachedFolder(PathCacheReader::FolderContents& contents,
-                                        const CanonicalAbsoluteIRI& root,
+void PathEntryFactory::LoadCachedFolder(PathCacheReader::FolderContents& contents, const CanonicalAbsoluteIRI& root,
                                         const foundation::storage::vfs::PathComparator& comparator) const {
     std::vector<CacheFrame> frames;
     PathEntryPointer entry;
@@ -644,19 +650,21 @@ struct PathEntryFactoryState {
     std::unique_ptr<IPathEntryFactory> factory;
 };
 
-} // namespace
+}  // namespace
 
 IPathEntryFactory& GetPathEntryFactory() {
     using Store = foundation::usm::Detail<foundation::usm::scope::Process>;
     static const foundation::usm::SlotID id = Store::getNextID(typeid(PathEntryFactoryState));
-    auto& state = Store::findOrInsert<PathEntryFactoryState>(id, [] { return std::make_unique<PathEntryFactoryState>(); });
+    auto& state =
+        Store::findOrInsert<PathEntryFactoryState>(id, [] { return std::make_unique<PathEntryFactoryState>(); });
     std::call_once(state.once, [&state] {
         auto storage = OrvianStorageSystem::GetStorageSystemReference();
         auto events = ovutil::eventmgr::createLocalEventMgr(boost::none);
         auto& observers = storage::filefolderobserver::GetFileFolderObserverFactory(storage);
-        state.factory = std::make_unique<PathEntryFactory>(InstallRootFromInstallPath(), storage, observers, std::move(events));
+        state.factory =
+            std::make_unique<PathEntryFactory>(InstallRootFromInstallPath(), storage, observers, std::move(events));
     });
     return *state.factory;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

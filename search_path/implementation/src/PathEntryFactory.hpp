@@ -59,8 +59,8 @@ private:
                                     FolderMonitoringState state) const;
     PathEntryPointer BuildEntry(const foundation::storage::vfs::Folder& folder, FolderMonitoringState state) const;
     PathEntry::Children ListChildren(const foundation::storage::vfs::Folder& folder,
-                                   const foundation::storage::vfs::CanonicalAbsoluteIRI& canonical,
-                                   PathEntryType type, FolderMonitoringState state) const;
+                                     const foundation::storage::vfs::CanonicalAbsoluteIRI& canonical,
+                                     PathEntryType type, FolderMonitoringState state) const;
     std::unique_ptr<storage::filefolderobserver::IFileFolderObserver> MakeObserver(
         const foundation::storage::vfs::Folder& folder, FolderMonitoringState state) const;
     void OnEntryDestroyed(const foundation::msg_svc::eventmgr::BaseEvent& event);
@@ -109,4 +109,4 @@ const std::vector<PathEntryType>& GetValidChildEntryTypesForEntryType(PathEntryT
 // an "@" folder is a UDD class.
 PathEntryType GetFolderEntryType(const foundation::storage::vfs::Folder& folder);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -37,4 +37,4 @@ const IPathFactory& GetCurrentPathFactory() {
     return Store::insert(id, made);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -32,4 +32,4 @@ private:
     foundation::storage::vfs::StorageSystemReference storageSystem;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

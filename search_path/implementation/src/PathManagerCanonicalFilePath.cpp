@@ -35,7 +35,7 @@ bool OnSearchPath(const CanonicalAbsoluteIRI& folder) {
     return manager && manager->GetSearchPath()->GetPathEntryFromAbsoluteIRI(folder) != nullptr;
 }
 
-} // namespace
+}  // namespace
 
 AbsoluteIRI PathManagerCanonicalFilePath(const AbsoluteIRI& file) {
     try {
@@ -60,4 +60,4 @@ AbsoluteIRI PathManagerCanonicalFilePath(const AbsoluteIRI& file) {
     }
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

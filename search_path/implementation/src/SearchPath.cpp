@@ -59,7 +59,7 @@ std::vector<std::filesystem::path> PathsOfEntries(const SharedEntryVector& entri
     return paths;
 }
 
-} // namespace
+}  // namespace
 
 struct TFSP_LOCAL Subscription::State {
     // A connected callback. `active` turns false when its Subscription ends,
@@ -265,7 +265,7 @@ std::vector<ustring> ExtensionsOf(const SearchPathOptions& options) {
     return extensions;
 }
 
-} // namespace
+}  // namespace
 
 // The session as Session() hands it out: each call serialised with the
 // facade's and run with the instance current.
@@ -277,7 +277,9 @@ public:
         return *impl_.Run([&]() -> IMainSearchPathManager* { return &impl_.Manager(); });
     }
     void EndManager() override { throw std::logic_error("a SearchPath's manager ends with the SearchPath"); }
-    OrvianComponents::IModularPackageRegistry& GetPackageRegistry() override { return impl_.session->GetPackageRegistry(); }
+    OrvianComponents::IModularPackageRegistry& GetPackageRegistry() override {
+        return impl_.session->GetPackageRegistry();
+    }
     foundation::core::except::Notification SetPathFolders(const FolderRange& folders) override {
         impl_.RefuseInCallback();
         return impl_.Run([&] { return impl_.session->SetPathFolders(folders); });
@@ -398,7 +400,8 @@ Subscription SearchPath::OnChange(std::function<void(const PathChange&)> callbac
         std::lock_guard lock(impl.subscribers->mutex);
         impl.subscribers->slots.push_back(slot);
     }
-    return Subscription(std::unique_ptr<Subscription::State>(new Subscription::State{impl.subscribers, std::move(slot)}));
+    return Subscription(
+        std::unique_ptr<Subscription::State>(new Subscription::State{impl.subscribers, std::move(slot)}));
 }
 
 std::shared_ptr<const IPath> SearchPath::Snapshot() const {
@@ -408,4 +411,4 @@ std::shared_ptr<const IPath> SearchPath::Snapshot() const {
 
 ISearchPathSession& SearchPath::Session() { return *Impl::Of(impl_).guardedSession; }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -45,7 +45,7 @@ void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::N
     notification.add(refusal.Message({folder}));
 }
 
-} // namespace detail
+}  // namespace detail
 
 NormalizedName::NormalizedName(ustring_view name) {
     const bool ascii = std::all_of(name.begin(), name.end(), [](char16_t c) { return c < 0x80; });
@@ -102,4 +102,4 @@ void AddStorageFailure(const foundation::storage::vfs::CanonicalAbsoluteIRI& fol
     notification.add(failure.Message({GetStringFromIRI(folder)}));
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -11,7 +11,7 @@
 
 namespace Thornfell::PackageRegistry {
 class IPackage;
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry
 
 namespace Thornfell::PathManagement {
 
@@ -41,7 +41,7 @@ namespace detail {
 // (a package, class, private or resources folder).
 void AddErrorToNotificationForProcessingNonMainEntry(foundation::core::except::Notification& notification,
                                                      const PathEntryType& type, const ustring& folder);
-} // namespace detail
+}  // namespace detail
 
 // Called inside a catch handler: turns the storage failure in flight into a
 // message about `folder`, or lets an exception it doesn't know go on.
@@ -87,4 +87,4 @@ inline void PrefetchLine(const void* address) {
 #endif
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -96,7 +96,7 @@ private:
     SessionOfCurrentInstance session_;
 };
 
-} // namespace
+}  // namespace
 
 std::unique_ptr<ISearchPathSession> CreateSearchPathSession() { return std::make_unique<SearchPathSession>(); }
 
@@ -104,4 +104,4 @@ std::unique_ptr<ISearchPathSession> CreateSearchPathSessionOfCurrentInstance() {
     return std::make_unique<SessionOfCurrentInstance>();
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

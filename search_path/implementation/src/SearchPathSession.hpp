@@ -10,4 +10,4 @@ namespace Thornfell::PathManagement {
 
 std::unique_ptr<ISearchPathSession> CreateSearchPathSessionOfCurrentInstance();
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -78,7 +78,7 @@ struct IndirectUstringHashCompare {
 
 namespace {
 using StemMapValue = std::pair<const ustring* const, StemIndex::HolderList>;
-} // namespace
+}  // namespace
 
 class StemIndex::Map : public tbb::concurrent_hash_map<const ustring*, HolderList, IndirectUstringHashCompare,
                                                        StemMapAllocator<StemMapValue>> {
@@ -129,9 +129,10 @@ constexpr std::uint32_t kItemPlaceLimit = std::uint32_t{1} << 31;
 // their results in the order of the holders, and take one entry's items of a
 // stem from its one holder.
 [[maybe_unused]] bool OneHolderPerEntryInPathOrder(const StemIndex::HolderList& holders) {
-    return std::adjacent_find(holders.begin(), holders.end(), [](const StemIndex::Holder& a, const StemIndex::Holder& b) {
-               return a.entry >= b.entry;
-           }) == holders.end();
+    return std::adjacent_find(holders.begin(), holders.end(),
+                              [](const StemIndex::Holder& a, const StemIndex::Holder& b) {
+                                  return a.entry >= b.entry;
+                              }) == holders.end();
 }
 
 // Asks for the stem `kStemPrefetchDistance` places after `index` (the string
@@ -233,8 +234,8 @@ std::vector<StemKeyAndHolders> GatherKeys(std::span<StemOfEntry> run) {
         StemIndex::HolderList& holders = keys.back().second;
         if (holders.empty() || holders.back().entry != stem.holder.entry) holders.push_back(stem.holder);
     }
-    assert(std::ranges::all_of(
-        keys, [](const StemKeyAndHolders& key) { return OneHolderPerEntryInPathOrder(key.second); }));
+    assert(std::ranges::all_of(keys,
+                               [](const StemKeyAndHolders& key) { return OneHolderPerEntryInPathOrder(key.second); }));
     return keys;
 }
 
@@ -262,7 +263,7 @@ std::uint64_t FoldedProduct(std::uint64_t a, std::uint64_t b) {
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-} // namespace
+}  // namespace
 
 // ------------------------------------------------------------------- hashing
 
@@ -316,8 +317,8 @@ std::unique_ptr<const StemIndex::Map> StemIndex::BuildMap(const PathEntryVector&
     // that the counts of the groups before it leave free.
     const std::size_t groups = (entries.size() + kGrainSize - 1) / kGrainSize;
     const auto entriesOf = [&](std::size_t group) {
-        return std::span(stemsByEntry).subspan(group * kGrainSize,
-                                               std::min(kGrainSize, entries.size() - group * kGrainSize));
+        return std::span(stemsByEntry)
+            .subspan(group * kGrainSize, std::min(kGrainSize, entries.size() - group * kGrainSize));
     };
     // countByGroup[group * runs + run], then the place of the group's first
     // stem of that run.
@@ -455,4 +456,4 @@ StemIndex::HolderRange StemIndex::Holders(const HashedView& normalizedStem) cons
     return {holders.data(), holders.size()};
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

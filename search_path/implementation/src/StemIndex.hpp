@@ -120,4 +120,4 @@ private:
     std::unique_ptr<const Overlay> overlay;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

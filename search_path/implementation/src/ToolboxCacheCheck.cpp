@@ -12,7 +12,7 @@ void Count(const PathCacheReader::FolderContents& folder, ToolboxCacheCounts& co
     for (const auto& subfolder : folder.subfolders) Count(subfolder, counts);
 }
 
-} // namespace
+}  // namespace
 
 ToolboxCacheCounts CheckToolboxCache(std::istream& in) {
     ToolboxCacheCounts counts;
@@ -22,4 +22,4 @@ ToolboxCacheCounts CheckToolboxCache(std::istream& in) {
     return counts;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

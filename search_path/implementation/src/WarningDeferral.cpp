@@ -8,7 +8,7 @@ namespace {
 // The innermost deferral of the thread. Not process state: a scope sets it
 // and puts back what it found, so it is empty whenever no work is running.
 thread_local foundation::core::except::Notification* heldWarnings = nullptr;
-} // namespace
+}  // namespace
 
 WarningDeferral::WarningDeferral(foundation::core::except::Notification& held) : outer_(heldWarnings) {
     heldWarnings = &held;
@@ -23,4 +23,4 @@ void GiveHostWarning(const resource_core::BaseMsgID& warning) {
         qvWarningMsgId(warning);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -23,4 +23,4 @@ private:
 // Gives `warning` to the host, or to the innermost deferral of this thread.
 void GiveHostWarning(const resource_core::BaseMsgID& warning);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -45,8 +45,8 @@ bool ForEachChildEntry(const IPathEntry* self, const PathEntryVector& packages, 
 template <class Visit>
 bool ForEachChildEntry(const IPathEntry& entry, Visit&& visit) {
     // The lists are held for the whole call, the visits included.
-    return ForEachChildEntry(&entry, *entry.GetPackageEntries(), *entry.GetMethodEntries(),
-                             *entry.GetUDDClassEntries(), entry.GetPrivateEntry(), entry.GetResourcesEntry(), visit);
+    return ForEachChildEntry(&entry, *entry.GetPackageEntries(), *entry.GetMethodEntries(), *entry.GetUDDClassEntries(),
+                             entry.GetPrivateEntry(), entry.GetResourcesEntry(), visit);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

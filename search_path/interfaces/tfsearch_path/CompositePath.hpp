@@ -18,7 +18,7 @@ namespace Thornfell::PathManagement {
 namespace detail {
 // What a composite is made of: the path utilities' own.
 struct CompositeLayout;
-} // namespace detail
+}  // namespace detail
 
 class TFSP_API CompositePath : public IPath {
 public:
@@ -34,7 +34,8 @@ public:
                                                 FilenameMatchingPolicy policy) const override;
     PathEntryPointer GetMainEntryForEntry(const IPathEntry& entry) const override;
     PathEntryPointer GetParentEntryForEntry(const IPathEntry& entry) const override;
-    PathEntryPointer GetPathEntryFromAbsoluteIRI(const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const override;
+    PathEntryPointer GetPathEntryFromAbsoluteIRI(
+        const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const override;
     PathEntryPointer GetPathEntryFromAbsoluteIRI(const foundation::storage::vfs::AbsoluteIRI& iri,
                                                  FilenameMatchingPolicy policy) const override;
     boost::optional<FoundItem> FindFirstInScope(SearchScope scope, const detail::SearchTarget& target,
@@ -59,4 +60,4 @@ private:
     const std::unique_ptr<const detail::CompositeLayout> layout_;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

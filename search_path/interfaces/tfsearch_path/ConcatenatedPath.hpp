@@ -11,4 +11,4 @@ public:
     ConcatenatedPath(const std::shared_ptr<const IPath>& first, const std::shared_ptr<const IPath>& second);
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

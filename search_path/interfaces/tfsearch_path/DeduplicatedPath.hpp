@@ -21,4 +21,4 @@ public:
     explicit DeduplicatedPath(std::vector<std::shared_ptr<const IPath>>&& paths);
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -16,4 +16,4 @@ enum FilenameMatchingPolicy : std::int32_t {
     StorageSystemRule = 2,
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

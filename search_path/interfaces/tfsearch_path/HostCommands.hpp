@@ -42,4 +42,4 @@ TFSP_API void HiddenCanonicalizepath(int outputCount, qvArray_tag** outputs, int
 TFSP_API void GetPathForPackagesInstalledAfter(int outputCount, matrix::unique_array_ptr* outputs, int inputCount,
                                                const qvArray_tag** inputs);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

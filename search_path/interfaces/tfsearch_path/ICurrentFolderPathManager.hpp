@@ -33,8 +33,9 @@ struct CurrentFolderMemento {
 
 class TFSP_API ICurrentFolderPathManager {
 public:
-    using ChangedHandler = boost::function<void(const std::shared_ptr<const IPath>& oldPath,
-                                                const std::optional<OrvianComponents::ComponentIdentifier>& oldComponent)>;
+    using ChangedHandler =
+        boost::function<void(const std::shared_ptr<const IPath>& oldPath,
+                             const std::optional<OrvianComponents::ComponentIdentifier>& oldComponent)>;
 
     virtual ~ICurrentFolderPathManager() = default;
     virtual std::optional<OrvianComponents::ComponentIdentifier> GetCurrentFolderComponent() const = 0;
@@ -58,7 +59,8 @@ public:
 class TFSP_API ICurrentFolderPathManagerFactory {
 public:
     virtual ~ICurrentFolderPathManagerFactory() = default;
-    virtual std::unique_ptr<ICurrentFolderPathManager> CreateCurrentFolderPathManager(CurrentFolderPolicy policy) const = 0;
+    virtual std::unique_ptr<ICurrentFolderPathManager> CreateCurrentFolderPathManager(
+        CurrentFolderPolicy policy) const = 0;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

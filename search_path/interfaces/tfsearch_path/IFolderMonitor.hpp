@@ -10,7 +10,8 @@ namespace Thornfell::PathManagement {
 class TFSP_API IFolderMonitor {
 public:
     virtual ~IFolderMonitor() = default;
-    virtual FolderMonitoringState GetFolderMonitoringState(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const = 0;
+    virtual FolderMonitoringState GetFolderMonitoringState(
+        const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const = 0;
     virtual FolderMonitoringState GetParentFolderMonitoringState(
         const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) const = 0;
     virtual void FreezeFolder(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder) = 0;
@@ -18,7 +19,7 @@ public:
     virtual void SetPath(std::shared_ptr<const IPath> path) = 0;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement
 
 namespace Thornfell::PathManagement {
 
@@ -27,4 +28,4 @@ TFSP_API IFolderMonitor& GetFolderMonitor();
 // Takes ownership and destroys the monitor held before.
 TFSP_API void SetFolderMonitor(std::unique_ptr<IFolderMonitor>&& monitor);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -38,9 +38,9 @@ struct PathMemento {
 };
 
 // Type-erased forward ranges of folders; they may be walked more than once.
-using CanonicalFolderRange = boost::any_range<const foundation::storage::vfs::CanonicalAbsoluteIRI,
-                                              boost::forward_traversal_tag,
-                                              const foundation::storage::vfs::CanonicalAbsoluteIRI&, std::ptrdiff_t>;
+using CanonicalFolderRange =
+    boost::any_range<const foundation::storage::vfs::CanonicalAbsoluteIRI, boost::forward_traversal_tag,
+                     const foundation::storage::vfs::CanonicalAbsoluteIRI&, std::ptrdiff_t>;
 using FolderRange = boost::any_range<const foundation::storage::vfs::AbsoluteIRI, boost::forward_traversal_tag,
                                      const foundation::storage::vfs::AbsoluteIRI&, std::ptrdiff_t>;
 
@@ -57,7 +57,8 @@ public:
     virtual bool Refresh(RefreshType type) = 0;
     // Replaces the path whole. Folders that can't stand on it are reported in
     // `notification` and left out.
-    virtual void SetPathFolders(const CanonicalFolderRange& folders, foundation::core::except::Notification& notification) = 0;
+    virtual void SetPathFolders(const CanonicalFolderRange& folders,
+                                foundation::core::except::Notification& notification) = 0;
     virtual void SetPathFolders(const FolderRange& folders, foundation::core::except::Notification& notification) = 0;
     // The plain folders and the folders of the packages on the path.
     virtual std::shared_ptr<const IPath> GetMainPath() const = 0;
@@ -95,4 +96,4 @@ TFSP_API void SetMainSearchPathManager(IMainSearchPathManager* manager);
 TFSP_API void initializeFcn();
 TFSP_API void terminateFcn();
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

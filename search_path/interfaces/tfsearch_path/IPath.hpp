@@ -27,7 +27,8 @@ public:
     virtual PathEntryPointer GetMainEntryForEntry(const IPathEntry& entry) const = 0;
     // Null for an entry that has no parent (a main entry).
     virtual PathEntryPointer GetParentEntryForEntry(const IPathEntry& entry) const = 0;
-    virtual PathEntryPointer GetPathEntryFromAbsoluteIRI(const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const = 0;
+    virtual PathEntryPointer GetPathEntryFromAbsoluteIRI(
+        const foundation::storage::vfs::CanonicalAbsoluteIRI& iri) const = 0;
     virtual PathEntryPointer GetPathEntryFromAbsoluteIRI(const foundation::storage::vfs::AbsoluteIRI& iri,
                                                          FilenameMatchingPolicy policy) const = 0;
     virtual boost::optional<FoundItem> FindFirstInScope(SearchScope scope, const detail::SearchTarget& target,
@@ -49,4 +50,4 @@ public:
 
 using PathPointer = std::shared_ptr<const IPath>;
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -53,8 +53,9 @@ public:
     // long as it is held.
     virtual FilenameMatcher CreateFilenameMatcher(FilenameMatchingPolicy policy) const = 0;
     virtual bool IsOutOfDate() const = 0;
-    virtual PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const = 0;
+    virtual PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory,
+                                                 const IFolderMonitor& monitor) const = 0;
     virtual const foundation::storage::vfs::PathComparator& GetPathComparator() const = 0;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -44,4 +44,4 @@ public:
 // The process-wide factory.
 TFSP_API IPathEntryFactory& GetPathEntryFactory();
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

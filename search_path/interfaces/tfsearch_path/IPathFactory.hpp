@@ -22,4 +22,4 @@ public:
 // The factory of the engine instance current on this thread.
 TFSP_API const IPathFactory& GetCurrentPathFactory();
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

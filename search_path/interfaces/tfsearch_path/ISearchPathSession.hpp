@@ -41,4 +41,4 @@ public:
 // the instance current before is current again).
 TFSP_API std::unique_ptr<ISearchPathSession> CreateSearchPathSession();
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -16,7 +16,8 @@ namespace Thornfell::PathManagement {
 class TFSP_API InaccessibleFolderPathEntry final : public IPathEntry,
                                                    public std::enable_shared_from_this<InaccessibleFolderPathEntry> {
 public:
-    InaccessibleFolderPathEntry(PathEntryType type, foundation::storage::vfs::CanonicalAbsoluteIRI iri, ustring descriptor);
+    InaccessibleFolderPathEntry(PathEntryType type, foundation::storage::vfs::CanonicalAbsoluteIRI iri,
+                                ustring descriptor);
     ~InaccessibleFolderPathEntry() override;
 
     PathEntryType GetPathEntryType() const override { return type_; }
@@ -40,7 +41,8 @@ public:
     bool IsOutOfDate() const override;
     // Tries the folder again; if it still can't be read, the storage
     // exception reaches the caller, who keeps this entry.
-    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const override;
+    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory,
+                                         const IFolderMonitor& monitor) const override;
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override { return comparator_; }
 
 private:
@@ -53,4 +55,4 @@ private:
     bool lookEveryTime_ = true;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

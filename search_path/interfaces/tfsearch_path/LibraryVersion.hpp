@@ -9,4 +9,4 @@ namespace Thornfell::PathManagement {
 // "MAJOR.MINOR.PATCH", the version of the build that made the library.
 TFSP_API const char* LibraryVersion() noexcept;
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -68,7 +68,7 @@ inline constexpr MessageIdentifier MultiplePackageVersionsOnPath{catalog, "Multi
 // No arguments.
 inline constexpr MessageIdentifier ZPMFeatureOff{catalog, "ZPMFeatureOff"};
 inline constexpr MessageIdentifier InvalidInstallStamp{catalog, "InvalidInstallStamp"};
-} // namespace mpath
+}  // namespace mpath
 
 namespace CachePath {
 inline constexpr std::string_view catalog = "ORVIAN:CachePath";
@@ -78,33 +78,33 @@ inline constexpr MessageIdentifier FailedToSave{catalog, "FailedToSave"};
 inline constexpr MessageIdentifier FolderTooDeep{catalog, "FolderTooDeep"};
 // The folder or file, relative to the root.
 inline constexpr MessageIdentifier QuotationMarkInName{catalog, "QuotationMarkInName"};
-} // namespace CachePath
+}  // namespace CachePath
 
 // The policy commands' refusals; no arguments.
 namespace ChangeHandleWarning {
 inline constexpr std::string_view catalog = "ORVIAN:ChangeHandleWarning";
 inline constexpr MessageIdentifier InvalidOption{catalog, "InvalidOption"};
 inline constexpr MessageIdentifier notEnoughInputs{catalog, "notEnoughInputs"};
-} // namespace ChangeHandleWarning
+}  // namespace ChangeHandleWarning
 
 namespace RemotePolicy {
 inline constexpr std::string_view catalog = "ORVIAN:RemotePolicy";
 inline constexpr MessageIdentifier UnknownPolicy{catalog, "UnknownPolicy"};
-} // namespace RemotePolicy
+}  // namespace RemotePolicy
 
 // A text argument refused; no arguments.
 namespace string {
 inline constexpr std::string_view catalog = "ORVIAN:string";
 inline constexpr MessageIdentifier MustBeStringScalarOrCharacterVector{catalog, "MustBeStringScalarOrCharacterVector"};
 inline constexpr MessageIdentifier MissingNotSupported{catalog, "MissingNotSupported"};
-} // namespace string
+}  // namespace string
 
 namespace legacy_two_part {
 inline constexpr std::string_view catalog = "ORVIAN:legacy_two_part";
 // Out of memory; no arguments.
 inline constexpr MessageIdentifier nomem{catalog, "nomem"};
-} // namespace legacy_two_part
+}  // namespace legacy_two_part
 
-} // namespace MessageIds
+}  // namespace MessageIds
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

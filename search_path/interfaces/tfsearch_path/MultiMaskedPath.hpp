@@ -19,4 +19,4 @@ public:
     MultiMaskedPath(std::shared_ptr<const IPath> path, std::vector<std::shared_ptr<const IPathEntry>> masked);
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

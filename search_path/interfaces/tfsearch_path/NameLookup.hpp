@@ -28,4 +28,4 @@ TFSP_API std::vector<FoundItem> LookUpName(const IPath& path, const ustring& nam
 TFSP_API FoundItemView LookUpFirstName(const IPath& path, const ustring& name, const std::vector<ustring>& extensions,
                                        FilenameMatchingPolicy policy);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -28,4 +28,4 @@ private:
 TFSP_API void InstallPackagesOnPathCoordinator(foundation::msg_svc::eventmgr::EventMgr& eventManager,
                                                IMainSearchPathManager& manager, PackageNotificationCallback&& notify);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -36,7 +36,8 @@ public:
         return decoratedEntry->CreateFilenameMatcher(policy);
     }
     bool IsOutOfDate() const override { return decoratedEntry->IsOutOfDate(); }
-    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory, const IFolderMonitor& monitor) const override {
+    PathEntryPointer GetUpdatedPathEntry(const IPathEntryFactory& factory,
+                                         const IFolderMonitor& monitor) const override {
         return decoratedEntry->GetUpdatedPathEntry(factory, monitor);
     }
     const foundation::storage::vfs::PathComparator& GetPathComparator() const override {
@@ -47,4 +48,4 @@ protected:
     const PathEntryPointer decoratedEntry;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -52,4 +52,4 @@ private:
     PathEntryList refreshedAfter_;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -22,4 +22,4 @@ private:
     foundation::storage::vfs::CanonicalAbsoluteIRI iri_;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -15,11 +15,11 @@
 namespace Thornfell::PackageRegistry {
 class IPackage;
 class IPackageRegistry;
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry
 
 namespace Thornfell::current_working_folder {
 class ICurrentWorkingFolder;
-} // namespace Thornfell::current_working_folder
+}  // namespace Thornfell::current_working_folder
 
 namespace Thornfell::PathManagement {
 
@@ -139,4 +139,4 @@ TFSP_API std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFold
     const Thornfell::PackageRegistry::IPackageRegistry& registry,
     std::span<const OrvianComponents::ComponentIdentifier> packages);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

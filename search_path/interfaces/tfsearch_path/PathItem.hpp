@@ -25,7 +25,8 @@ public:
     // The same item from views of its parts, whose strings are made in
     // place: a listing makes all of a folder's items so, with no strings of
     // its own to move from.
-    PathItem(ustring_view stem, ustring_view extension, const foundation::storage::vfs::CanonicalAbsoluteIRI& folderIRI);
+    PathItem(ustring_view stem, ustring_view extension,
+             const foundation::storage::vfs::CanonicalAbsoluteIRI& folderIRI);
     PathItem(const PathItem&) = delete;
     PathItem& operator=(const PathItem&) = delete;
 
@@ -35,9 +36,9 @@ public:
     // normalized form.
     static ustring Normalize(ustring&& name);
 
-    const ustring stem;            // in the case of the file system
-    const ustring extension;       // "." and what follows, or empty
-    const ustring normalizedStem;  // Normalize(stem): the key of every index
+    const ustring stem;                                              // in the case of the file system
+    const ustring extension;                                         // "." and what follows, or empty
+    const ustring normalizedStem;                                    // Normalize(stem): the key of every index
     const foundation::storage::vfs::CanonicalAbsoluteIRI folderIRI;  // the folder that holds the file
     // The only field that changes after construction: set when the item comes
     // from the toolbox cache, read when the cache is written.
@@ -94,13 +95,13 @@ private:
     std::vector<ustring> extensions_;
 };
 
-} // namespace detail
+}  // namespace detail
 
 namespace Constants {
 // The characters accepted as folder separators in a partial pathname, used as
 // a set. "\\" is accepted beside "/" so that names written on other systems
 // still split.
 extern TFSP_API const ustring PathnameSeparatorStr;
-} // namespace Constants
+}  // namespace Constants
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -32,4 +32,4 @@ public:
 TFSP_API foundation::storage::vfs::AbsoluteIRI PathManagerCanonicalFilePath(
     const foundation::storage::vfs::AbsoluteIRI& file);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

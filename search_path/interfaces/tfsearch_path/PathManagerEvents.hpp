@@ -28,8 +28,8 @@ public:
                     SharedEntryVector&& userSearchRefreshed)
         : stage_(stage), manager_(&manager), isCurrentFolderChange_(isCurrentFolderChange),
           currentFolderPositionChanged_(currentFolderPositionChanged), oldFolders_(std::move(oldFolders)),
-          newFolders_(std::move(newFolders)),
-          search_{std::move(searchAdded), std::move(searchRemoved), std::move(searchReordered), std::move(searchRefreshed)},
+          newFolders_(std::move(newFolders)), search_{std::move(searchAdded), std::move(searchRemoved),
+                                                      std::move(searchReordered), std::move(searchRefreshed)},
           userSearch_{std::move(userSearchAdded), std::move(userSearchRemoved), std::move(userSearchReordered),
                       std::move(userSearchRefreshed)} {}
 
@@ -80,4 +80,4 @@ private:
     std::optional<OrvianComponents::ComponentIdentifier> old_, new_;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -62,4 +62,4 @@ using FilenameMatcherFunction = std::function<bool(const ustring&, const ustring
 // entry holding the function: the entry lives while the matcher does.
 using FilenameMatcher = std::shared_ptr<const FilenameMatcherFunction>;
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -105,4 +105,4 @@ private:
     std::shared_ptr<Impl> impl_;
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -22,4 +22,4 @@ struct ToolboxCacheCounts {
 // the input; clear its state to ask tellg where).
 TFSP_API ToolboxCacheCounts CheckToolboxCache(std::istream& in);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -14,4 +14,4 @@ public:
     const char* what() const noexcept override { return "the toolbox cache file is not in the expected format"; }
 };
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -35,4 +35,4 @@ TFSP_API void WriteToolboxPathCache(const foundation::storage::vfs::AbsoluteIRI&
                                     const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory,
                                     foundation::core::except::Notification* leftOut = nullptr);
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

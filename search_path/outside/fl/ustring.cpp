@@ -39,7 +39,7 @@ std::size_t widenAscii(std::string_view utf8, char16_t* out) {
     return ascii;
 }
 
-} // namespace
+}  // namespace
 
 std::size_t widen_utf8(std::string_view utf8, char16_t* out) {
     std::size_t written = widenAscii(utf8, out);
@@ -133,7 +133,7 @@ std::size_t common_prefix_length(ustring_view a, ustring_view b) {
         // The first unit that differs, by where its bits lie in the word.
         const std::uint64_t differ = x ^ y;
         return i + static_cast<std::size_t>(std::endian::native == std::endian::little ? std::countr_zero(differ)
-                                                                                        : std::countl_zero(differ)) /
+                                                                                       : std::countl_zero(differ)) /
                        16;
     }
     while (i < common && a[i] == b[i]) ++i;
@@ -146,4 +146,4 @@ int compare_code_units(ustring_view a, ustring_view b) {
     return a.size() < b.size() ? -1 : a.size() > b.size() ? 1 : 0;
 }
 
-} // namespace fl::i18n
+}  // namespace fl::i18n

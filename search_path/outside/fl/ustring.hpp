@@ -66,14 +66,12 @@ void for_each_name_view(ustring_view text, std::span<const std::size_t> ends, On
     }
 }
 
-} // namespace fl::i18n
+}  // namespace fl::i18n
 
 namespace fl::filesystem {
 // The host's narrow strings are UTF-8.
-inline ustring codecvt_narrow_string_to_ustring(std::string_view narrow) {
-    return fl::i18n::utf8_to_ustring(narrow);
-}
-} // namespace fl::filesystem
+inline ustring codecvt_narrow_string_to_ustring(std::string_view narrow) { return fl::i18n::utf8_to_ustring(narrow); }
+}  // namespace fl::filesystem
 
 // Literal helper for tests and tools: u"..." is already a ustring literal, this
 // converts narrow text at run time.

@@ -91,7 +91,7 @@ HostModeState& hostModeState() {
     return ProcessStore::findOrInsert<HostModeState>(id, [] { return std::make_unique<HostModeState>(); });
 }
 
-} // namespace
+}  // namespace
 
 bool svIsStandaloneMode() {
     HostModeState& state = hostModeState();
@@ -187,4 +187,4 @@ void setWarningHandler(std::function<void(const resource_core::BaseMsgID&)> hand
     state.handler = std::move(handler);
 }
 
-} // namespace host
+}  // namespace host

@@ -58,4 +58,4 @@ void setSystemToolboxCacheFile(std::string file);
 
 // A handler that sees each warning as it is raised (the tool prints them).
 void setWarningHandler(std::function<void(const resource_core::BaseMsgID&)> handler);
-} // namespace host
+}  // namespace host

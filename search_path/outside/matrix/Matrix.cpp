@@ -9,8 +9,8 @@
 
 // The elements, one alternative for each class, in the order of ClassID.
 struct qvArray_tag {
-    using Elements = std::variant<ustring, std::vector<std::optional<ustring>>, std::vector<std::uint64_t>,
-                                  std::vector<double>>;
+    using Elements =
+        std::variant<ustring, std::vector<std::optional<ustring>>, std::vector<std::uint64_t>, std::vector<double>>;
     std::size_t rows = 0;
     std::size_t columns = 0;
     Elements elements;
@@ -30,7 +30,7 @@ void checkCount(std::size_t rows, std::size_t columns, std::size_t count) {
 
 resource_core::BaseMsgID standardError(const char* key) { return resource_core::BaseMsgID("ORVIAN", key); }
 
-} // namespace
+}  // namespace
 
 namespace detail {
 
@@ -44,7 +44,7 @@ void do_legacy_qv_error(const foundation::core::except::MessageException& except
     host::noteReportedError(exception.getMessageID());
 }
 
-} // namespace detail
+}  // namespace detail
 
 unique_array_ptr create(const char16_t* text, std::size_t length) {
     if (length == 0) return createEmpty(ClassID::Char);
@@ -61,7 +61,8 @@ unique_array_ptr createCharArray(std::size_t rows, std::size_t columns, ustring_
     return make(rows, columns, ustring(storageOrder));
 }
 
-unique_array_ptr createStringArray(std::size_t rows, std::size_t columns, std::vector<std::optional<ustring>> elements) {
+unique_array_ptr createStringArray(std::size_t rows, std::size_t columns,
+                                   std::vector<std::optional<ustring>> elements) {
     checkCount(rows, columns, elements.size());
     return make(rows, columns, std::move(elements));
 }
@@ -109,7 +110,7 @@ std::span<const std::optional<ustring>> getStrings(const qvArray_tag& array) {
     return strings ? std::span<const std::optional<ustring>>(*strings) : std::span<const std::optional<ustring>>();
 }
 
-} // namespace matrix
+}  // namespace matrix
 
 qvArray_tag* qvCreateString(const char* text) {
     const std::string_view view = text ? std::string_view(text) : std::string_view();

@@ -31,7 +31,7 @@ namespace detail {
 struct qvDestroy_deleter {
     void operator()(qvArray_tag* array) const noexcept;
 };
-} // namespace detail
+}  // namespace detail
 
 using unique_array_ptr = std::unique_ptr<qvArray_tag, detail::qvDestroy_deleter>;
 
@@ -96,9 +96,9 @@ namespace detail {
 // Reports a command's failure to the host, which shows it once the command
 // has thrown it. The stand-in keeps them for host::takeReportedErrors.
 void do_legacy_qv_error(const foundation::core::except::MessageException& exception);
-} // namespace detail
+}  // namespace detail
 
-} // namespace matrix
+}  // namespace matrix
 
 // A character row vector of a zero-terminated UTF-8 string; the caller owns
 // it.

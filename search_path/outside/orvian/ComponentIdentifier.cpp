@@ -19,7 +19,7 @@ std::size_t significantLength(const std::vector<unsigned>& parts) {
     return length;
 }
 
-} // namespace
+}  // namespace
 
 ComponentVersion::ComponentVersion(const std::string& text) {
     const char* it = text.data();
@@ -49,7 +49,8 @@ std::string ComponentVersion::toString() const {
 
 bool operator==(const ComponentVersion& a, const ComponentVersion& b) {
     const std::size_t length = significantLength(a.parts_);
-    return length == significantLength(b.parts_) && std::equal(a.parts_.begin(), a.parts_.begin() + length, b.parts_.begin());
+    return length == significantLength(b.parts_) &&
+           std::equal(a.parts_.begin(), a.parts_.begin() + length, b.parts_.begin());
 }
 
 bool operator<(const ComponentVersion& a, const ComponentVersion& b) {
@@ -74,4 +75,4 @@ std::size_t ComponentIdentifier::hash() const {
     return seed;
 }
 
-} // namespace OrvianComponents
+}  // namespace OrvianComponents

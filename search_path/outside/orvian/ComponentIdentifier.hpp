@@ -54,4 +54,4 @@ struct ComponentIdentifierHash {
     std::size_t operator()(const ComponentIdentifier& id) const { return id.hash(); }
 };
 
-} // namespace OrvianComponents
+}  // namespace OrvianComponents

@@ -22,7 +22,7 @@ FeatureSwitchState& switches() {
     return Store::findOrInsert<FeatureSwitchState>(id, [] { return std::make_unique<FeatureSwitchState>(); });
 }
 
-} // namespace
+}  // namespace
 
 bool ComponentFeature::IsOn() { return switches().component.load(); }
 void ComponentFeature::Set(bool on) { switches().component.store(on); }
@@ -36,4 +36,4 @@ void ZPMFeature::Set(bool on) { switches().zpm.store(on); }
 bool SerialEntryBuildFeature::IsOn() { return switches().serialEntryBuild.load(); }
 void SerialEntryBuildFeature::Set(bool on) { switches().serialEntryBuild.store(on); }
 
-} // namespace OrvianComponents
+}  // namespace OrvianComponents

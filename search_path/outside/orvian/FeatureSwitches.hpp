@@ -25,4 +25,4 @@ struct SerialEntryBuildFeature {
     static void Set(bool on);
 };
 
-} // namespace OrvianComponents
+}  // namespace OrvianComponents

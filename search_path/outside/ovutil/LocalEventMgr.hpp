@@ -19,4 +19,4 @@ namespace ovutil::eventmgr {
 boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> createLocalEventMgr(
     boost::optional<ovutil::contextmgr::QvmID> instance);
 
-} // namespace ovutil::eventmgr
+}  // namespace ovutil::eventmgr

@@ -62,7 +62,7 @@ std::optional<std::size_t> LocateEntry(const detail::CompositeLayout& layout, co
     return firstShowingFolder;
 }
 
-} // namespace
+}  // namespace
 
 CompositePath::CompositePath(std::unique_ptr<const detail::CompositeLayout> layout) : layout_(std::move(layout)) {}
 
@@ -99,12 +99,14 @@ PathEntryPointer CompositePath::GetParentEntryForEntry(const IPathEntry& entry) 
 
 PathEntryPointer CompositePath::GetPathEntryFromAbsoluteIRI(const CanonicalAbsoluteIRI& iri) const {
     for (const CompositePart& part : layout_->parts)
-        if (PathEntryPointer found = part.path->GetPathEntryFromAbsoluteIRI(iri); found && detail::IsVisible(part, *found))
+        if (PathEntryPointer found = part.path->GetPathEntryFromAbsoluteIRI(iri);
+            found && detail::IsVisible(part, *found))
             return found;
     return nullptr;
 }
 
-PathEntryPointer CompositePath::GetPathEntryFromAbsoluteIRI(const AbsoluteIRI& iri, FilenameMatchingPolicy policy) const {
+PathEntryPointer CompositePath::GetPathEntryFromAbsoluteIRI(const AbsoluteIRI& iri,
+                                                            FilenameMatchingPolicy policy) const {
     // A folder of exactly this name anywhere wins over a looser match in an
     // earlier part, as it does on a single path.
     if (PathEntryPointer exact = GetPathEntryFromAbsoluteIRI(CanonicalAbsoluteIRI(iri, ustring()))) return exact;
@@ -192,4 +194,4 @@ bool CompositePath::FirstEntryIsBeforeSecondOnPath(const IPathEntry& first, cons
 
 bool CompositePath::IsEntryOnPath(const IPathEntry& entry) const { return LocateEntry(*layout_, entry).has_value(); }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -24,7 +24,7 @@ bool AddHiddenFoldersHeldByPath(CompositePart& part, const HiddenFolders& folder
     return added;
 }
 
-} // namespace
+}  // namespace
 
 const CompositeLayout* CompositeLayout::Of(const IPath& path) {
     const auto* composite = dynamic_cast<const CompositePath*>(&path);
@@ -71,7 +71,7 @@ bool IsHiddenMainEntry(const CompositePart& part, const PathEntryPointer& main) 
            part.hiddenMainEntries.end();
 }
 
-} // namespace
+}  // namespace
 
 void JoinMainEntries(CompositeLayout& layout) {
     if (layout.parts.size() == 1 && layout.parts.front().hiddenMainEntries.empty()) {
@@ -146,4 +146,4 @@ bool ForEachVisibleEntry(const CompositePart& part, SearchScope scope, const Pat
     return false;
 }
 
-} // namespace Thornfell::PathManagement::detail
+}  // namespace Thornfell::PathManagement::detail

@@ -63,4 +63,4 @@ bool IsVisible(const CompositePart& part, const IPathEntry& entry);
 // entry, whose type is in scope, until the visitor returns true.
 bool ForEachVisibleEntry(const CompositePart& part, SearchScope scope, const PathEntryVisitor& visitor);
 
-} // namespace Thornfell::PathManagement::detail
+}  // namespace Thornfell::PathManagement::detail

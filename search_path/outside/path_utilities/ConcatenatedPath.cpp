@@ -15,9 +15,10 @@ std::unique_ptr<const detail::CompositeLayout> Concatenate(const std::shared_ptr
     return layout;
 }
 
-} // namespace
+}  // namespace
 
-ConcatenatedPath::ConcatenatedPath(const std::shared_ptr<const IPath>& first, const std::shared_ptr<const IPath>& second)
+ConcatenatedPath::ConcatenatedPath(const std::shared_ptr<const IPath>& first,
+                                   const std::shared_ptr<const IPath>& second)
     : CompositePath(Concatenate(first, second)) {}
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

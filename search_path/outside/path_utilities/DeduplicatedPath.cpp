@@ -21,7 +21,8 @@ std::unique_ptr<const detail::CompositeLayout> Deduplicate(const std::vector<std
         detail::ForEachVisibleEntry(earlier, allEntryTypesScope, [&](const PathEntryPointer& entry) {
             const foundation::storage::vfs::CanonicalAbsoluteIRI folder = entry->GetIRI();
             for (std::size_t later = index + 1; later < parts.size(); ++later)
-                if (parts[later].path->GetPathEntryFromAbsoluteIRI(folder) && detail::AddHiddenFolder(parts[later], folder))
+                if (parts[later].path->GetPathEntryFromAbsoluteIRI(folder) &&
+                    detail::AddHiddenFolder(parts[later], folder))
                     hidesMore[later] = true;
             return false;
         });
@@ -31,9 +32,9 @@ std::unique_ptr<const detail::CompositeLayout> Deduplicate(const std::vector<std
     return layout;
 }
 
-} // namespace
+}  // namespace
 
 DeduplicatedPath::DeduplicatedPath(std::vector<std::shared_ptr<const IPath>>&& paths)
     : CompositePath(Deduplicate(paths)) {}
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

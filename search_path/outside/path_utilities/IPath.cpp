@@ -11,4 +11,4 @@ FoundItemView IPath::FindFirstViewInScope(SearchScope scope, const detail::Searc
     return {found->GetPathItem().get(), found->GetPathEntry().get()};
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

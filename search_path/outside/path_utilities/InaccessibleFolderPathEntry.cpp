@@ -29,7 +29,7 @@ bool IsSymbolicLink(const foundation::storage::vfs::AbsoluteIRI& iri) {
     struct stat status {};
     return ::lstat(fl::i18n::ustring_to_utf8(iri.getPath()).c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
-} // namespace
+}  // namespace
 
 InaccessibleFolderPathEntry::InaccessibleFolderPathEntry(PathEntryType type,
                                                          foundation::storage::vfs::CanonicalAbsoluteIRI iri,
@@ -65,7 +65,8 @@ PathEntryList InaccessibleFolderPathEntry::GetPackageEntries() const { return No
 PathEntryList InaccessibleFolderPathEntry::GetMethodEntries() const { return NoEntries(); }
 PathEntryList InaccessibleFolderPathEntry::GetUDDClassEntries() const { return NoEntries(); }
 
-PathItemPointer InaccessibleFolderPathEntry::FindFirst(const detail::SearchTarget&, FilenameMatchingPolicy policy) const {
+PathItemPointer InaccessibleFolderPathEntry::FindFirst(const detail::SearchTarget&,
+                                                       FilenameMatchingPolicy policy) const {
     matchers_.ForPolicy(policy);  // a bad policy is fatal here as on any entry
     return nullptr;
 }
@@ -92,4 +93,4 @@ PathEntryPointer InaccessibleFolderPathEntry::GetUpdatedPathEntry(const IPathEnt
     return factory.CreateUpdatedPathEntry(iri_, monitor);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

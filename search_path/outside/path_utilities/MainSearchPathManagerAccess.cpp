@@ -16,9 +16,11 @@ MainSearchPathManagerSlot* FindSlot(bool create) {
     static const foundation::usm::SlotID id = Store::getNextID(typeid(MainSearchPathManagerSlot));
     if (!Store::isRequiredContextActive()) return nullptr;
     if (!create) return Store::find<MainSearchPathManagerSlot>(id);
-    return &Store::findOrInsert<MainSearchPathManagerSlot>(id, [] { return std::make_unique<MainSearchPathManagerSlot>(); });
+    return &Store::findOrInsert<MainSearchPathManagerSlot>(id, [] {
+        return std::make_unique<MainSearchPathManagerSlot>();
+    });
 }
-} // namespace
+}  // namespace
 
 void SetMainSearchPathManager(IMainSearchPathManager* manager) {
     MainSearchPathManagerSlot* slot = FindSlot(true);
@@ -36,4 +38,4 @@ IMainSearchPathManager& GetMainSearchPathManager() {
     throw std::logic_error("no search path manager has been set up for this engine instance");
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

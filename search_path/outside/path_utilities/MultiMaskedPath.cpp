@@ -17,9 +17,10 @@ std::unique_ptr<const detail::CompositeLayout> Mask(const std::shared_ptr<const 
     return layout;
 }
 
-} // namespace
+}  // namespace
 
-MultiMaskedPath::MultiMaskedPath(std::shared_ptr<const IPath> path, std::vector<std::shared_ptr<const IPathEntry>> masked)
+MultiMaskedPath::MultiMaskedPath(std::shared_ptr<const IPath> path,
+                                 std::vector<std::shared_ptr<const IPathEntry>> masked)
     : CompositePath(Mask(path, masked)) {}
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

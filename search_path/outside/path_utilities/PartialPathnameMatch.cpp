@@ -30,4 +30,4 @@ bool DoesPartialPathnameMatchPathEntryIRI(const IPath&, const PartialPathnamePar
     return true;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -14,4 +14,4 @@ PathEntryType GetPathEntryTypeFromBaseName(const ustring& baseName) {
     return Main;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

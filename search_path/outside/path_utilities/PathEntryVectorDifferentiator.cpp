@@ -18,14 +18,16 @@ constexpr std::size_t kUnmatched = static_cast<std::size_t>(-1);
 // The positions (in `sequence`) of a longest strictly increasing run of its
 // values, in order. Of several, the one whose last value is lowest.
 std::vector<std::size_t> LongestIncreasingRun(const std::vector<std::size_t>& sequence) {
-    std::vector<std::size_t> tails;        // position of the smallest tail of a run of each length
+    std::vector<std::size_t> tails;  // position of the smallest tail of a run of each length
     std::vector<std::size_t> predecessor(sequence.size(), kUnmatched);
     for (std::size_t position = 0; position < sequence.size(); ++position) {
         const auto at = std::lower_bound(tails.begin(), tails.end(), sequence[position],
                                          [&](std::size_t tail, std::size_t value) { return sequence[tail] < value; });
         if (at != tails.begin()) predecessor[position] = *(at - 1);
-        if (at == tails.end()) tails.push_back(position);
-        else *at = position;
+        if (at == tails.end())
+            tails.push_back(position);
+        else
+            *at = position;
     }
     std::vector<std::size_t> run(tails.size());
     std::size_t position = tails.empty() ? kUnmatched : tails.back();
@@ -37,7 +39,7 @@ std::shared_ptr<const PathEntryVector> Share(PathEntryVector&& entries) {
     return std::make_shared<const PathEntryVector>(std::move(entries));
 }
 
-} // namespace
+}  // namespace
 
 PathEntryVectorDifferentiator::PathEntryVectorDifferentiator() {
     const PathEntryList empty = std::make_shared<const PathEntryVector>();
@@ -120,4 +122,4 @@ void PathEntryVectorDifferentiator::Compare(const PathEntryVector& before, const
     refreshedAfter_ = Share(std::move(refreshedAfter));
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

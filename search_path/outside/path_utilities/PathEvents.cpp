@@ -7,4 +7,4 @@ const std::string& PathEntryWillBeDestroyedEvent::TypeName() {
     return name;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -55,7 +55,7 @@ FilenameMatcherFunction MakeComparatorMatcher(const foundation::storage::vfs::Pa
         return PolicyFilenameMatchers::Compare(comparator, modifier, a, b);
     };
 }
-} // namespace
+}  // namespace
 
 // byModifier_ is listed in the order of these values.
 static_assert(static_cast<int>(foundation::storage::vfs::CaseModifier::StorageSystemRule) == 0 &&
@@ -126,4 +126,4 @@ std::vector<foundation::storage::vfs::CanonicalAbsoluteIRI> GetPathFoldersForPac
     return folders;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

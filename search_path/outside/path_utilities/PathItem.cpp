@@ -5,12 +5,11 @@
 namespace Thornfell::PathManagement {
 
 PathItem::PathItem(ustring&& stemIn, ustring&& extensionIn, foundation::storage::vfs::CanonicalAbsoluteIRI&& folder)
-    : stem(std::move(stemIn)),
-      extension(std::move(extensionIn)),
-      normalizedStem(Normalize(ustring(stem))),
+    : stem(std::move(stemIn)), extension(std::move(extensionIn)), normalizedStem(Normalize(ustring(stem))),
       folderIRI(std::move(folder)) {}
 
-PathItem::PathItem(ustring_view stemIn, ustring_view extensionIn, const foundation::storage::vfs::CanonicalAbsoluteIRI& folder)
+PathItem::PathItem(ustring_view stemIn, ustring_view extensionIn,
+                   const foundation::storage::vfs::CanonicalAbsoluteIRI& folder)
     : stem(stemIn), extension(extensionIn), normalizedStem(Normalize(ustring(stem))), folderIRI(folder) {}
 
 ustring PathItem::Normalize(ustring&& name) {
@@ -25,4 +24,4 @@ namespace Constants {
 const ustring PathnameSeparatorStr = u"/\\";
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

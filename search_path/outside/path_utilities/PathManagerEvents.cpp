@@ -17,4 +17,4 @@ const std::string& CurrentFolderComponentHasBeenChangedEvent::TypeName() {
     return name;
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

@@ -9,4 +9,4 @@ PackageFolderMonitoringChangeException::PackageFolderMonitoringChangeException(
     : message_("the monitoring of folder '" + fl::i18n::ustring_to_utf8(folder.getPath()) +
                "' follows its package and can't be changed") {}
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

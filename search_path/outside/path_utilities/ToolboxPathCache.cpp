@@ -103,7 +103,7 @@ bool SyncToDisk(const std::string& path, int flags) {
     return synced;
 }
 
-} // namespace
+}  // namespace
 
 void WriteToolboxPathCache(const foundation::storage::vfs::AbsoluteIRI& cacheFile,
                            const foundation::storage::vfs::AbsoluteIRI& root, const IPathEntryFactory& factory,
@@ -137,4 +137,4 @@ void WriteToolboxPathCache(const foundation::storage::vfs::AbsoluteIRI& cacheFil
     SyncToDisk(FolderOf(target), O_RDONLY | O_DIRECTORY);
 }
 
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement

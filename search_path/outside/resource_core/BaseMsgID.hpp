@@ -28,4 +28,4 @@ private:
     std::vector<ustring> arguments_;
 };
 
-} // namespace resource_core
+}  // namespace resource_core

@@ -26,8 +26,7 @@ std::string processWorkingFolder() {
     std::vector<char> buffer(256);
     for (;;) {
         if (::getcwd(buffer.data(), buffer.size())) return buffer.data();
-        if (errno != ERANGE)
-            throw foundation::storage::vfs::Exception::fromErrno(errno, u"", "getcwd");
+        if (errno != ERANGE) throw foundation::storage::vfs::Exception::fromErrno(errno, u"", "getcwd");
         buffer.resize(buffer.size() * 2);
     }
 }
@@ -108,7 +107,7 @@ private:
     mutable std::optional<CanonicalAbsoluteIRI> folder_;
 };
 
-} // namespace
+}  // namespace
 
 FailedToAbsolutizeException::FailedToAbsolutizeException(const ustring& path)
     : Exception("unable to make the path '" + fl::i18n::ustring_to_utf8(path) + "' absolute") {}
@@ -124,4 +123,4 @@ const std::string& CurrentWorkingFolderChangedEvent::TypeName() {
     return name;
 }
 
-} // namespace Thornfell::current_working_folder
+}  // namespace Thornfell::current_working_folder

@@ -10,7 +10,8 @@
 namespace Thornfell::current_working_folder {
 
 class FailedToAbsolutizeException
-    : public foundation::core::except::Exception<foundation::core::except::IInternalException, std::runtime_error, void> {
+    : public foundation::core::except::Exception<foundation::core::except::IInternalException, std::runtime_error,
+                                                 void> {
 public:
     explicit FailedToAbsolutizeException(const ustring& path);
 };
@@ -50,4 +51,4 @@ private:
     foundation::storage::vfs::CanonicalAbsoluteIRI new_;
 };
 
-} // namespace Thornfell::current_working_folder
+}  // namespace Thornfell::current_working_folder

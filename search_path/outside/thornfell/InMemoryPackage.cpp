@@ -42,7 +42,7 @@ std::shared_ptr<const std::vector<PackageFolderRecord>> makeFolderRecords(const 
     return records;
 }
 
-} // namespace
+}  // namespace
 
 InMemoryPackage::InMemoryPackage(PackageDescription description, std::shared_ptr<const EntrySource> source)
     : description_(std::move(description)), folders_(makeFolderRecords(description_)), source_(std::move(source)) {}
@@ -69,10 +69,9 @@ std::shared_ptr<const std::vector<PackageEntryRecord>> InMemoryPackage::GetEntry
 
 EntryPointer InMemoryPackage::GetFolderEntry(const CanonicalAbsoluteIRI& folder) const {
     const auto& folders = *folders_;
-    const auto record = std::find_if(folders.begin(), folders.end(),
-                                     [&](const PackageFolderRecord& r) { return r.folder == folder; });
-    if (record != folders.end())
-        return (*GetEntryRecords())[static_cast<std::size_t>(record - folders.begin())].entry;
+    const auto record =
+        std::find_if(folders.begin(), folders.end(), [&](const PackageFolderRecord& r) { return r.folder == folder; });
+    if (record != folders.end()) return (*GetEntryRecords())[static_cast<std::size_t>(record - folders.begin())].entry;
 
     if (!description_.root.isAncestorOf(folder)) return nullptr;
     {
@@ -92,4 +91,4 @@ std::optional<PropertyValue> InMemoryPackage::GetProperty(std::string_view name)
     return std::nullopt;
 }
 
-} // namespace Thornfell::PackageRegistry::detail
+}  // namespace Thornfell::PackageRegistry::detail

@@ -49,4 +49,4 @@ ustring InMemoryPackageRegistry::GetDisplayName(const ComponentIdentifier& id) c
     return package ? package->GetIdentifier().GetName() : id.GetName();
 }
 
-} // namespace Thornfell::PackageRegistry::detail
+}  // namespace Thornfell::PackageRegistry::detail

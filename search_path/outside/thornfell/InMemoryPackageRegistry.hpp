@@ -84,4 +84,4 @@ private:
         byRoot_;
 };
 
-} // namespace Thornfell::PackageRegistry::detail
+}  // namespace Thornfell::PackageRegistry::detail

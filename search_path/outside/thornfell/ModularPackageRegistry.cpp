@@ -42,7 +42,7 @@ private:
     mutable std::shared_ptr<const Thornfell::PathManagement::IPath> path_;
 };
 
-} // namespace
+}  // namespace
 
 ModularPackageRegistry::ModularPackageRegistry(PathMaker pathMaker) : pathMaker_(std::move(pathMaker)) {}
 
@@ -61,4 +61,4 @@ std::shared_ptr<const IComponent> ModularPackageRegistry::GetComponent(const Com
     return std::make_shared<const Component>(id, std::move(package), pathMaker_);
 }
 
-} // namespace OrvianComponents
+}  // namespace OrvianComponents

@@ -22,7 +22,7 @@ void checkFree(const IPackageRegistry& registry, const PackageDescription& packa
     }
 }
 
-} // namespace
+}  // namespace
 
 ComponentIdentifier FindInstalledPackage(const IPackageRegistry& registry, const std::string& name) {
     const auto at = name.find('@');
@@ -79,4 +79,4 @@ ComponentIdentifier RemoveInstalledPackage(PackageRegistrar& registrar, const st
     return id;
 }
 
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry

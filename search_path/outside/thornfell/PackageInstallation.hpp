@@ -21,4 +21,4 @@ ComponentIdentifier UpdatePackageFromFolder(PackageRegistrar& registrar, const s
                                             const std::string& folder);
 ComponentIdentifier RemoveInstalledPackage(PackageRegistrar& registrar, const std::string& name);
 
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry

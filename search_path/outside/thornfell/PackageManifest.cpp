@@ -23,7 +23,8 @@ std::string_view trim(std::string_view text) {
 }
 
 CanonicalAbsoluteIRI iriOf(const fs::path& folder) {
-    return CanonicalAbsoluteIRI(foundation::storage::vfs::toAbsoluteIRI("file", fl::i18n::utf8_to_ustring(folder.string())),
+    return CanonicalAbsoluteIRI(foundation::storage::vfs::toAbsoluteIRI("file",
+                                                                        fl::i18n::utf8_to_ustring(folder.string())),
                                 ustring());
 }
 
@@ -31,7 +32,8 @@ CanonicalAbsoluteIRI iriOf(const fs::path& folder) {
 // one, the line.
 class ManifestReader {
 public:
-    explicit ManifestReader(fs::path root) : root_(std::move(root)), file_((root_ / PackageManifestFileName).string()) {}
+    explicit ManifestReader(fs::path root)
+        : root_(std::move(root)), file_((root_ / PackageManifestFileName).string()) {}
 
     PackageDescription read() {
         std::ifstream in(file_);
@@ -150,7 +152,7 @@ private:
     PackageDescription description_{ComponentIdentifier({}, {}, {}), iriOf("/")};
 };
 
-} // namespace
+}  // namespace
 
 PackageDescription ReadPackageManifest(const std::string& folder) {
     std::error_code error;
@@ -160,4 +162,4 @@ PackageDescription ReadPackageManifest(const std::string& folder) {
     return ManifestReader(root).read();
 }
 
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry

@@ -37,4 +37,4 @@ public:
 // and for a member folder that doesn't exist or lies outside the root.
 PackageDescription ReadPackageManifest(const std::string& folder);
 
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry

@@ -39,9 +39,11 @@ bool sameProperties(const IPackage& before, const IPackage& after) {
 }
 
 bool sameFolders(const std::vector<PackageFolderRecord>& a, const std::vector<PackageFolderRecord>& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const PackageFolderRecord& x, const PackageFolderRecord& y) {
-        return x.folder == y.folder && (x.kinds == y.kinds || (x.kinds && y.kinds && *x.kinds == *y.kinds));
-    });
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const PackageFolderRecord& x, const PackageFolderRecord& y) {
+                          return x.folder == y.folder &&
+                                 (x.kinds == y.kinds || (x.kinds && y.kinds && *x.kinds == *y.kinds));
+                      });
 }
 
 // Whether one package version, present in both registries, differs in
@@ -95,7 +97,7 @@ void bindEntrySource(const IPackageRegistry& registry, const PackageRegistrar::E
     }
 }
 
-} // namespace
+}  // namespace
 
 const std::vector<ComponentIdentifier>& PackageRegistryChanges::GetChanged(int kind) const {
     static const std::vector<ComponentIdentifier> none;
@@ -152,7 +154,7 @@ PackageRegistrar& GetPackageRegistrarForUpdate() {
 
 IPackageRegistrar& GetPackageRegistrar() { return GetPackageRegistrarForUpdate(); }
 
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry
 
 namespace OrvianComponents {
 
@@ -161,4 +163,4 @@ const std::string& ModularPackageRegistryHasBeenChanged::TypeName() {
     return name;
 }
 
-} // namespace OrvianComponents
+}  // namespace OrvianComponents

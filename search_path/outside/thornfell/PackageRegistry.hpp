@@ -23,7 +23,7 @@
 namespace Thornfell::PathManagement {
 class IPathEntry;
 class IPath;
-} // namespace Thornfell::PathManagement
+}  // namespace Thornfell::PathManagement
 
 namespace Thornfell::PackageRegistry {
 
@@ -86,11 +86,11 @@ public:
 
 class PackageRegistryChanges {
 public:
-    PackageRegistryChanges(std::shared_ptr<const IPackageRegistry> before, std::shared_ptr<const IPackageRegistry> after,
-                           std::vector<ComponentIdentifier> added, std::vector<ComponentIdentifier> removed,
-                           std::vector<ComponentIdentifier> changed)
-        : before_(std::move(before)), after_(std::move(after)), added_(std::move(added)),
-          removed_(std::move(removed)), changed_(std::move(changed)) {}
+    PackageRegistryChanges(std::shared_ptr<const IPackageRegistry> before,
+                           std::shared_ptr<const IPackageRegistry> after, std::vector<ComponentIdentifier> added,
+                           std::vector<ComponentIdentifier> removed, std::vector<ComponentIdentifier> changed)
+        : before_(std::move(before)), after_(std::move(after)), added_(std::move(added)), removed_(std::move(removed)),
+          changed_(std::move(changed)) {}
 
     std::shared_ptr<const IPackageRegistry> GetRegistryBefore() const { return before_; }
     std::shared_ptr<const IPackageRegistry> GetRegistryAfter() const { return after_; }
@@ -108,8 +108,7 @@ private:
 };
 
 // Published with mode 0 at level "Level1".
-class PackageRegistryHasBeenChanged
-    : public foundation::msg_svc::eventmgr::EventBase<PackageRegistryHasBeenChanged> {
+class PackageRegistryHasBeenChanged : public foundation::msg_svc::eventmgr::EventBase<PackageRegistryHasBeenChanged> {
 public:
     explicit PackageRegistryHasBeenChanged(std::shared_ptr<const PackageRegistryChanges> changes)
         : changes_(std::move(changes)) {}
@@ -180,7 +179,7 @@ IPackageRegistrar& GetPackageRegistrar();
 // The same object, with the operations that fill it.
 PackageRegistrar& GetPackageRegistrarForUpdate();
 
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry
 
 namespace OrvianComponents {
 
@@ -225,4 +224,4 @@ public:
     static const std::string& TypeName();
 };
 
-} // namespace OrvianComponents
+}  // namespace OrvianComponents

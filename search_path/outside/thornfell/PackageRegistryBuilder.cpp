@@ -13,7 +13,7 @@ std::uint64_t nextStamp(const std::vector<PackageDescription>& packages) {
     return latest + 1;
 }
 
-} // namespace
+}  // namespace
 
 PackageRegistryBuilder::PackageRegistryBuilder(const IPackageRegistry& from) {
     const auto* registry = dynamic_cast<const detail::InMemoryPackageRegistry*>(&from);
@@ -41,27 +41,26 @@ PackageRegistryBuilder& PackageRegistryBuilder::Remove(const ComponentIdentifier
 }
 
 PackageRegistryBuilder& PackageRegistryBuilder::Update(const ComponentIdentifier& old, PackageDescription next) {
-    const auto same = std::find_if(packages_.begin(), packages_.end(),
-                                   [&](const PackageDescription& p) { return p.id == old; });
+    const auto same =
+        std::find_if(packages_.begin(), packages_.end(), [&](const PackageDescription& p) { return p.id == old; });
     if (same == packages_.end()) throw std::invalid_argument("PackageRegistryBuilder::Update: the package is not held");
     if (next.installStamp == 0) next.installStamp = nextStamp(packages_);
     if (next.id != old) {
         std::erase_if(packages_, [&](const PackageDescription& p) { return p.id == next.id; });
         successors_.emplace_back(old, next.id);
     }
-    const auto place = std::find_if(packages_.begin(), packages_.end(),
-                                    [&](const PackageDescription& p) { return p.id == old; });
+    const auto place =
+        std::find_if(packages_.begin(), packages_.end(), [&](const PackageDescription& p) { return p.id == old; });
     *place = std::move(next);
     return *this;
 }
 
 std::shared_ptr<const IPackageRegistry> PackageRegistryBuilder::Build() const {
     std::vector<PackageDescription> ordered = packages_;
-    std::stable_sort(ordered.begin(), ordered.end(),
-                     [](const PackageDescription& a, const PackageDescription& b) {
-                         return a.installStamp < b.installStamp;
-                     });
+    std::stable_sort(ordered.begin(), ordered.end(), [](const PackageDescription& a, const PackageDescription& b) {
+        return a.installStamp < b.installStamp;
+    });
     return std::make_shared<const detail::InMemoryPackageRegistry>(ordered, successors_);
 }
 
-} // namespace Thornfell::PackageRegistry
+}  // namespace Thornfell::PackageRegistry

@@ -24,7 +24,7 @@ InstallPathState& installPathState() {
     return Store::findOrInsert<InstallPathState>(slot, [] { return std::make_unique<InstallPathState>(); });
 }
 
-} // namespace
+}  // namespace
 
 ustring get_install_path() {
     InstallPathState& state = installPathState();
@@ -58,8 +58,7 @@ ustring make_native_form(ustring name, int mode) {
         while (name.size() > 1 && name.back() == GENERIC_PATHNAME_SEPARATOR) name.pop_back();
         return name;
     }
-    default:
-        throw std::invalid_argument("make_native_form: unknown mode " + std::to_string(mode));
+    default: throw std::invalid_argument("make_native_form: unknown mode " + std::to_string(mode));
     }
 }
 
@@ -69,7 +68,7 @@ bool is_absolute_path_when_expanded(const ustring& path) {
     return !path.empty() && (path.front() == GENERIC_PATHNAME_SEPARATOR || path.front() == u'~');
 }
 
-} // namespace detail
+}  // namespace detail
 
 std::size_t extension_dot(ustring_view name) {
     // From the end: the last dot is found as soon as the name's extension
@@ -93,4 +92,4 @@ ustring extract_stem(const ustring& name) {
     return name.substr(0, dot);
 }
 
-} // namespace fl::filesystem
+}  // namespace fl::filesystem

@@ -25,7 +25,7 @@ namespace detail {
 ustring make_native_form(ustring name, int mode);
 // Whether a path is absolute once "~" at its start is expanded.
 bool is_absolute_path_when_expanded(const ustring& path);
-} // namespace detail
+}  // namespace detail
 
 // Where the dot that starts a name's extension stands: the last dot of the
 // name, or of a path's last name; npos when there is none.
@@ -38,4 +38,4 @@ ustring extract_extension(const ustring& name);
 // the folders of a path don't count).
 ustring extract_stem(const ustring& name);
 
-} // namespace fl::filesystem
+}  // namespace fl::filesystem

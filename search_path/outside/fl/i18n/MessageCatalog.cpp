@@ -45,8 +45,7 @@ constexpr CatalogEntry kCatalog[] = {
 
     // Changes of the path that were refused as a whole.
     {"ORVIAN:mpath:PathAlterationNotSupported", "The path can't be changed at this time."},
-    {"ORVIAN:mpath:UnableToModifyOrvianpath",
-     "The path can't be changed while a change of the path is under way."},
+    {"ORVIAN:mpath:UnableToModifyOrvianpath", "The path can't be changed while a change of the path is under way."},
 
     // Folders that the storage system can't read. Argument: the folder.
     {"ORVIAN:mpath:invalidLocation", "'{1}' is not a valid folder location."},
@@ -124,7 +123,7 @@ ustring fillIn(const ustring& text, const std::vector<ustring>& arguments) {
     return out;
 }
 
-} // namespace
+}  // namespace
 
 std::optional<std::string> MessageCatalog::findTemplate(const std::string& identifier) {
     const auto* found = std::find_if(std::begin(kCatalog), std::end(kCatalog),
@@ -150,4 +149,4 @@ std::string MessageCatalog::formatUtf8(const resource_core::BaseMsgID& message) 
     return ustring_to_utf8(format(message));
 }
 
-} // namespace fl::i18n
+}  // namespace fl::i18n

@@ -18,4 +18,4 @@ public:
     static std::string formatUtf8(const resource_core::BaseMsgID& message);
 };
 
-} // namespace fl::i18n
+}  // namespace fl::i18n

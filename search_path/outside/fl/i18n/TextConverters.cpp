@@ -14,11 +14,9 @@ void RequireUtf8(std::string_view encoding) {
 // The plain conversion carries a byte that isn't UTF-8 as its escape (see
 // utf8_to_ustring); a strict converter refuses such bytes. Valid UTF-8 never
 // gives a lone surrogate, so an escape in the text means one was there.
-bool HoldsEscapedBytes(ustring_view text) {
-    return std::any_of(text.begin(), text.end(), is_escaped_byte);
-}
+bool HoldsEscapedBytes(ustring_view text) { return std::any_of(text.begin(), text.end(), is_escaped_byte); }
 
-} // namespace
+}  // namespace
 
 codecvt_string_to_ustring::codecvt_string_to_ustring(std::string_view encoding, bool substituteInvalid)
     : substituteInvalid_(substituteInvalid) {
@@ -53,4 +51,4 @@ std::string_view without_utf8_bom(std::string_view firstLine) {
     return firstLine.starts_with(bom) ? firstLine.substr(bom.size()) : firstLine;
 }
 
-} // namespace fl::i18n
+}  // namespace fl::i18n

@@ -45,4 +45,4 @@ private:
 // cache, whose format is fixed to the byte, is not.
 std::string_view without_utf8_bom(std::string_view firstLine);
 
-} // namespace fl::i18n
+}  // namespace fl::i18n

@@ -68,7 +68,7 @@ void silenceDefaultSink() {
     });
 }
 
-} // namespace
+}  // namespace
 
 // The channel logger only reaches the logging core through its singleton,
 // which Boost.Log makes on first use: so a logger may be a static of a module
@@ -114,11 +114,11 @@ void enableConsoleOutput(int maxLevel) {
     std::lock_guard lock(state.mutex);
     state.detach();
     if (maxLevel < 0) return;
-    state.sink = logging::add_console_log(
-        std::clog,
-        logging::keywords::filter = expr::attr<int>(kLevelAttribute) <= maxLevel,
-        logging::keywords::format = expr::stream << "[" << expr::attr<std::string>("Channel") << "] "
-                                                 << expr::attr<int>(kLevelAttribute) << ": " << expr::smessage);
+    state.sink =
+        logging::add_console_log(std::clog, logging::keywords::filter = expr::attr<int>(kLevelAttribute) <= maxLevel,
+                                 logging::keywords::format = expr::stream << "[" << expr::attr<std::string>("Channel")
+                                                                          << "] " << expr::attr<int>(kLevelAttribute)
+                                                                          << ": " << expr::smessage);
 }
 
-} // namespace foundation::log
+}  // namespace foundation::log

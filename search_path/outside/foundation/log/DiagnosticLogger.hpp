@@ -42,6 +42,6 @@ private:
 // Records of levels up to `maxLevel` go to standard error (maxLevel < 0: off).
 void enableConsoleOutput(int maxLevel);
 
-} // namespace foundation::log
+}  // namespace foundation::log
 
 #define FL_FUNCTION_TRACE(logger) ::foundation::log::FunctionTrace fl_function_trace_((logger), __PRETTY_FUNCTION__)

@@ -20,7 +20,7 @@ SnapshotEventState& snapshotEventState() {
     return Store::findOrInsert<SnapshotEventState>(id, [] { return std::make_unique<SnapshotEventState>(); });
 }
 
-} // namespace
+}  // namespace
 
 boost::signals2::scoped_connection registerListenerForSnapshotEvent(std::function<void()> listener) {
     return boost::signals2::scoped_connection(snapshotEventState().snapshotTaken.connect(std::move(listener)));
@@ -28,4 +28,4 @@ boost::signals2::scoped_connection registerListenerForSnapshotEvent(std::functio
 
 void takeSnapshot() { snapshotEventState().snapshotTaken(); }
 
-} // namespace foundation::memmgr::leaks
+}  // namespace foundation::memmgr::leaks

@@ -12,4 +12,4 @@ boost::signals2::scoped_connection registerListenerForSnapshotEvent(std::functio
 // Takes a snapshot: calls every listener and returns when all have returned.
 void takeSnapshot();
 
-} // namespace foundation::memmgr::leaks
+}  // namespace foundation::memmgr::leaks

@@ -58,7 +58,7 @@ SlotID nextSlotID(const std::type_info&) {
 
 void setCurrentQvmStore(Store* store) { tlsCurrentQvmStore = store; }
 
-} // namespace detail
+}  // namespace detail
 
 EngineInstance::EngineInstance() : store_(std::make_unique<detail::Store>()) {}
 
@@ -76,4 +76,4 @@ EngineInstance::MakeCurrent::MakeCurrent(EngineInstance& instance) : previous_(d
 
 EngineInstance::MakeCurrent::~MakeCurrent() { detail::setCurrentQvmStore(previous_); }
 
-} // namespace foundation::usm
+}  // namespace foundation::usm

@@ -26,7 +26,7 @@ namespace foundation::usm {
 namespace scope {
 struct Qvm;
 struct Process;
-} // namespace scope
+}  // namespace scope
 
 using SlotID = std::size_t;
 
@@ -58,16 +58,23 @@ Store* currentQvmStore();
 void setCurrentQvmStore(Store* store);
 SlotID nextSlotID(const std::type_info& type);
 
-template <class Scope> Store* storeFor();
-template <> inline Store* storeFor<scope::Process>() { return &processStore(); }
-template <> inline Store* storeFor<scope::Qvm>() { return currentQvmStore(); }
+template <class Scope>
+Store* storeFor();
+template <>
+inline Store* storeFor<scope::Process>() {
+    return &processStore();
+}
+template <>
+inline Store* storeFor<scope::Qvm>() {
+    return currentQvmStore();
+}
 
 inline Store& requireStore(Store* store) {
     if (!store) throw std::logic_error("no engine instance is current on this thread");
     return *store;
 }
 
-} // namespace detail
+}  // namespace detail
 
 template <class Scope>
 class Detail {
@@ -98,8 +105,7 @@ public:
         detail::Store& store = detail::requireStore(detail::storeFor<Scope>());
         void* kept = store.insertIfEmpty(id, [&owner]() -> std::shared_ptr<void> {
             D deleter = owner.get_deleter();
-            return std::shared_ptr<void>(owner.release(),
-                                         [deleter](void* p) mutable { deleter(static_cast<T*>(p)); });
+            return std::shared_ptr<void>(owner.release(), [deleter](void* p) mutable { deleter(static_cast<T*>(p)); });
         });
         return *static_cast<T*>(kept);
     }
@@ -147,4 +153,4 @@ private:
     std::unique_ptr<detail::Store> store_;
 };
 
-} // namespace foundation::usm
+}  // namespace foundation::usm

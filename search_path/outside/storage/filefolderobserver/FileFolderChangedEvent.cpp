@@ -7,4 +7,4 @@ const std::string& FileFolderChangedEvent::TypeName() {
     return name;
 }
 
-} // namespace storage::filefolderobserver
+}  // namespace storage::filefolderobserver

@@ -56,8 +56,8 @@ public:
     virtual ~IFileFolderObserverFactory() = default;
     virtual std::unique_ptr<IFileFolderObserver> CreateFrozenObserver(foundation::storage::vfs::Folder folder) = 0;
     // Warnings (a fallback to time stamps) go into `notification`.
-    virtual std::unique_ptr<IFileFolderObserver> CreateObserver(foundation::storage::vfs::Folder folder,
-                                                                 foundation::core::except::Notification& notification) = 0;
+    virtual std::unique_ptr<IFileFolderObserver> CreateObserver(
+        foundation::storage::vfs::Folder folder, foundation::core::except::Notification& notification) = 0;
     // Hands every change that the file system reported before this call to
     // the observers, so that hasChanged() on any thread answers for all of
     // them. Changes reach observers from a reader thread, which may lag a
@@ -71,7 +71,8 @@ public:
 };
 
 // The observer factory of a storage system; one for the process.
-IFileFolderObserverFactory& GetFileFolderObserverFactory(const foundation::storage::vfs::StorageSystemReference& storage);
+IFileFolderObserverFactory& GetFileFolderObserverFactory(
+    const foundation::storage::vfs::StorageSystemReference& storage);
 
 enum class FrozenInclusion : int {
     IncludeFrozen = 0,  // frozen and live observers of the folder report a change
@@ -80,8 +81,7 @@ enum class FrozenInclusion : int {
 
 // Published on the local bus: the observers of `folder` (the text of the
 // folder's IRI, AbsoluteIRI::toString) report a change.
-class FileFolderChangedEvent
-    : public foundation::msg_svc::eventmgr::EventBase<FileFolderChangedEvent> {
+class FileFolderChangedEvent : public foundation::msg_svc::eventmgr::EventBase<FileFolderChangedEvent> {
 public:
     FileFolderChangedEvent(ustring folder, FrozenInclusion inclusion)
         : folder_(std::move(folder)), inclusion_(inclusion) {}
@@ -94,4 +94,4 @@ private:
     FrozenInclusion inclusion_;
 };
 
-} // namespace storage::filefolderobserver
+}  // namespace storage::filefolderobserver

@@ -55,8 +55,7 @@ FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table,
     : FolderEventView(table, table->acquire(folder)) {}
 
 FolderEventView::FolderEventView(std::shared_ptr<FolderRecordTable> table, std::shared_ptr<FolderRecord> record)
-    : table_(std::move(table)),
-      record_(std::move(record)),
+    : table_(std::move(table)), record_(std::move(record)),
       allEventsSeen_(record_->allEvents.load(std::memory_order_acquire)),
       liveEventsSeen_(record_->liveEvents.load(std::memory_order_acquire)) {}
 
@@ -74,4 +73,4 @@ bool FolderEventView::changed(bool live) const {
     return false;
 }
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

@@ -83,8 +83,8 @@ public:
     std::uint64_t eventsMarked() const { return eventsMarked_.load(std::memory_order_acquire); }
 
 private:
-    using Table = tbb::concurrent_hash_map<foundation::storage::vfs::AbsoluteIRI, std::weak_ptr<FolderRecord>,
-                                          FolderHashCompare>;
+    using Table =
+        tbb::concurrent_hash_map<foundation::storage::vfs::AbsoluteIRI, std::weak_ptr<FolderRecord>, FolderHashCompare>;
     Table table_;
     std::atomic<std::uint64_t> eventsMarked_{0};
 };
@@ -115,4 +115,4 @@ private:
     const std::uint64_t liveEventsSeen_;
 };
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

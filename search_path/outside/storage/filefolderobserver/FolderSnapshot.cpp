@@ -25,7 +25,7 @@ std::uint64_t mix(std::uint64_t x) {
 // A file and a folder of the same name are different listings.
 constexpr std::uint64_t kFolderTag = 0x9e3779b97f4a7c15ULL;
 
-} // namespace
+}  // namespace
 
 std::optional<ListingDigest> digestListing(const Folder& folder) {
     try {
@@ -67,7 +67,9 @@ std::optional<FolderStamp> FolderStamp::take(const std::string& path) {
 }
 
 bool FolderStamp::sameAs(const FolderStamp& other) const {
-    const auto same = [](const timespec& a, const timespec& b) { return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec; };
+    const auto same = [](const timespec& a, const timespec& b) {
+        return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+    };
     return device == other.device && inode == other.inode && same(modified, other.modified) &&
            same(changed, other.changed);
 }
@@ -94,8 +96,7 @@ bool isOnRemoteFileSystem(const std::string& path) {
     case 0x7461636FUL:  // OCFS2
     case 0x65735546UL:  // FUSE
         return true;
-    default:
-        return false;
+    default: return false;
     }
 }
 
@@ -111,4 +112,4 @@ bool RemoteMounts::isRemote(const Folder& folder, const std::string& path) {
     return remote;
 }
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

@@ -66,4 +66,4 @@ private:
     tbb::concurrent_hash_map<std::uint64_t, bool> known_;
 };
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

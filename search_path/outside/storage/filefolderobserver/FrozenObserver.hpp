@@ -25,4 +25,4 @@ private:
     const bool hearsLiveOnlyEvents_;
 };
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

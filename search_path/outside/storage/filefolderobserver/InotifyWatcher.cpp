@@ -27,7 +27,7 @@ namespace {
 constexpr std::uint32_t kWatchMask =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
-} // namespace
+}  // namespace
 
 struct WatchLease::Node {
     explicit Node(std::string_view folder) : path(folder) {}
@@ -148,8 +148,10 @@ bool InotifyWatcher::watchAncestorsLocked(Node& node) {
             // their folder's identity themselves.
             const int wd =
                 forced ? -1 : ::inotify_add_watch(inotifyFd_, above->path.c_str(), kWatchMask | IN_DONT_FOLLOW);
-            if (wd >= 0) attachLocked(*above, wd);
-            else above->watchError = forced ? forced : errno;
+            if (wd >= 0)
+                attachLocked(*above, wd);
+            else
+                above->watchError = forced ? forced : errno;
         }
         all = all && above->wd >= 0;
     }
@@ -333,4 +335,4 @@ void InotifyWatcher::handleEvent(int wd, std::uint32_t mask, std::string_view na
     }
 }
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

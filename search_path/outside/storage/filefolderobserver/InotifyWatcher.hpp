@@ -155,4 +155,4 @@ private:
     std::atomic<int> failAncestorWatchesWith_{0};
 };
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

@@ -21,8 +21,10 @@ LiveObserver::LiveObserver(std::shared_ptr<FolderRecordTable> records, std::shar
         // can be changed where no watch of the folder's own chain looks.
         path_ = path;
         struct stat status {};
-        if (::stat(path.c_str(), &status) == 0) identity_.emplace(status.st_dev, status.st_ino);
-        else setChangedAtStart();
+        if (::stat(path.c_str(), &status) == 0)
+            identity_.emplace(status.st_dev, status.st_ino);
+        else
+            setChangedAtStart();
     }
 }
 
@@ -47,4 +49,4 @@ bool LiveObserver::hasChanged() const {
     return changed;
 }
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

@@ -67,4 +67,4 @@ private:
     std::optional<std::pair<dev_t, ino_t>> identity_;
 };
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

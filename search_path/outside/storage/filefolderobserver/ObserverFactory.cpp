@@ -29,17 +29,18 @@ public:
     bool observesChildFoldersToo() const override { return false; }
 };
 
-} // namespace
+}  // namespace
 
 ObserverFactory::ObserverFactory() {
     std::weak_ptr<FolderRecordTable> records = records_;
     subscription_ = ovutil::eventmgr::createLocalEventMgr(boost::none)
-                        ->subscribe(FileFolderChangedEvent::TypeName(), [records](const foundation::msg_svc::eventmgr::BaseEvent& event) {
-                            const auto* changed = dynamic_cast<const FileFolderChangedEvent*>(&event);
-                            if (!changed) return;
-                            if (const auto table = records.lock())
-                                table->markChanged(changed->getFolder(), changed->getFrozenInclusion());
-                        });
+                        ->subscribe(FileFolderChangedEvent::TypeName(),
+                                    [records](const foundation::msg_svc::eventmgr::BaseEvent& event) {
+                                        const auto* changed = dynamic_cast<const FileFolderChangedEvent*>(&event);
+                                        if (!changed) return;
+                                        if (const auto table = records.lock())
+                                            table->markChanged(changed->getFolder(), changed->getFrozenInclusion());
+                                    });
 }
 
 ObserverFactory::~ObserverFactory() {
@@ -70,7 +71,7 @@ bool UnchangedSinceListing(const Folder& folder, const std::string& path) {
            same(now.st_ctim, listed->changed);
 }
 
-} // namespace
+}  // namespace
 
 std::unique_ptr<IFileFolderObserver> ObserverFactory::CreateObserver(
     Folder folder, foundation::core::except::Notification& notification) {
@@ -130,9 +131,9 @@ void ObserverFactory::warnOfFallback(const Folder& folder, int error,
         break;
     default: return;
     }
-    notification.add(resource_core::BaseMsgID(
-        "ORVIAN:FileFolderObserver", "ChangeHandleFallback",
-        {folder.getIRI().getPath(), fl::i18n::utf8_to_ustring(std::generic_category().message(error))}));
+    notification.add(resource_core::BaseMsgID("ORVIAN:FileFolderObserver", "ChangeHandleFallback",
+                                              {folder.getIRI().getPath(),
+                                               fl::i18n::utf8_to_ustring(std::generic_category().message(error))}));
 }
 
 void ObserverFactory::SetRemotePathPolicy(int policy) {
@@ -149,7 +150,7 @@ void ObserverFactory::SetChangeHandleWarning(int warning) {
     changeHandleWarning_.store(warning, std::memory_order_release);
 }
 
-} // namespace detail
+}  // namespace detail
 
 IFileFolderObserverFactory& GetFileFolderObserverFactory(const foundation::storage::vfs::StorageSystemReference&) {
     // The process has one storage system, so one factory serves every
@@ -168,7 +169,7 @@ detail::ObserverFactory& concrete(IFileFolderObserverFactory& factory) {
 const detail::ObserverFactory& concrete(const IFileFolderObserverFactory& factory) {
     return dynamic_cast<const detail::ObserverFactory&>(factory);
 }
-} // namespace
+}  // namespace
 
 void FailWatchesForTesting(IFileFolderObserverFactory& factory, int errnoValue) {
     concrete(factory).watcher().failWatchesWith(errnoValue);
@@ -192,6 +193,6 @@ std::size_t AncestorWatchCountForTesting(const IFileFolderObserverFactory& facto
     return concrete(factory).watcher().ancestorWatchCount();
 }
 
-} // namespace testhooks
+}  // namespace testhooks
 
-} // namespace storage::filefolderobserver
+}  // namespace storage::filefolderobserver

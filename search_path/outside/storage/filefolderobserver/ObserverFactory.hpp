@@ -42,7 +42,7 @@ public:
 
     std::unique_ptr<IFileFolderObserver> CreateFrozenObserver(foundation::storage::vfs::Folder folder) override;
     std::unique_ptr<IFileFolderObserver> CreateObserver(foundation::storage::vfs::Folder folder,
-                                                         foundation::core::except::Notification& notification) override;
+                                                        foundation::core::except::Notification& notification) override;
     void Synchronize() override { watcher_->drainPending(); }
     void SetRemotePathPolicy(int policy) override;
     int GetRemotePathPolicy() const override { return remotePolicy_.load(std::memory_order_acquire); }
@@ -70,4 +70,4 @@ private:
     foundation::msg_svc::eventmgr::ScopedConnection subscription_;
 };
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

@@ -22,4 +22,4 @@ void SimulateOverflowForTesting(IFileFolderObserverFactory& factory);
 std::size_t WatchCountForTesting(const IFileFolderObserverFactory& factory);
 std::size_t AncestorWatchCountForTesting(const IFileFolderObserverFactory& factory);
 
-} // namespace storage::filefolderobserver::testhooks
+}  // namespace storage::filefolderobserver::testhooks

@@ -7,13 +7,11 @@ namespace {
 foundation::storage::vfs::Folder unlisted(const foundation::storage::vfs::Folder& folder) {
     return foundation::storage::vfs::Folder(folder.getIRI(), folder.getStorageSystem());
 }
-} // namespace
+}  // namespace
 
 TimeStampObserver::TimeStampObserver(std::shared_ptr<FolderRecordTable> records,
                                      const foundation::storage::vfs::Folder& folder)
-    : events_(std::move(records), folder.getIRI()),
-      folder_(unlisted(folder)),
-      path_(folder.getNativePath()),
+    : events_(std::move(records), folder.getIRI()), folder_(unlisted(folder)), path_(folder.getNativePath()),
       listed_(digestListing(folder)) {
     // Stamp first, then compare listings: a change before the stamp shows in
     // the listing, and one after it in the stamp (once trusted).
@@ -43,4 +41,4 @@ bool TimeStampObserver::hasChanged() const {
     return changed;
 }
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

@@ -43,4 +43,4 @@ private:
     mutable std::atomic<bool> latched_{false};
 };
 
-} // namespace storage::filefolderobserver::detail
+}  // namespace storage::filefolderobserver::detail

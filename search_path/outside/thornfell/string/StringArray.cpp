@@ -20,4 +20,4 @@ bool isNonMissingScalarText(const qvArray_tag* array, CharTolerance tolerance) {
 
 matrix::unique_array_ptr createStringArray(const ustring& text) { return matrix::createStringArray(1, 1, {text}); }
 
-} // namespace Thornfell::String
+}  // namespace Thornfell::String

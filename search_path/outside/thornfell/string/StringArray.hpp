@@ -21,4 +21,4 @@ bool isNonMissingScalarText(const qvArray_tag* array, CharTolerance tolerance);
 // A 1-by-1 string array of `text`.
 matrix::unique_array_ptr createStringArray(const ustring& text);
 
-} // namespace Thornfell::String
+}  // namespace Thornfell::String

@@ -28,10 +28,11 @@ struct FatalDiagnosticsState {
 
 FatalDiagnosticsState& fatalDiagnosticsState() {
     static const auto id = ProcessStore::getNextID(typeid(FatalDiagnosticsState));
-    return ProcessStore::findOrInsert<FatalDiagnosticsState>(id, [] { return std::make_unique<FatalDiagnosticsState>(); });
+    return ProcessStore::findOrInsert<FatalDiagnosticsState>(id,
+                                                             [] { return std::make_unique<FatalDiagnosticsState>(); });
 }
 
-} // namespace
+}  // namespace
 
 void terminate(const std::string& message, const char* file, int line, const char* function) {
     // stdio rather than iostreams: the program may be in any state here, and
@@ -57,4 +58,4 @@ void setFatalDiagnosticsEnabled(bool enabled) {
     fatalDiagnosticsState().enabled.store(enabled, std::memory_order_relaxed);
 }
 
-} // namespace foundation::core::diag
+}  // namespace foundation::core::diag

@@ -19,9 +19,8 @@ const std::string& getCurrentThreadName();
 bool fatalDiagnosticsEnabled();
 void setFatalDiagnosticsEnabled(bool enabled);
 
-} // namespace foundation::core::diag
+}  // namespace foundation::core::diag
 
 inline bool fl_diag_terminate() { return foundation::core::diag::fatalDiagnosticsEnabled(); }
 
-#define FL_DIAG_TERMINATE(message) \
-    ::foundation::core::diag::terminate((message), __FILE__, __LINE__, __func__)
+#define FL_DIAG_TERMINATE(message) ::foundation::core::diag::terminate((message), __FILE__, __LINE__, __func__)

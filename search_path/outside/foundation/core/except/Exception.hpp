@@ -20,4 +20,4 @@ public:
     using StdBase::StdBase;
 };
 
-} // namespace foundation::core::except
+}  // namespace foundation::core::except

@@ -9,4 +9,4 @@ MessageException::MessageException(resource_core::BaseMsgID message)
 
 const char* MessageException::what() const noexcept { return identifier_.c_str(); }
 
-} // namespace foundation::core::except
+}  // namespace foundation::core::except

@@ -22,4 +22,4 @@ private:
     std::string identifier_;
 };
 
-} // namespace foundation::core::except
+}  // namespace foundation::core::except

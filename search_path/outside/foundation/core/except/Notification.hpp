@@ -34,4 +34,4 @@ inline bool Notification::contains(const std::string& identifier) const {
     return false;
 }
 
-} // namespace foundation::core::except
+}  // namespace foundation::core::except

@@ -39,4 +39,4 @@ public:
 // One subscription name for a type name at a level: "Type#Level".
 std::string mangleEvent(const std::string& typeName, const std::string& level);
 
-} // namespace foundation::msg_svc::eventmgr
+}  // namespace foundation::msg_svc::eventmgr

@@ -104,7 +104,7 @@ struct LocalEventMgrState {
     boost::shared_ptr<EventMgr> processBus;
     std::map<ovutil::contextmgr::QvmID, boost::shared_ptr<EventMgr>> instanceBuses;
 };
-} // namespace
+}  // namespace
 
 boost::shared_ptr<EventMgr> getEngineEventMgr() {
     using Store = foundation::usm::Detail<foundation::usm::scope::Qvm>;
@@ -112,7 +112,7 @@ boost::shared_ptr<EventMgr> getEngineEventMgr() {
     return Store::findOrInsert<EngineEventMgrState>(id, [] { return std::make_unique<EngineEventMgrState>(); }).bus;
 }
 
-} // namespace foundation::msg_svc::eventmgr
+}  // namespace foundation::msg_svc::eventmgr
 
 namespace ovutil::eventmgr {
 
@@ -128,4 +128,4 @@ boost::shared_ptr<foundation::msg_svc::eventmgr::EventMgr> createLocalEventMgr(
     return bus;
 }
 
-} // namespace ovutil::eventmgr
+}  // namespace ovutil::eventmgr

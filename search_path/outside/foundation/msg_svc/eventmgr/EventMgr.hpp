@@ -75,4 +75,4 @@ boost::shared_ptr<EventMgr> createEventMgr();
 // The working folder publishes its changes here.
 boost::shared_ptr<EventMgr> getEngineEventMgr();
 
-} // namespace foundation::msg_svc::eventmgr
+}  // namespace foundation::msg_svc::eventmgr

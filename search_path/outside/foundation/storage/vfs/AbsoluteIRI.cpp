@@ -60,7 +60,7 @@ std::size_t parentLength(const ustring& path) {
     return slash == 0 ? 1 : slash;
 }
 
-} // namespace
+}  // namespace
 
 namespace {
 
@@ -71,7 +71,7 @@ std::size_t hashStep(std::size_t seed, char16_t unit) noexcept {
     return seed;
 }
 
-} // namespace
+}  // namespace
 
 std::size_t genericPathHash(ustring_view path) noexcept {
     std::size_t seed = 0;
@@ -167,4 +167,4 @@ CanonicalAbsoluteIRI CanonicalAbsoluteIRI::getParent() const {
     return CanonicalAbsoluteIRI(makeRep(rep_->path.substr(0, parentLength(rep_->path))));
 }
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs

@@ -119,4 +119,4 @@ struct AbsoluteIRIEqual {
     bool operator()(const AbsoluteIRI& a, const GenericPathView& b) const noexcept { return (*this)(b, a); }
 };
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs

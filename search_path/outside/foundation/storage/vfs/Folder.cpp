@@ -124,18 +124,15 @@ EntryKind followLink(int dirFd, const char* name) {
 // so that a plain listing costs no stat per entry.
 EntryKind classify(int dirFd, const dirent64& entry) {
     switch (entry.d_type) {
-    case DT_DIR:
-        return EntryKind::Folder;
-    case DT_LNK:
-        return followLink(dirFd, entry.d_name);
+    case DT_DIR: return EntryKind::Folder;
+    case DT_LNK: return followLink(dirFd, entry.d_name);
     case DT_UNKNOWN: {
         struct stat st;
         if (::fstatat(dirFd, entry.d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) return EntryKind::Gone;
         if (S_ISLNK(st.st_mode)) return followLink(dirFd, entry.d_name);
         return S_ISDIR(st.st_mode) ? EntryKind::Folder : EntryKind::File;
     }
-    default:
-        return EntryKind::File;
+    default: return EntryKind::File;
     }
 }
 
@@ -185,8 +182,10 @@ std::string resolvedByKernel(const std::string& path, int& readable, bool& asGiv
         return {};
     }
     int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    else readable = fd;
+    if (fd < 0)
+        fd = ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    else
+        readable = fd;
     if (fd < 0) return {};
     const FdCloser closer{readable < 0 ? fd : -1};
     char link[32];
@@ -231,7 +230,7 @@ bool isDotOrDotDot(const char* name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }
 
-} // namespace
+}  // namespace
 
 Folder::Folder(const AbsoluteIRI& iri, StorageSystemReference storage)
     : iri_(iri), storage_(std::move(storage)), state_(std::make_shared<State>(std::nullopt)) {}
@@ -446,4 +445,4 @@ std::vector<Folder> Folder::listFolders(const ustring& filter) const {
     return folders;
 }
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs

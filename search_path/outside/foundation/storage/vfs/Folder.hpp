@@ -115,4 +115,4 @@ private:
     std::shared_ptr<State> state_;
 };
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs

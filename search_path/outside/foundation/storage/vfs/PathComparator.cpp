@@ -22,8 +22,7 @@ inline char16_t foldAscii(char16_t c) {
 // a code point of its own, so it folds to itself.
 inline UChar32 nextCodePoint(ustring_view text, std::size_t& i) {
     const char16_t lead = text[i++];
-    if (U16_IS_LEAD(lead) && i < text.size() && U16_IS_TRAIL(text[i]))
-        return U16_GET_SUPPLEMENTARY(lead, text[i++]);
+    if (U16_IS_LEAD(lead) && i < text.size() && U16_IS_TRAIL(text[i])) return U16_GET_SUPPLEMENTARY(lead, text[i++]);
     return lead;
 }
 
@@ -51,7 +50,7 @@ void appendFolded(ustring& out, ustring_view text) {
     }
 }
 
-} // namespace
+}  // namespace
 
 ustring foldCase(ustring_view text) {
     ustring out;
@@ -130,11 +129,11 @@ bool equalFoldedDiffering(ustring_view a, ustring_view b) {
     return i == a.size() && j == b.size();
 }
 
-} // namespace detail
+}  // namespace detail
 
 void PathComparator::throwUnknownModifier(CaseModifier modifier) {
     throw Exception(ErrorCode::InvalidLocation, ustring(),
                     "unknown case modifier " + std::to_string(static_cast<std::int32_t>(modifier)));
 }
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs

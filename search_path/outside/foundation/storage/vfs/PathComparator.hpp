@@ -36,7 +36,7 @@ void foldCaseInPlace(ustring& text);
 namespace detail {
 // equalFolded of two texts of one length that differ in some unit.
 bool equalFoldedDiffering(ustring_view a, ustring_view b);
-} // namespace detail
+}  // namespace detail
 
 // Inline, since names are compared by the thousand in a query: most pairs
 // differ in length or are spelled alike, and only the rest need folding.
@@ -72,4 +72,4 @@ private:
     bool caseSensitive_;
 };
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs

@@ -25,21 +25,17 @@ ErrorCode codeForErrno(int errnoValue) {
     switch (errnoValue) {
     case ENOENT:
     case ENOTDIR:
-    case ELOOP:
-        return ErrorCode::NotFound;
+    case ELOOP: return ErrorCode::NotFound;
     case EACCES:
-    case EPERM:
-        return ErrorCode::PermissionDenied;
+    case EPERM: return ErrorCode::PermissionDenied;
     case ENAMETOOLONG:
     case EINVAL:
-    case EILSEQ:
-        return ErrorCode::InvalidLocation;
-    default:
-        return ErrorCode::AccessFailure;
+    case EILSEQ: return ErrorCode::InvalidLocation;
+    default: return ErrorCode::AccessFailure;
     }
 }
 
-} // namespace
+}  // namespace
 
 Exception::Exception(ErrorCode code, ustring location, std::string detail)
     : code_(code), location_(std::move(location)), message_(composeMessage(location_, detail)) {}
@@ -53,4 +49,4 @@ Exception Exception::fromErrno(int errnoValue, const ustring& location, const ch
 UnsupportedIRISchemeException::UnsupportedIRISchemeException(const ustring& scheme)
     : Exception(ErrorCode::UnsupportedScheme, scheme, "unsupported IRI scheme") {}
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs

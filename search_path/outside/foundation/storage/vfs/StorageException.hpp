@@ -17,10 +17,11 @@ enum class ErrorCode : int {
     NotFound = 4,          // doesn't exist, or isn't a folder
     NameTooLong = 5,
     UnsupportedScheme = 6,
-    AccessFailure = 9,     // any other failure of the storage system
+    AccessFailure = 9,  // any other failure of the storage system
 };
 
-class Exception : public foundation::core::except::Exception<foundation::core::except::IInternalException, std::exception, void> {
+class Exception
+    : public foundation::core::except::Exception<foundation::core::except::IInternalException, std::exception, void> {
 public:
     Exception(ErrorCode code, ustring location, std::string detail);
 
@@ -47,4 +48,4 @@ public:
     explicit UnsupportedIRISchemeException(const ustring& scheme);
 };
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs

@@ -28,9 +28,9 @@ struct StorageSystemState {
     StorageSystemReference reference{std::make_shared<const PosixStorageSystem>()};
 };
 
-} // namespace
+}  // namespace
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs
 
 namespace OrvianStorageSystem {
 
@@ -42,4 +42,4 @@ foundation::storage::vfs::StorageSystemReference GetStorageSystemReference() {
         .reference;
 }
 
-} // namespace OrvianStorageSystem
+}  // namespace OrvianStorageSystem

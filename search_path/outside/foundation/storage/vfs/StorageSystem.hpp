@@ -31,9 +31,9 @@ public:
     virtual const PathComparator& getPathComparator() const = 0;
 };
 
-} // namespace foundation::storage::vfs
+}  // namespace foundation::storage::vfs
 
 namespace OrvianStorageSystem {
 // The storage system of the environment: the local POSIX file system.
 foundation::storage::vfs::StorageSystemReference GetStorageSystemReference();
-} // namespace OrvianStorageSystem
+}  // namespace OrvianStorageSystem
