@@ -105,8 +105,8 @@ TEST(Utf, RunsOfAsciiOfAnyLengthConvertAroundOtherCharacters) {
     for (int round = 0; round != 400; ++round) {
         std::string text;
         ustring expected;
-        for (int piece = random() % 5; piece >= 0; --piece) {
-            for (int run = random() % 20; run > 0; --run) {
+        for (int piece = static_cast<int>(random() % 5); piece >= 0; --piece) {
+            for (int run = static_cast<int>(random() % 20); run > 0; --run) {
                 const char ascii = static_cast<char>(0x20 + random() % 0x5F);
                 text += ascii;
                 expected += static_cast<char16_t>(ascii);

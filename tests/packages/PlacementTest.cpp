@@ -64,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
                          {"q", {.name = "q", .managed = true, .propertyLines = {"ManualInstall = false"}}}},
                         {"a", "b"}},
         NewPackagesCase{"UnmanagedNotAskingForThePathStaysOff", {{"p", {.name = "p", .onPath = false}}}, {"a", "b"}}),
-    [](const auto& info) { return info.param.label; });
+    [](const auto& instance) { return instance.param.label; });
 
 // Several packages of one change are ordered by stamp, not by the order the
 // registry lists them in.
@@ -141,7 +141,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  {"a", "p2", "p2/m1", "b", "p/x"},
                                  {ids::mpath::packageMemberFolderRemovedFromPath.Text()}},
                       ChangeCase{"Removed", [](auto& f) { f.Remove("p"); }, {"a", "b", "p/x", "p2"}, {}}),
-    [](const auto& info) { return info.param.label; });
+    [](const auto& instance) { return instance.param.label; });
 
 TEST_F(PackagesFixture, UpdateToANewVersionReplacesTheOldOne) {
     const auto first = Install("p", {.name = "p"});

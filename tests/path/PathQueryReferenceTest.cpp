@@ -86,8 +86,8 @@ protected:
         std::size_t lastWithChildren = 0;
         for (std::size_t i = 0; i < mains.size(); ++i)
             (entriesByMain[i] == 1 ? plain.push_back(i) : void(lastWithChildren = i));
-        const auto other = [](int k, const std::vector<ustring>& stems) {
-            return MemoryEntry(u"/elsewhere/m" + Utf16(std::to_string(k)), Main, stems);
+        const auto other = [](int k, const std::vector<ustring>& itsStems) {
+            return MemoryEntry(u"/elsewhere/m" + Utf16(std::to_string(k)), Main, itsStems);
         };
         PathEntryVector first = mains;
         PathEntryVector second = mains;
@@ -290,9 +290,9 @@ TEST_P(PathQueryReferenceTest, FolderQueriesAndPlacesOnThePathAgreeWithTheWalk) 
 
 INSTANTIATE_TEST_SUITE_P(Seeds, PathQueryReferenceTest,
                          ::testing::Combine(::testing::Values(1u, 2u), ::testing::Bool()),
-                         [](const ::testing::TestParamInfo<ReferenceParam>& info) {
-                             return "seed" + std::to_string(std::get<0>(info.param)) +
-                                    (std::get<1>(info.param) ? "Derived" : "Built");
+                         [](const ::testing::TestParamInfo<ReferenceParam>& instance) {
+                             return "seed" + std::to_string(std::get<0>(instance.param)) +
+                                    (std::get<1>(instance.param) ? "Derived" : "Built");
                          });
 
 }  // namespace

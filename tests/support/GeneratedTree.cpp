@@ -63,7 +63,9 @@ GeneratedTreeOptions BenchmarkTreeOptions() {
 
 GeneratedTree::GeneratedTree(const GeneratedTreeOptions& options) {
     std::mt19937_64 random(options.seed);
-    const auto share = [&](double fraction) { return static_cast<std::size_t>(fraction * options.folders); };
+    const auto share = [&](double fraction) {
+        return static_cast<std::size_t>(fraction * static_cast<double>(options.folders));
+    };
     const bool nested = options.nestedNames > 0;
     const std::size_t packages = share(options.packageFraction);
     const std::size_t classes = share(options.classFraction);

@@ -177,10 +177,10 @@ PathEntry::FoundItemPointers PathEntry::FindAllIn(ItemRun run, const detail::Sea
 
 PathItemVector PathEntry::FindAll(const detail::SearchTarget& target, FilenameMatchingPolicy policy) const {
     const FoundItemPointers found = FindAllIn(ItemsWithStem(NormalizedName(target.name()).view()), target, policy);
-    PathItemVector items;
-    items.reserve(found.size());
-    for (const PathItemPointer* item : found) items.push_back(*item);
-    return items;
+    PathItemVector all;
+    all.reserve(found.size());
+    for (const PathItemPointer* item : found) all.push_back(*item);
+    return all;
 }
 
 bool PathEntry::ForEachEntry(SearchScope scope, const PathEntryVisitor& visitor) const {

@@ -653,10 +653,10 @@ struct PathEntryFactoryState {
 }  // namespace
 
 IPathEntryFactory& GetPathEntryFactory() {
-    using Store = foundation::usm::Detail<foundation::usm::scope::Process>;
-    static const foundation::usm::SlotID id = Store::getNextID(typeid(PathEntryFactoryState));
+    using ProcessStore = foundation::usm::Detail<foundation::usm::scope::Process>;
+    static const foundation::usm::SlotID id = ProcessStore::getNextID(typeid(PathEntryFactoryState));
     auto& state =
-        Store::findOrInsert<PathEntryFactoryState>(id, [] { return std::make_unique<PathEntryFactoryState>(); });
+        ProcessStore::findOrInsert<PathEntryFactoryState>(id, [] { return std::make_unique<PathEntryFactoryState>(); });
     std::call_once(state.once, [&state] {
         auto storage = OrvianStorageSystem::GetStorageSystemReference();
         auto events = ovutil::eventmgr::createLocalEventMgr(boost::none);

@@ -317,7 +317,7 @@ const Folder::Listing& Folder::listing() const {
     // The stamp taken with that descriptor, if any, is the reading's.
     std::optional<ListingStamp> openStamp;
     {
-        std::lock_guard lock(state_->canonicalMutex);
+        std::lock_guard canonicalLock(state_->canonicalMutex);
         openStamp = std::exchange(state_->openStamp, std::nullopt);
     }
     if (opened < 0) {
