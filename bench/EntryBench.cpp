@@ -14,7 +14,6 @@
 #include "tfsearch_path/PathFunctions.hpp"
 
 #include <benchmark/benchmark.h>
-#include <dirent.h>
 
 #include <chrono>
 
@@ -27,16 +26,7 @@ const tfsp::test::GeneratedTree& Tree() {
     return tree;
 }
 
-std::size_t BareWalk(const std::vector<std::string>& folders) {
-    std::size_t names = 0;
-    for (const auto& folder : folders) {
-        DIR* dir = ::opendir(folder.c_str());
-        if (!dir) continue;
-        while (const dirent* entry = ::readdir(dir)) names += entry->d_name[0] != '.';
-        ::closedir(dir);
-    }
-    return names;
-}
+using tfsp::test::BareWalk;
 
 std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs() { return tfsp::test::MainFolderIRIs(Tree()); }
 

@@ -21,7 +21,6 @@
 #include "tfsearch_path/PathFunctions.hpp"
 
 #include <benchmark/benchmark.h>
-#include <dirent.h>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -55,14 +54,7 @@ double Seconds(std::chrono::steady_clock::time_point since) {
 
 double SecondsOfBareWalk(const std::vector<std::string>& folders) {
     const auto start = std::chrono::steady_clock::now();
-    std::size_t names = 0;
-    for (const auto& folder : folders) {
-        DIR* dir = ::opendir(folder.c_str());
-        if (!dir) continue;
-        while (const dirent* entry = ::readdir(dir)) names += entry->d_name[0] != '.';
-        ::closedir(dir);
-    }
-    benchmark::DoNotOptimize(names);
+    benchmark::DoNotOptimize(tfsp::test::BareWalk(folders));
     return Seconds(start);
 }
 

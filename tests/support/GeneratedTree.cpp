@@ -13,6 +13,7 @@
 #include <set>
 #include <stdexcept>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -190,6 +191,17 @@ std::vector<foundation::storage::vfs::AbsoluteIRI> MainFolderIRIs(const Generate
     for (const auto& folder : tree.mainFolders())
         iris.push_back(foundation::storage::vfs::toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(folder)));
     return iris;
+}
+
+std::size_t BareWalk(const std::vector<std::string>& folders) {
+    std::size_t names = 0;
+    for (const auto& folder : folders) {
+        DIR* dir = ::opendir(folder.c_str());
+        if (!dir) continue;
+        while (const dirent* entry = ::readdir(dir)) names += entry->d_name[0] != '.';
+        ::closedir(dir);
+    }
+    return names;
 }
 
 Thornfell::PathManagement::PathEntryVector FrozenMainEntries(const GeneratedTree& tree) {
