@@ -36,8 +36,6 @@ public:
     // to be called just before the serial steps ask for the folder's entry.
     void GiveWarningsOf(const foundation::storage::vfs::CanonicalAbsoluteIRI& folder);
 
-    std::size_t size() const { return entries_.size(); }
-
 private:
     PathEntryVector entries_;  // null where the build failed
     std::vector<foundation::core::except::Notification> warnings_;
