@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <functional>
 #include <sstream>
 
 namespace tfsp::test {
@@ -66,10 +67,14 @@ protected:
     }
 
     // The outcome of putting `folders` on the path of a fresh session, by
-    // names as given (resolved by the manager) or canonical ones.
-    Outcome Alter(bool serial, bool byGivenNames) {
+    // names as given (resolved by the manager) or canonical ones. `prepare`
+    // runs once the session stands (with its working folder's entry).
+    Outcome Alter(
+        bool serial, bool byGivenNames,
+        const std::function<void(ISearchPathSession&)>& prepare = [](ISearchPathSession&) {}) {
         auto fresh = CreateSearchPathSession();
         OrvianComponents::SerialEntryBuildFeature::Set(serial);
+        prepare(*fresh);
         host::takeWarnings();
         Outcome outcome;
         foundation::core::except::Notification notification;
@@ -125,6 +130,30 @@ TEST_F(EntriesBuiltAheadTest, WarningsOfObserversComeInTheFoldersOrder) {
     ASSERT_GT(serial.warnings.size(), 48u);
     EXPECT_THAT(parallel.warnings, ElementsAreArray(serial.warnings));
     EXPECT_THAT(parallel.messages, ElementsAreArray(serial.messages));
+}
+
+// Under "once", the one warning names the first folder in path order that
+// falls back. Missing folders lead the path, so that on the pool the other
+// thread, which takes the second half of the folders, would reach a folder
+// further on first (on a machine of one core, the roads can't differ).
+TEST_F(EntriesBuiltAheadTest, UnderOnceTheWarningNamesTheFirstFolderInPathOrder) {
+    auto& observers =
+        storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference());
+    for (int i = 0; i < 40; ++i) folders.insert(folders.begin(), "gone" + std::to_string(i));
+    const auto alterUnderOnce = [&](bool serial) {
+        // The working folder's entry stands with a watch, and warns of nothing.
+        return Alter(serial, false, [&](ISearchPathSession& session) {
+            session.ChangeWorkingFolder(tree.iri());
+            session.SetPathFolders(FolderRange(std::vector<foundation::storage::vfs::AbsoluteIRI>{}));
+            storage::filefolderobserver::testhooks::FailWatchesForTesting(observers, ENOSPC);
+            observers.SetChangeHandleWarning(storage::filefolderobserver::WarnOnce);
+        });
+    };
+    const Outcome serial = alterUnderOnce(true);
+    const Outcome parallel = alterUnderOnce(false);
+    ASSERT_EQ(serial.warnings.size(), 1u);
+    EXPECT_THAT(parallel.warnings, ElementsAreArray(serial.warnings));
+    EXPECT_THAT(parallel.entries, ElementsAreArray(serial.entries));
 }
 
 // With the packages feature on, the folders that no package owns are the

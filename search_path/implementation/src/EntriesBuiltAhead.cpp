@@ -2,6 +2,8 @@
 
 #include "WarningDeferral.hpp"
 #include "orvian/FeatureSwitches.hpp"
+#include "foundation/storage/vfs/StorageSystem.hpp"
+#include "storage/filefolderobserver/FileFolderObserver.hpp"
 
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
@@ -13,6 +15,12 @@ EntriesBuiltAhead::EntriesBuiltAhead(const IPathEntryFactory& factory, const IFo
                                      std::span<const foundation::storage::vfs::CanonicalAbsoluteIRI> folders)
     : entries_(folders.size()), warnings_(folders.size()) {
     if (OrvianComponents::SerialEntryBuildFeature::IsOn()) return;  // each folder is built in its serial step
+    // Under "once", the one warning must name the first folder in path
+    // order that falls back, and the observers decide which folder has it
+    // as they are made: on the pool, that would be whichever came first.
+    if (storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference())
+            .GetChangeHandleWarning() == storage::filefolderobserver::WarnOnce)
+        return;
     ForEachFolderAhead(folders.size(), [&](std::size_t i) {
         const WarningDeferral deferral(warnings_[i]);
         try {

@@ -23,7 +23,8 @@ namespace Thornfell::PathManagement {
 //
 // The warnings of a folder's build (an observer that fell back to time
 // stamps) are held back until the serial steps reach the folder: the host
-// gets them in the order of the folders, as from a serial build.
+// gets them in the order of the folders, as from a serial build. When the
+// host asks for one such warning only, nothing is built ahead.
 class EntriesBuiltAhead {
 public:
     // Nothing built ahead: every folder is built by the serial steps.
