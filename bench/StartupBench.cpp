@@ -8,8 +8,10 @@
 //
 // BM_StartUp/N runs on a tree of N folders of 50 files (N = 200, 2,000 and
 // 20,000), made from a fixed seed, so that the figures per file of the three
-// sizes show how the cost grows. Memory is the growth of the process's
-// resident set over the path's life, per file on the path.
+// sizes show how the cost grows. Memory is the growth of the resident set
+// of a process of its own (this program, run again) when it puts the folders
+// on the path, per file on the path: in a process that had a path before,
+// the heap it kept would hold the new one, uncounted.
 #include "support/GeneratedTree.hpp"
 #include "support/Heap.hpp"
 
@@ -22,10 +24,15 @@
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <oneapi/tbb/scalable_allocator.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <string_view>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -66,11 +73,13 @@ std::size_t ResidentBytes() {
     return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-// The heap given back to the system as far as it goes, so that the resident
-// set counts what lives.
+// The heap given back to the system as far as it goes (the scalable
+// allocator's, which the stem map's arena comes from, too), so that the
+// resident set counts what lives.
 std::size_t SettledResidentBytes() {
     tfsp::test::SettleHeap();
     ::malloc_trim(0);
+    scalable_allocation_command(TBBMALLOC_CLEAN_ALL_BUFFERS, nullptr);
     return ResidentBytes();
 }
 
@@ -78,13 +87,25 @@ std::size_t SettledResidentBytes() {
 // of a name that no folder holds (which lists every folder into its cache),
 // and the resident growth per file of those caches. Empty when python3 can't
 // be run.
-std::map<std::string, double> ImportSystemFigures(const tfsp::test::GeneratedTree& tree) {
-    const std::string list = tree.root() + ".folders";
-    {
-        std::ofstream out(list);
+// A file that names the tree's main folders, one a line, for another
+// process to read; removed when the object goes.
+class FolderList {
+public:
+    explicit FolderList(const tfsp::test::GeneratedTree& tree) : path_(tree.root() + ".folders") {
+        std::ofstream out(path_);
         for (const auto& folder : tree.mainFolders()) out << folder << '\n';
     }
-    const std::string command = "python3 " TFSP_BENCH_SOURCE_DIR "/importlib_listing.py " + list + " 2>/dev/null";
+    ~FolderList() { std::remove(path_.c_str()); }
+    FolderList(const FolderList&) = delete;
+    FolderList& operator=(const FolderList&) = delete;
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+// The "NAME VALUE" lines that `command` prints.
+std::map<std::string, double> FiguresPrintedBy(const std::string& command) {
     std::map<std::string, double> figures;
     if (FILE* pipe = ::popen(command.c_str(), "r")) {
         char line[256];
@@ -94,10 +115,52 @@ std::map<std::string, double> ImportSystemFigures(const tfsp::test::GeneratedTre
             double value = 0;
             if (fields >> name >> value) figures[name] = value;
         }
-        ::pclose(pipe);
+        if (::pclose(pipe) != 0) figures.clear();
     }
-    std::remove(list.c_str());
     return figures;
+}
+
+std::map<std::string, double> ImportSystemFigures(const tfsp::test::GeneratedTree& tree) {
+    const FolderList list(tree);
+    return FiguresPrintedBy("python3 " TFSP_BENCH_SOURCE_DIR "/importlib_listing.py " + list.path() + " 2>/dev/null");
+}
+
+constexpr const char* kResidentGrowthOption = "--resident-growth";
+
+// Run as `StartupBench --resident-growth LIST SERIAL`: prints
+// "resident_growth BYTES", the growth of this process's resident set when
+// the folders that the file LIST names go on the path of a fresh engine. An
+// engine with one folder on its path comes first, so that what a process
+// sets up once (the pool's threads, the inotify instance) isn't counted, and
+// so little of a path that the heap it leaves can't hold the one measured.
+int PrintResidentGrowth(const char* list, bool serial) {
+    std::vector<foundation::storage::vfs::AbsoluteIRI> iris;
+    std::ifstream in(list);
+    for (std::string folder; std::getline(in, folder);)
+        iris.push_back(foundation::storage::vfs::toAbsoluteIRI(u"file", fl::i18n::utf8_to_ustring(folder)));
+    if (iris.empty()) return 1;
+    const std::vector<foundation::storage::vfs::AbsoluteIRI> first(iris.begin(), iris.begin() + 1);
+    CreateSearchPathSession()->SetPathFolders(FolderRange(first));
+    ProcessStore::endAll();
+    const std::size_t before = SettledResidentBytes();
+    auto session = CreateSearchPathSession();
+    OrvianComponents::SerialEntryBuildFeature::Set(serial);
+    session->SetPathFolders(FolderRange(iris));
+    const std::size_t after = SettledResidentBytes();
+    if (session->GetManager().GetMainPath()->GetMainEntries()->size() != iris.size()) return 1;
+    std::printf("resident_growth %.0f\n", static_cast<double>(after) - static_cast<double>(before));
+    return 0;
+}
+
+// The growth PrintResidentGrowth gives for the tree's main folders, from
+// this program run again; NaN if that fails.
+double ResidentGrowthInOwnProcess(const tfsp::test::GeneratedTree& tree, bool serial) {
+    const FolderList list(tree);
+    const auto figures =
+        FiguresPrintedBy(std::filesystem::read_symlink("/proc/self/exe").string() + " " +
+                         std::string(kResidentGrowthOption) + " " + list.path() + (serial ? " 1" : " 0"));
+    return figures.contains("resident_growth") ? figures.at("resident_growth")
+                                               : std::numeric_limits<double>::quiet_NaN();
 }
 
 void BM_StartUp(benchmark::State& state) {
@@ -112,10 +175,8 @@ void BM_StartUp(benchmark::State& state) {
 
     double startUp = 0;
     double bare = 0;
-    double residentGrowth = 0;
     for (auto _ : state) {
         state.PauseTiming();
-        const std::size_t before = SettledResidentBytes();
         auto session = CreateSearchPathSession();
         OrvianComponents::SerialEntryBuildFeature::Set(serial);
         state.ResumeTiming();
@@ -123,7 +184,6 @@ void BM_StartUp(benchmark::State& state) {
         session->SetPathFolders(FolderRange(iris));
         startUp += Seconds(start);
         state.PauseTiming();
-        residentGrowth += static_cast<double>(SettledResidentBytes()) - static_cast<double>(before);
         if (session->GetManager().GetMainPath()->GetMainEntries()->size() != iris.size())
             state.SkipWithError("a folder is missing from the path");
         session.reset();
@@ -138,7 +198,7 @@ void BM_StartUp(benchmark::State& state) {
     state.counters["bare_walk_ms"] = 1e3 * bare / runs;
     state.counters["vs_bare_walk"] = startUp / bare;
     state.counters["ns_per_file"] = 1e9 * startUp / runs / files;
-    state.counters["resident_bytes_per_file"] = residentGrowth / runs / files;
+    state.counters["resident_bytes_per_file"] = ResidentGrowthInOwnProcess(tree, serial) / files;
     if (serial) return;  // python3's figures stand beside the library's own road
     const auto python = ImportSystemFigures(tree);
     if (python.contains("first_lookup_ms")) {
@@ -205,3 +265,13 @@ void BM_CacheLoadAgainstListing(benchmark::State& state) {
 BENCHMARK(BM_CacheLoadAgainstListing)->Arg(20000)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(3);
 
 }  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 4 && std::string_view(argv[1]) == kResidentGrowthOption)
+        return PrintResidentGrowth(argv[2], std::string_view(argv[3]) == "1");
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
