@@ -89,10 +89,11 @@ trap 'rm -rf "$OUT"' EXIT
 export TFSP_TREE_STORE="${TFSP_TREE_STORE:-$OUT/trees}"
 
 # The programs named by the figures, each run once, with only the benchmarks
-# that the figures read.
+# that the figures read (a name's /real_time or /manual_time may come before
+# its thread count).
 for program in $(printf '%s\n' "${FIGURES[@]}" | cut -d'|' -f3 | sed 's| / |\n|' | cut -d: -f1 | sort -u); do
   names=$(printf '%s\n' "${FIGURES[@]}" | cut -d'|' -f3 | sed 's| / |\n|' | grep "^$program:" | cut -d: -f2- |
-    sed 's|:[^:]*$||' | sort -u | paste -sd'|')
+    sed 's|:[^:]*$||' | sort -u | sed -E 's#/#/((real|manual)_time/)?#g' | paste -sd'|')
   if [[ ! -x "$BENCH_DIR/$program" ]]; then
     echo "no $program in $BENCH_DIR" >&2
     echo '{"benchmarks": []}' >"$OUT/$program.json"
