@@ -220,15 +220,40 @@ bool StemKeyThenPlaceLess(const StemOfEntry& a, const StemOfEntry& b) {
            std::pair(b.holder.entry, std::uint32_t{b.holder.firstItem});
 }
 
-// The stems of one run gathered by key. A key's holders stand in path order;
-// of one entry's holders of a key (an entry whose items aren't sorted may
-// give several) the first is kept.
-std::vector<StemKeyAndHolders> GatherKeys(std::span<StemOfEntry> run) {
-    std::sort(run.begin(), run.end(), StemKeyThenPlaceLess);
+// The stems of one run gathered by key, in the order of the map's buckets.
+// `bucketOf(stem)` is the stem's bucket counted from the run's first, below
+// `buckets`. The run comes in path order, as dealt: by entry, then by item.
+// A counting sort by bucket keeps that order, so a key's holders stand in
+// path order without being compared; of one entry's holders of a key (an
+// entry whose items aren't sorted may give several) the first is kept. A
+// comparison sort of the stems by key and place was a fifth of the build.
+template <class BucketOf>
+std::vector<StemKeyAndHolders> GatherKeys(std::span<const StemOfEntry> run, std::size_t buckets,
+                                          const BucketOf& bucketOf) {
+    assert(std::is_sorted(run.begin(), run.end(), [](const StemOfEntry& a, const StemOfEntry& b) {
+        return std::pair(a.holder.entry, std::uint32_t{a.holder.firstItem}) <
+               std::pair(b.holder.entry, std::uint32_t{b.holder.firstItem});
+    }));
+    std::vector<std::uint32_t> next(buckets + 1, 0);  // counts of each bucket, then where its next stem goes
+    for (const StemOfEntry& stem : run) ++next[bucketOf(stem) + 1];
+    for (std::size_t bucket = 1; bucket != next.size(); ++bucket) next[bucket] += next[bucket - 1];
+    std::vector<StemOfEntry> sorted(run.size());
+    for (const StemOfEntry& stem : run) sorted[next[bucketOf(stem)]++] = stem;
+    // A bucket holds about one key; the stems of one bucket are put in order
+    // of hash, and those of one hash (nearly always one text) of text, both
+    // stably.
+    for (auto group = sorted.begin(); group != sorted.end();) {
+        const auto end = std::find_if(group + 1, sorted.end(),
+                                      [&](const StemOfEntry& stem) { return bucketOf(stem) != bucketOf(*group); });
+        if (end - group > 1)
+            std::stable_sort(group, end, [](const StemOfEntry& a, const StemOfEntry& b) {
+                return CompareStemKeys(a.stem, b.stem) < 0;
+            });
+        group = end;
+    }
     std::vector<StemKeyAndHolders> keys;
-    keys.reserve(run.size());
-    for (std::size_t index = 0; index != run.size(); ++index) {
-        const StemOfEntry& stem = run[index];
+    keys.reserve(sorted.size());
+    for (const StemOfEntry& stem : sorted) {
         if (keys.empty() || !SameStemKey(keys.back().first, stem.stem))
             keys.emplace_back(std::piecewise_construct, std::forward_as_tuple(stem.stem), std::forward_as_tuple());
         StemIndex::HolderList& holders = keys.back().second;
@@ -312,6 +337,8 @@ std::unique_ptr<const StemIndex::Map> StemIndex::BuildMap(const PathEntryVector&
     const std::size_t runs = std::min<std::size_t>(kStemRuns, bucketMask + 1);
     const int runShift = std::countr_zero(bucketMask + 1) - std::countr_zero(runs);
     const auto runOf = [&](const StemOfEntry& stem) { return (stem.stem.hash & bucketMask) >> runShift; };
+    const std::size_t bucketsPerRun = std::size_t{1} << runShift;
+    const auto bucketInRun = [&](const StemOfEntry& stem) { return stem.stem.hash & bucketMask & (bucketsPerRun - 1); };
     // The dealing runs on the pool too, in groups of neighbouring entries:
     // each group counts its stems by run, and then writes them to the places
     // that the counts of the groups before it leave free.
@@ -344,7 +371,8 @@ std::unique_ptr<const StemIndex::Map> StemIndex::BuildMap(const PathEntryVector&
     stemsByEntry.clear();
     std::vector<std::vector<StemKeyAndHolders>> keysByRun(runs);
     ParallelForEachInRange(tbb::blocked_range<std::size_t>(0, runs, 1), [&](std::size_t run) {
-        keysByRun[run] = GatherKeys(std::span(dealt).subspan(runStart[run], runStart[run + 1] - runStart[run]));
+        keysByRun[run] = GatherKeys(std::span(dealt).subspan(runStart[run], runStart[run + 1] - runStart[run]),
+                                    bucketsPerRun, bucketInRun);
     });
     std::size_t keyCount = 0;
     for (const std::vector<StemKeyAndHolders>& keys : keysByRun) keyCount += keys.size();
