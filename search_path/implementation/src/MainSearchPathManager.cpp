@@ -504,6 +504,7 @@ void MainSearchPathManager::SetPathFolders(const FolderRange& folders,
             continue;
         }
         try {
+            // Back in flight, for AddStorageFailure to read.
             std::rethrow_exception(failures[i]);
         } catch (...) {
             const CanonicalAbsoluteIRI asGiven(folder, ustring());

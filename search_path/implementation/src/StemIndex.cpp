@@ -239,18 +239,16 @@ std::vector<StemKeyAndHolders> GatherKeys(std::span<const StemOfEntry> run, std:
     for (std::size_t bucket = 1; bucket != next.size(); ++bucket) next[bucket] += next[bucket - 1];
     std::vector<StemOfEntry> sorted(run.size());
     for (const StemOfEntry& stem : run) sorted[next[bucketOf(stem)]++] = stem;
-    // A bucket holds about one key; the stems of one bucket are put in order
-    // of hash, and those of one hash (nearly always one text) of text, both
-    // stably.
-    for (auto group = sorted.begin(); group != sorted.end();) {
-        const auto end = std::find_if(group + 1, sorted.end(),
-                                      [&](const StemOfEntry& stem) { return bucketOf(stem) != bucketOf(*group); });
-        if (end - group > 1)
-            std::stable_sort(group, end, [](const StemOfEntry& a, const StemOfEntry& b) {
-                return CompareStemKeys(a.stem, b.stem) < 0;
-            });
-        group = end;
-    }
+    // Each bucket's stems now end where `next` says. A bucket holds about one
+    // key; the stems of one bucket are put in order of hash, and those of one
+    // hash (nearly always one text) of text, both stably.
+    for (std::size_t bucket = 0, begin = 0; bucket != buckets; begin = next[bucket++])
+        if (next[bucket] - begin > 1)
+            std::stable_sort(sorted.begin() + static_cast<std::ptrdiff_t>(begin),
+                             sorted.begin() + static_cast<std::ptrdiff_t>(next[bucket]),
+                             [](const StemOfEntry& a, const StemOfEntry& b) {
+                                 return CompareStemKeys(a.stem, b.stem) < 0;
+                             });
     std::vector<StemKeyAndHolders> keys;
     keys.reserve(sorted.size());
     for (const StemOfEntry& stem : sorted) {
