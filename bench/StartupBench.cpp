@@ -25,6 +25,7 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 #include <oneapi/tbb/scalable_allocator.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -59,10 +60,36 @@ double Seconds(std::chrono::steady_clock::time_point since) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
 }
 
-double SecondsOfBareWalk(const std::vector<std::string>& folders) {
+// The CPU time of this process so far, all its threads, user and system.
+double ProcessCpuSeconds() {
+    ::rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const ::timeval& time) {
+        return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+// The wall time and the CPU time of `work`.
+struct Times {
+    double wall = 0;
+    double cpu = 0;
+    Times& operator+=(const Times& other) {
+        wall += other.wall;
+        cpu += other.cpu;
+        return *this;
+    }
+};
+template <class Work>
+Times TimesOf(const Work& work) {
+    const double cpuStart = ProcessCpuSeconds();
     const auto start = std::chrono::steady_clock::now();
-    benchmark::DoNotOptimize(tfsp::test::BareWalk(folders));
-    return Seconds(start);
+    work();
+    return {Seconds(start), ProcessCpuSeconds() - cpuStart};
+}
+
+Times TimesOfBareWalk(const std::vector<std::string>& folders) {
+    return TimesOf([&] { benchmark::DoNotOptimize(tfsp::test::BareWalk(folders)); });
 }
 
 std::size_t ResidentBytes() {
@@ -167,36 +194,41 @@ void BM_StartUp(benchmark::State& state) {
     const auto& tree = Tree(static_cast<std::size_t>(state.range(0)));
     const bool serial = state.range(1) != 0;
     const auto iris = tfsp::test::MainFolderIRIs(tree);
-    SecondsOfBareWalk(tree.allFolders());
+    TimesOfBareWalk(tree.allFolders());
     // One engine made and ended before counting, so that what a process
     // sets up once (the pool's threads, the inotify instance) isn't counted.
     CreateSearchPathSession()->SetPathFolders(FolderRange(iris));
     ProcessStore::endAll();
 
-    double startUp = 0;
-    double bare = 0;
+    Times startUpTimes;
+    Times bareTimes;
     for (auto _ : state) {
         state.PauseTiming();
         auto session = CreateSearchPathSession();
         OrvianComponents::SerialEntryBuildFeature::Set(serial);
         state.ResumeTiming();
-        const auto start = std::chrono::steady_clock::now();
-        session->SetPathFolders(FolderRange(iris));
-        startUp += Seconds(start);
+        startUpTimes += TimesOf([&] { session->SetPathFolders(FolderRange(iris)); });
         state.PauseTiming();
         if (session->GetManager().GetMainPath()->GetMainEntries()->size() != iris.size())
             state.SkipWithError("a folder is missing from the path");
         session.reset();
         ProcessStore::endAll();
         tfsp::test::SettleHeap();
-        bare += SecondsOfBareWalk(tree.allFolders());
+        bareTimes += TimesOfBareWalk(tree.allFolders());
         state.ResumeTiming();
     }
+    const double startUp = startUpTimes.wall;
+    const double bare = bareTimes.wall;
     const auto runs = static_cast<double>(state.iterations());
     const auto files = static_cast<double>(tree.fileCount());
     state.counters["startup_ms"] = 1e3 * startUp / runs;
     state.counters["bare_walk_ms"] = 1e3 * bare / runs;
     state.counters["vs_bare_walk"] = startUp / bare;
+    // CPU time bounds what more cores can give: on N cores the start-up
+    // takes at least its CPU time over N.
+    state.counters["startup_cpu_ms"] = 1e3 * startUpTimes.cpu / runs;
+    state.counters["bare_walk_cpu_ms"] = 1e3 * bareTimes.cpu / runs;
+    state.counters["cpu_vs_bare_walk"] = startUpTimes.cpu / bareTimes.cpu;
     state.counters["ns_per_file"] = 1e9 * startUp / runs / files;
     state.counters["resident_bytes_per_file"] = ResidentGrowthInOwnProcess(tree, serial) / files;
     if (serial) return;  // python3's figures stand beside the library's own road
