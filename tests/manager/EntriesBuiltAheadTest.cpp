@@ -132,6 +132,33 @@ TEST_F(EntriesBuiltAheadTest, WarningsOfObserversComeInTheFoldersOrder) {
     EXPECT_THAT(parallel.messages, ElementsAreArray(serial.messages));
 }
 
+// A folder that another folder of the alteration holds (its package, class,
+// private or resources folder, given as a path folder of its own) has one
+// entry, built where the serial steps build it: with the folder above it when
+// that comes first. The folders below come in the second half, which the
+// pool's other thread takes, so that built ahead they would be built again
+// at once, or before the folders above them.
+TEST_F(EntriesBuiltAheadTest, AFolderBelowAnotherOfTheAlterationIsBuiltWhereTheSerialRoadBuildsIt) {
+    folders.clear();
+    constexpr int kParents = 64;
+    for (int i = 0; i < kParents; ++i) {
+        tree.file("p" + std::to_string(i) + "/a.tf");
+        tree.file("p" + std::to_string(i) + "/+pkg/b.tf");
+        folders.push_back("p" + std::to_string(i));
+    }
+    for (int i = 0; i < kParents; ++i) folders.push_back("p" + std::to_string(i) + "/+pkg");
+    storage::filefolderobserver::testhooks::FailWatchesForTesting(
+        storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference()),
+        ENOSPC);
+    const Outcome serial = Alter(true, false);
+    const Outcome parallel = Alter(false, false);
+    // Each folder's observer warns once, and the working folder's.
+    EXPECT_EQ(serial.warnings.size(), 2u * kParents + 1);
+    EXPECT_THAT(parallel.warnings, ElementsAreArray(serial.warnings));
+    EXPECT_THAT(parallel.messages, ElementsAreArray(serial.messages));
+    EXPECT_THAT(parallel.entries, ElementsAreArray(serial.entries));
+}
+
 // Under "once", the one warning names the first folder in path order that
 // falls back. Missing folders lead the path, so that on the pool the other
 // thread, which takes the second half of the folders, would reach a folder

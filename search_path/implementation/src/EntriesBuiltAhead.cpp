@@ -1,6 +1,7 @@
 #include "EntriesBuiltAhead.hpp"
 
 #include "WarningDeferral.hpp"
+#include "tfsearch_path/PathFunctions.hpp"
 #include "orvian/FeatureSwitches.hpp"
 #include "foundation/storage/vfs/StorageSystem.hpp"
 #include "storage/filefolderobserver/FileFolderObserver.hpp"
@@ -10,6 +11,38 @@
 #include <oneapi/tbb/task_arena.h>
 
 namespace Thornfell::PathManagement {
+
+namespace {
+
+// Whether each of `folders` holds another of them below it, or is held by
+// another, through package, class, private and resources folders, which a
+// folder's build builds with it. The serial steps build such a folder with
+// the first of the two in path order, and give its warnings there. Built
+// ahead, it could be built twice at once, with two observers, or on its own
+// before the folder above it reached it: its warnings would then come twice,
+// or in another place.
+std::vector<bool> NestedInOneAnother(std::span<const foundation::storage::vfs::CanonicalAbsoluteIRI> folders) {
+    std::unordered_map<foundation::storage::vfs::CanonicalAbsoluteIRI, std::size_t,
+                       foundation::storage::vfs::AbsoluteIRIHash, foundation::storage::vfs::AbsoluteIRIEqual>
+        places;
+    for (std::size_t i = 0; i != folders.size(); ++i) places.emplace(folders[i], i);
+    std::vector<bool> nested(folders.size(), false);
+    for (std::size_t i = 0; i != folders.size(); ++i) {
+        const auto selfAndAbove = foundation::storage::vfs::selfAndAncestors(folders[i]);
+        // Up from the folder while the name is of a folder that the one
+        // above builds.
+        for (std::size_t level = selfAndAbove.size() - 1; level != 0; --level) {
+            const ustring_view path = selfAndAbove[level].path;
+            const ustring name(path.substr(path.find_last_of(u'/') + 1));
+            if (GetPathEntryTypeFromBaseName(name) == Main) break;
+            if (const auto above = places.find(selfAndAbove[level - 1]); above != places.end())
+                nested[i] = nested[above->second] = true;
+        }
+    }
+    return nested;
+}
+
+}  // namespace
 
 EntriesBuiltAhead::EntriesBuiltAhead(const IPathEntryFactory& factory, const IFolderMonitor& monitor,
                                      std::span<const foundation::storage::vfs::CanonicalAbsoluteIRI> folders)
@@ -21,7 +54,9 @@ EntriesBuiltAhead::EntriesBuiltAhead(const IPathEntryFactory& factory, const IFo
     if (storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference())
             .GetChangeHandleWarning() == storage::filefolderobserver::WarnOnce)
         return;
+    const std::vector<bool> nested = NestedInOneAnother(folders);
     ForEachFolderAhead(folders.size(), [&](std::size_t i) {
+        if (nested[i]) return;  // left to the serial steps
         const WarningDeferral deferral(warnings_[i]);
         try {
             entries_[i] = factory.CreateUpdatedPathEntry(folders[i], monitor);

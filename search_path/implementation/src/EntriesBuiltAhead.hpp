@@ -19,7 +19,9 @@ namespace Thornfell::PathManagement {
 // in this object, so that the serial steps find each one up to date in the
 // factory and keep their order, their messages and their rules as they are.
 // A folder that fails here is left to the serial steps, which meet the same
-// failure and report it in its place.
+// failure and report it in its place; so are two folders of which one holds
+// the other (a package folder given beside its parent), which the serial
+// steps build as one.
 //
 // The warnings of a folder's build (an observer that fell back to time
 // stamps) are held back until the serial steps reach the folder: the host
