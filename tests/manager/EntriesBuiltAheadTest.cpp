@@ -112,6 +112,12 @@ protected:
         EXPECT_GT(serial.entries.size(), 48u);
     }
 
+    // The observer factory that the sessions' entries get their observers from.
+    static storage::filefolderobserver::IFileFolderObserverFactory& Observers() {
+        return storage::filefolderobserver::GetFileFolderObserverFactory(
+            OrvianStorageSystem::GetStorageSystemReference());
+    }
+
     std::vector<std::string> folders;
 };
 
@@ -122,9 +128,7 @@ TEST_F(EntriesBuiltAheadTest, GivenNamesGiveWhatTheSerialRoadGives) { ExpectSame
 // Observers that can't watch their folder fall back to time stamps and warn:
 // built on the pool, the warnings still reach the host in the folders' order.
 TEST_F(EntriesBuiltAheadTest, WarningsOfObserversComeInTheFoldersOrder) {
-    auto& observers =
-        storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference());
-    storage::filefolderobserver::testhooks::FailWatchesForTesting(observers, ENOSPC);
+    storage::filefolderobserver::testhooks::FailWatchesForTesting(Observers(), ENOSPC);
     const Outcome serial = Alter(true, false);
     const Outcome parallel = Alter(false, false);
     ASSERT_GT(serial.warnings.size(), 48u);
@@ -147,9 +151,7 @@ TEST_F(EntriesBuiltAheadTest, AFolderBelowAnotherOfTheAlterationIsBuiltWhereTheS
         folders.push_back("p" + std::to_string(i));
     }
     for (int i = 0; i < kParents; ++i) folders.push_back("p" + std::to_string(i) + "/+pkg");
-    storage::filefolderobserver::testhooks::FailWatchesForTesting(
-        storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference()),
-        ENOSPC);
+    storage::filefolderobserver::testhooks::FailWatchesForTesting(Observers(), ENOSPC);
     const Outcome serial = Alter(true, false);
     const Outcome parallel = Alter(false, false);
     // Each folder's observer warns once, and the working folder's.
@@ -164,8 +166,7 @@ TEST_F(EntriesBuiltAheadTest, AFolderBelowAnotherOfTheAlterationIsBuiltWhereTheS
 // thread, which takes the second half of the folders, would reach a folder
 // further on first (on a machine of one core, the roads can't differ).
 TEST_F(EntriesBuiltAheadTest, UnderOnceTheWarningNamesTheFirstFolderInPathOrder) {
-    auto& observers =
-        storage::filefolderobserver::GetFileFolderObserverFactory(OrvianStorageSystem::GetStorageSystemReference());
+    auto& observers = Observers();
     for (int i = 0; i < 40; ++i) folders.insert(folders.begin(), "gone" + std::to_string(i));
     const auto alterUnderOnce = [&](bool serial) {
         // The working folder's entry stands with a watch, and warns of nothing.

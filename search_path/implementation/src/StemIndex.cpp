@@ -228,12 +228,16 @@ int CompareStemKeys(const HashedStem& a, const HashedStem& b) {
 bool StemKeyLess(const HashedStem& a, const HashedStem& b) { return CompareStemKeys(a, b) < 0; }
 bool SameStemKey(const HashedStem& a, const HashedStem& b) { return a.hash == b.hash && sameText(*a.stem, *b.stem); }
 
-// Orders the stems of a run by key, and a key's stems by place: by entry,
-// then by item.
-bool StemKeyThenPlaceLess(const StemOfEntry& a, const StemOfEntry& b) {
-    if (const int order = CompareStemKeys(a.stem, b.stem)) return order < 0;
+// Orders stems by place: by entry, then by item.
+bool PlaceLess(const StemOfEntry& a, const StemOfEntry& b) {
     return std::pair(a.holder.entry, std::uint32_t{a.holder.firstItem}) <
            std::pair(b.holder.entry, std::uint32_t{b.holder.firstItem});
+}
+
+// Orders the stems of a run by key, and a key's stems by place.
+bool StemKeyThenPlaceLess(const StemOfEntry& a, const StemOfEntry& b) {
+    if (const int order = CompareStemKeys(a.stem, b.stem)) return order < 0;
+    return PlaceLess(a, b);
 }
 
 // The stems of one run gathered by key, in the order of the map's buckets.
@@ -246,10 +250,7 @@ bool StemKeyThenPlaceLess(const StemOfEntry& a, const StemOfEntry& b) {
 template <class BucketOf>
 std::vector<StemKeyAndHolders> GatherKeys(std::span<const StemOfEntry> run, std::size_t buckets,
                                           const BucketOf& bucketOf) {
-    assert(std::is_sorted(run.begin(), run.end(), [](const StemOfEntry& a, const StemOfEntry& b) {
-        return std::pair(a.holder.entry, std::uint32_t{a.holder.firstItem}) <
-               std::pair(b.holder.entry, std::uint32_t{b.holder.firstItem});
-    }));
+    assert(std::is_sorted(run.begin(), run.end(), PlaceLess));
     std::vector<std::uint32_t> next(buckets + 1, 0);  // counts of each bucket, then where its next stem goes
     for (const StemOfEntry& stem : run) ++next[bucketOf(stem) + 1];
     for (std::size_t bucket = 1; bucket != next.size(); ++bucket) next[bucket] += next[bucket - 1];
@@ -262,9 +263,7 @@ std::vector<StemKeyAndHolders> GatherKeys(std::span<const StemOfEntry> run, std:
         if (next[bucket] - begin > 1)
             std::stable_sort(sorted.begin() + static_cast<std::ptrdiff_t>(begin),
                              sorted.begin() + static_cast<std::ptrdiff_t>(next[bucket]),
-                             [](const StemOfEntry& a, const StemOfEntry& b) {
-                                 return CompareStemKeys(a.stem, b.stem) < 0;
-                             });
+                             [](const StemOfEntry& a, const StemOfEntry& b) { return StemKeyLess(a.stem, b.stem); });
     std::vector<StemKeyAndHolders> keys;
     keys.reserve(sorted.size());
     for (const StemOfEntry& stem : sorted) {
@@ -352,7 +351,7 @@ std::unique_ptr<const StemIndex::Map> StemIndex::BuildMap(const PathEntryVector&
     const int runShift = std::countr_zero(bucketMask + 1) - std::countr_zero(runs);
     const auto runOf = [&](const StemOfEntry& stem) { return (stem.stem.hash & bucketMask) >> runShift; };
     const std::size_t bucketsPerRun = std::size_t{1} << runShift;
-    const auto bucketInRun = [&](const StemOfEntry& stem) { return stem.stem.hash & bucketMask & (bucketsPerRun - 1); };
+    const auto bucketInRun = [&](const StemOfEntry& stem) { return stem.stem.hash & (bucketsPerRun - 1); };
     // The dealing runs on the pool too, in groups of neighbouring entries:
     // each group counts its stems by run, and then writes them to the places
     // that the counts of the groups before it leave free.
